@@ -1,0 +1,48 @@
+# The two set-up commands: `make demo` and `make test`. Both install what is
+# missing (scripts/install-deps.sh) before they build.
+BUILD      ?= build
+ASAN_BUILD ?= build-asan
+FUZZ_BUILD ?= build-fuzz
+JOBS       ?= $(shell nproc)
+SECONDS    ?= 60
+
+.PHONY: all deps build test unit-test asan-test demo fuzz bench format clean
+
+all: build
+
+deps:
+	bash scripts/install-deps.sh
+
+build: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake --build $(BUILD) -j$(JOBS)
+
+# Every test of the release build, then the program's tests again under
+# AddressSanitizer and UndefinedBehaviorSanitizer.
+test: build
+	ctest --test-dir $(BUILD) --output-on-failure -j$(JOBS)
+	$(MAKE) --no-print-directory asan-test
+
+asan-test: deps
+	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DORMA_SANITIZE=ON -DORMA_BUILD_ENGINE=OFF >/dev/null
+	cmake --build $(ASAN_BUILD) -j$(JOBS)
+	ctest --test-dir $(ASAN_BUILD) --output-on-failure -j$(JOBS) -L program
+
+demo: build
+	bash scripts/demo.sh $(BUILD)
+
+fuzz: deps
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORMA_FUZZ=ON \
+	  -DORMA_BUILD_ENGINE=OFF -DBUILD_TESTING=OFF >/dev/null
+	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzz_draft_reader
+	bash tests/fuzz/run.sh $(FUZZ_BUILD)/tests/fuzz/fuzz_draft_reader $(SECONDS)
+
+bench: build
+	bash bench/run $(BUILD)
+
+format:
+	find driver draft export preview themes platform corelib engine tests bench -name '*.cpp' -o -name '*.h' \
+	  | xargs -r clang-format -i
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)

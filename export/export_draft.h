@@ -1,0 +1,24 @@
+// Building the timeline in the core library from a DraftDocument and running
+// the export (or the preview) with its progress reporter.
+#pragma once
+
+#include <cstdint>
+
+#include "corelib/orma_core.h"
+#include "draft/records.h"
+
+/// Size of the caller's message buffer that ExportDraft writes failures into.
+inline constexpr int kExportMessageSize = 2048;
+
+/// 1 or more on success; otherwise a failing call's result or a fixed code,
+/// with a short English text in `message` (kExportMessageSize bytes).
+int32_t ExportDraft(DraftDocument* document, char* message);
+
+/// Span of a scene on the main track in float microseconds: 1, -29 (no
+/// media) or -97 (no span found).
+int SceneSpan(const SceneRecord* scene, const MediaInfoEntry* mediaInfo, float position, float* outStart,
+              float* outEnd);
+
+/// Body of the progress thread: polls every 100 ms, prints every fifth poll,
+/// ends at 99.5 %.
+void ProgressReporter(OrmaVideoHandle vv);
