@@ -189,6 +189,13 @@ std::string NativePath(const char* path, std::string* error) {
     if (!tail.empty() && tail[0] != '/') tail.insert(tail.begin(), '/');
     result = folder + tail;
   }
+  // File names on disk are in the locale's codeset, as Windows takes them in
+  // UTF-16; a name that does not convert is used as its bytes.
+  std::string codeset = AnsiCodeset();
+  if (codeset != "UTF-8") {
+    std::string converted;
+    if (ConvertCodeset("UTF-8", codeset.c_str(), result, &converted)) result = std::move(converted);
+  }
   return result;
 }
 

@@ -46,8 +46,9 @@ inline bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 /// A drive path ("C:\" or "C:/"), a network path ("\\"), or a POSIX path ("/").
 bool IsAbsolutePath(const char* path);
 
-/// The path as the operating system takes it: backslashes become "/", and a
-/// drive-letter path is mapped through ORMADRAFT_DRIVE_MAP. An unmapped drive
+/// The path as the operating system takes it: backslashes become "/", a
+/// drive-letter path is mapped through ORMADRAFT_DRIVE_MAP, and the UTF-8
+/// text is converted to the locale's codeset. An unmapped drive
 /// fills *error with a message naming the path and returns "".
 std::string NativePath(const char* path, std::string* error = nullptr);
 

@@ -1,0 +1,138 @@
+#include "driver/run_driver.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "draft/draft.h"
+#include "driver/codepage.h"
+#include "driver/log_line.h"
+#include "export/export_draft.h"
+#include "platform/platform.h"
+#include "preview/preview_command.h"
+#include "themes/theme_request.h"
+
+uint64_t startTicks = 0;
+
+namespace {
+
+// Seconds from the command line as microseconds, truncated toward zero;
+// text that is not a number reads 0 and out-of-range values saturate.
+int64_t SecondsArgToMicros(const char* text) {
+  double us = std::atof(text) * 1000000.0;
+  if (std::isnan(us)) return 0;
+  if (us >= 9.2e18) return INT64_MAX;
+  if (us <= -9.2e18) return INT64_MIN;
+  return static_cast<int64_t>(us);
+}
+
+void PrintUsage() {
+  LogLine("%s", platform::LocaleText("无效格式，请设置 json 文件，例如: OrmaDraft.exe d://draft.json \n").c_str());
+  LogLine("%s",
+          platform::LocaleText("无效格式，请设置 json 文件，例如: OrmaDraft.exe d://draft.json output.json\n").c_str());
+}
+
+// Copies text into a fixed buffer, truncated to fit.
+void CopyText(char* buffer, size_t size, const char* text) {
+  size_t n = text ? std::strlen(text) : 0;
+  if (n >= size) n = size - 1;
+  if (n) std::memcpy(buffer, text, n);
+  buffer[n] = '\0';
+}
+
+} // namespace
+
+int RunDriver(int argc, char** argv) {
+  char draftPath[2048] = {0};
+  char exportPath[2048] = {0};
+  char message[2048] = {0};
+  char toDelete[2048] = {0};
+  int64_t limitStart = 0;
+  int64_t limitEnd = 0;
+  uint8_t templateMode = 0;
+  startTicks = platform::TickCount64();
+
+  PreviewCommand* preview = parsePreviewCommand(argc, argv);
+  platform::RaisePriority();
+
+  ThemeRequest* theme = nullptr;
+  if (argc == 2 || (preview && preview->hWnd != 0)) {
+    theme = LoadThemeRequest(argv[1]);
+    if (theme && theme->draftPath[0]) {
+      std::printf("load templateThems json success! themes json path:%s \n", theme->draftPath);
+      templateMode = 1;
+      CopyText(draftPath, sizeof(draftPath), theme->draftPath);
+    } else {
+      LogLine("draft json path:%s\n", argv[1]);
+      CopyText(draftPath, sizeof(draftPath), argv[1]);
+    }
+  } else if (argc == 3) {
+    LogLine("draft path:%s\n", argv[1]);
+    LogLine("export path:%s\n", argv[2]);
+    CopyText(draftPath, sizeof(draftPath), argv[1]);
+    CopyText(exportPath, sizeof(exportPath), argv[2]);
+  } else if (argc == 5) {
+    CopyText(draftPath, sizeof(draftPath), argv[1]);
+    CopyText(exportPath, sizeof(exportPath), argv[2]);
+    limitStart = SecondsArgToMicros(argv[3]);
+    limitEnd = SecondsArgToMicros(argv[4]);
+  } else {
+    PrintUsage();
+    return 1;
+  }
+
+  char* draftUtf8 = AnsiToUtf8(draftPath);
+  char* exportUtf8 = exportPath[0] ? AnsiToUtf8(exportPath) : nullptr;
+
+  DraftDocument* document = loadDraft(draftUtf8, exportUtf8, templateMode);
+  if (!document) {
+    LogLine("json load fail\n");
+    std::fflush(stdout);
+    std::free(draftUtf8);
+    std::free(exportUtf8);
+    return 0;
+  }
+  LogLine("json load success\n");
+  std::fflush(stdout);
+
+  if (theme) {
+    if (theme->themeConfigPath[0]) {
+      std::string folder(theme->themeConfigPath);
+      size_t cut = folder.find_last_of("\\/");
+      if (cut != std::string::npos) folder.resize(cut);
+      CopyText(document->resourceDir, sizeof(document->resourceDir), folder.c_str());
+    }
+    if (theme->outputPath[0]) CopyText(document->outputPath, sizeof(document->outputPath), theme->outputPath);
+  }
+  if (exportUtf8) CopyText(document->exportPath, sizeof(document->exportPath), exportUtf8);
+  document->exportStart = limitStart;
+  document->exportEnd = limitEnd;
+  if (preview && preview->hWnd != 0) {
+    document->previewWindow = preview->hWnd;
+    document->previewMode = 1;
+    document->previewCommand = preview;
+  }
+
+  int32_t result = ExportDraft(document, message);
+
+  // The working copy is deleted only when its codeset form fits the buffer
+  // the run keeps for it.
+  std::string workingCopy = templateMode && theme ? draftUtf8 : document->draftPath;
+  int capacity = sizeof(toDelete);
+  if (Utf8ToAnsi(workingCopy.c_str(), nullptr, toDelete, &capacity) > 0) platform::RemoveFile(workingCopy.c_str());
+
+  freeDraft(document);
+  std::free(draftUtf8);
+  std::free(exportUtf8);
+
+  if (result < 1) {
+    LogLine("export failed, errorcode:%d\n\n", result);
+  } else {
+    double seconds = static_cast<double>(platform::TickCount64() - startTicks) / 1000.0;
+    LogLine("export success! time:%.1f(s)\n", seconds);
+  }
+  std::fflush(stdout);
+  return 1;
+}

@@ -1,0 +1,20 @@
+# A second argument that is a preview command: with a window it puts the run
+# into preview mode; with window 0 it is an ordinary export settings file.
+source "$(dirname "$0")/lib.bash" "$1"
+
+write_draft "$WORK/d.json"
+echo '{"type": "ThemesPreview", "hWnd": "0", "pipeName": "p"}' >"$WORK/pv0.json"
+run "$WORK/d.json" "$WORK/pv0.json"
+check "window 0 is an ordinary export" $(logged 'OrmaSetFrameSize(h1, 320, 180)'; echo $?)
+check "window 0 logs the export path" $(has_line "export path:$WORK/pv0.json"; echo $?)
+
+echo '{"type": "ThemesPreview", "hWnd": "0x1A2B", "pipeName": "p"}' >"$WORK/pv1.json"
+run "$WORK/d.json" "$WORK/pv1.json"
+check "a window goes through the theme step" $(has_line "draft json path:$WORK/d.json"; echo $?)
+check "a window selects the preview" $(logged 'OrmaSetPreviewWindowsHwnd(h1, 6699)'; echo $?)
+check "a preview sets no frame size" $(logged 'OrmaSetFrameSize'; [ $? -ne 0 ]; echo $?)
+
+echo '{"type": "themespreview", "hWnd": "1A2B"}' >"$WORK/pv2.json"
+run "$WORK/d.json" "$WORK/pv2.json"
+check "lower-case type is no preview command" $(logged 'OrmaSetFrameSize(h1, 320, 180)'; echo $?)
+finish

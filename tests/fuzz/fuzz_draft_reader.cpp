@@ -1,0 +1,48 @@
+// libFuzzer target: the draft reader on arbitrary bytes, as the draft file and
+// as the auxiliary export settings file. Every loaded document is released and
+// every file the reader wrote is removed again.
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "draft/draft.h"
+
+namespace fs = std::filesystem;
+
+static const std::string& WorkFolder() {
+  static std::string folder = [] {
+    char pattern[] = "/tmp/ormadraft-fuzz-XXXXXX";
+    const char* made = mkdtemp(pattern);
+    if (!made) std::abort();
+    return std::string(made);
+  }();
+  return folder;
+}
+
+static void WriteFile(const std::string& path, const uint8_t* data, size_t size) {
+  FILE* f = std::fopen(path.c_str(), "wb");
+  if (!f) std::abort();
+  if (size) std::fwrite(data, 1, size, f);
+  std::fclose(f);
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string& folder = WorkFolder();
+  const std::string draft = folder + "/draft.json";
+  const std::string settings = folder + "/export.json";
+  WriteFile(draft, data, size);
+  WriteFile(settings, data, size);
+
+  if (DraftDocument* document = loadDraft(draft.c_str(), settings.c_str(), 0)) freeDraft(document);
+
+  // The working copy and any folder the reader made stay inside the folder.
+  std::error_code ec;
+  for (const auto& entry : fs::directory_iterator(folder, ec)) {
+    const std::string name = entry.path().filename().string();
+    if (name != "draft.json" && name != "export.json") fs::remove_all(entry.path(), ec);
+  }
+  return 0;
+}

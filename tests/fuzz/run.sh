@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Runs a fuzz target for SECONDS over a working copy of the seed corpus.
+# Crashes, leaks and time-outs are written to tests/fuzz/artifacts/ and make
+# this script fail; each one becomes a regression test.
+set -euo pipefail
+target=$1
+seconds=${2:-60}
+here=$(cd "$(dirname "$0")" && pwd)
+work="$here/corpus-work"
+mkdir -p "$work" "$here/artifacts"
+cp -n "$here"/corpus/* "$work"/ 2>/dev/null || true
+exec "$target" "$work" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=65536 \
+  -print_final_stats=1 -artifact_prefix="$here/artifacts/" -dict="$here/draft.dict"
