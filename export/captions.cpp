@@ -21,7 +21,8 @@ constexpr const char* kProgramFontFile = "resource/font/PingFang-SC-Regular.otf"
 constexpr const char* kFallbackFontFamily = "\xE9\xBB\x91\xE4\xBD\x93";
 
 /// Word-art files a folder may hold, in the order they are looked for.
-constexpr const char* kWordArtFiles[] = {"config.json", "colortext.json", "file/config.json", "file/colortext.json"};
+constexpr const char* kWordArtFiles[] = {"config.json", "colortext.json", "file/config.json",
+                                         "file/colortext.json"};
 
 /// Copies a zero-terminated text into a fixed field, truncated to fit.
 void CopyText(char* field, size_t fieldSize, const char* text) {
@@ -52,7 +53,8 @@ std::string ProgramFolder() {
 bool CopyNumbers(const cJSON* array, float* out, int count) {
   if (!cJSON_IsArray(array)) return false;
   const int n = std::min(cJSON_GetArraySize(array), count);
-  for (int i = 0; i < n; ++i) out[i] = static_cast<float>(cJSON_GetArrayItem(array, i)->valuedouble);
+  for (int i = 0; i < n; ++i)
+    out[i] = static_cast<float>(cJSON_GetArrayItem(array, i)->valuedouble);
   return true;
 }
 
@@ -93,8 +95,8 @@ int32_t FillTemplateLines(OrmaCaptionHandle caption, const CaptionRecord* record
   return 1;
 }
 
-int32_t ApplyPieceAnimations(const DraftDocument* document, const CaptionRecord* record, const CaptionWord* word,
-                             OrmaCaptionItemHandle item) {
+int32_t ApplyPieceAnimations(const DraftDocument* document, const CaptionRecord* record,
+                             const CaptionWord* word, OrmaCaptionItemHandle item) {
   for (const AnimationRecord* animation = word->animations; animation; animation = animation->next) {
     const std::string config = ResolveResourcePath(document, animation->folderPath, true);
     // An out-animation (type 1) is placed so that it ends with the caption.
@@ -142,7 +144,8 @@ int32_t ApplyPiece(const DraftDocument* document, OrmaCaptionHandle caption, con
     OrmaSetCaptionItemStroke(item, &stroke);
   }
 
-  if (word->shadowAngle > 0 || word->shadowBlur > 0 || word->shadowDistance > 0 || AnyPositive(word->shadowColor)) {
+  if (word->shadowAngle > 0 || word->shadowBlur > 0 || word->shadowDistance > 0 ||
+      AnyPositive(word->shadowColor)) {
     OrmaShadowBlock shadow;
     std::memset(&shadow, 0, sizeof(shadow));
     shadow.blur = word->shadowBlur;
@@ -182,8 +185,8 @@ void StyleTextMargins(int32_t styleWidth, int32_t styleHeight, float textWidth, 
   axis(styleHeight, textHeight, padding[1], padding[3], &margins[1], &margins[3]);
 }
 
-int32_t FillCaptionItemParam(const DraftDocument* document, const CaptionRecord* record, const CaptionWord* word,
-                             OrmaCaptionItemBlock* block) {
+int32_t FillCaptionItemParam(const DraftDocument* document, const CaptionRecord* record,
+                             const CaptionWord* word, OrmaCaptionItemBlock* block) {
   if (!document || !record || !word || !block) return kCaptionItemNullArgument;
   if (record->folderPath[0] == '\0') return 1;
 
@@ -282,7 +285,8 @@ int32_t FillCaptionItemParam(const DraftDocument* document, const CaptionRecord*
   return result;
 }
 
-int32_t UpdateCaptionParam(const DraftDocument* document, OrmaCaptionHandle caption, const CaptionRecord* record) {
+int32_t UpdateCaptionParam(const DraftDocument* document, OrmaCaptionHandle caption,
+                           const CaptionRecord* record) {
   if (!document) return kCaptionNoDocument;
   if (!caption || !record) return kCaptionNoHandle;
   if (record->kind == 0 && !record->words) return kCaptionNoPieces;

@@ -29,12 +29,13 @@ void AddCaptions(DraftDocument* document, OrmaVideoHandle vv);
 
 /// Whole-caption settings (timeline, opacity, centre, size, scale, angle),
 /// then every text item: 1, a code above, or a failing call's result.
-int32_t UpdateCaptionParam(const DraftDocument* document, OrmaCaptionHandle caption, const CaptionRecord* record);
+int32_t UpdateCaptionParam(const DraftDocument* document, OrmaCaptionHandle caption,
+                           const CaptionRecord* record);
 
 /// Fills the zeroed item block of one styled piece from the piece and the
 /// caption's style file: 1, or a code above.
-int32_t FillCaptionItemParam(const DraftDocument* document, const CaptionRecord* record, const CaptionWord* word,
-                             OrmaCaptionItemBlock* block);
+int32_t FillCaptionItemParam(const DraftDocument* document, const CaptionRecord* record,
+                             const CaptionWord* word, OrmaCaptionItemBlock* block);
 
 /// Text-box margins relative to the style box, left, top, right, bottom, for
 /// a style that does not stretch: the free space of the style box around the

@@ -11,7 +11,8 @@ constexpr int32_t kStickerNoCanvas = -1062;
 
 // Mirroring, tracking, blend type and custom animations are deliberately not
 // sent to the library: an exported sticker shows its frames as they are.
-int32_t UpdateStickerParam(const DraftDocument* document, OrmaCaptionHandle caption, const StickerRecord* sticker) {
+int32_t UpdateStickerParam(const DraftDocument* document, OrmaCaptionHandle caption,
+                           const StickerRecord* sticker) {
   if (!CanvasHasArea(document)) return kStickerNoCanvas;
   int32_t r = OrmaUpdateCaptionTimeline(caption, SecondsToMicros(sticker->timelineFrom),
                                         SecondsToMicros(sticker->timelineTo));

@@ -43,8 +43,9 @@ template <typename T> T* Append(T** head) {
 
 /// A zero-filled document with a canvas, owning its stickers and captions.
 class Document {
- public:
-  explicit Document(const std::string& draftPath = "/drafts/p/d_1.json", float width = 1280, float height = 720)
+public:
+  explicit Document(const std::string& draftPath = "/drafts/p/d_1.json", float width = 1280,
+                    float height = 720)
       : doc_(NewRecord<DraftDocument>()) {
     CAPTIONTEST_SET(doc_->draftPath, draftPath);
     doc_->width = width;
@@ -100,8 +101,8 @@ class Document {
 
   static CaptionKeyFrame* AddKeyFrame(CaptionRecord* caption) { return Append(&caption->keyFrames); }
 
-  static AnimationRecord* AddAnimation(CaptionWord* word, const std::string& folder, int32_t type, float duration,
-                                       float cycleDuration = 0) {
+  static AnimationRecord* AddAnimation(CaptionWord* word, const std::string& folder, int32_t type,
+                                       float duration, float cycleDuration = 0) {
     AnimationRecord* a = Append(&word->animations);
     CAPTIONTEST_SET(a->folderPath, folder);
     a->type = type;
@@ -110,13 +111,13 @@ class Document {
     return a;
   }
 
- private:
+private:
   DraftDocument* doc_;
 };
 
 /// A fresh folder under the system's temporary folder, removed at the end.
 class TempDir {
- public:
+public:
   TempDir() {
     std::string pattern = (std::filesystem::temp_directory_path() / "ormacaption-XXXXXX").string();
     std::vector<char> buffer(pattern.begin(), pattern.end());
@@ -142,7 +143,7 @@ class TempDir {
     return file.string();
   }
 
- private:
+private:
   std::string path_;
 };
 
@@ -155,7 +156,8 @@ template <typename T> T ReadAt(const std::vector<uint8_t>& bytes, size_t offset)
 
 inline std::string TextAt(const std::vector<uint8_t>& bytes, size_t offset, size_t size) {
   std::string text;
-  for (size_t i = offset; i < offset + size && i < bytes.size() && bytes[i]; ++i) text.push_back(char(bytes[i]));
+  for (size_t i = offset; i < offset + size && i < bytes.size() && bytes[i]; ++i)
+    text.push_back(char(bytes[i]));
   return text;
 }
 
@@ -209,7 +211,7 @@ inline int LogSourceLine(const std::string& file, const std::string& needle, int
 
 /// Sets LC_CTYPE for the test's lifetime and restores it afterwards.
 class CtypeLocale {
- public:
+public:
   explicit CtypeLocale(const char* name) {
     const char* current = std::setlocale(LC_CTYPE, nullptr);
     saved_ = current ? current : "C";
@@ -218,7 +220,7 @@ class CtypeLocale {
   ~CtypeLocale() { std::setlocale(LC_CTYPE, saved_.c_str()); }
   bool ok() const { return ok_; }
 
- private:
+private:
   std::string saved_;
   bool ok_ = false;
 };

@@ -20,7 +20,7 @@ constexpr const char* kCommonSource = "export/caption_common.cpp";
 OrmaVideoHandle const kVideo = reinterpret_cast<OrmaVideoHandle>(0x51);
 
 class ExportStickers : public testing::Test {
- protected:
+protected:
   void SetUp() override { recorder::Reset(); }
 
   /// Runs the sticker stage and returns what it printed.
@@ -34,8 +34,8 @@ class ExportStickers : public testing::Test {
 };
 
 std::string StickerError(int32_t value) {
-  return "UpdateStickerParam error " + captiontest::kColonUtf8 + std::to_string(value) + " line:" +
-         std::to_string(captiontest::SourceLine(kSource, "UpdateStickerParam error")) + " \n";
+  return "UpdateStickerParam error " + captiontest::kColonUtf8 + std::to_string(value) +
+         " line:" + std::to_string(captiontest::SourceLine(kSource, "UpdateStickerParam error")) + " \n";
 }
 
 StickerRecord* FullSticker(Document& document, const std::string& folder) {
@@ -109,7 +109,8 @@ TEST_F(ExportStickers, TimesAreMicrosecondsFormedInFloatAndTruncated) {
   s->timelineFrom = 0.7f;
   s->timelineTo = 4.1f;
   Run(document);
-  EXPECT_EQ(recorder::Formatted("OrmaUpdateCaptionTimeline").at(0), "OrmaUpdateCaptionTimeline(h1, 700000, 4100000)");
+  EXPECT_EQ(recorder::Formatted("OrmaUpdateCaptionTimeline").at(0),
+            "OrmaUpdateCaptionTimeline(h1, 700000, 4100000)");
 }
 
 TEST_F(ExportStickers, OutOfRangeTimesSaturateInsteadOfOverflowing) {
@@ -139,8 +140,9 @@ TEST_F(ExportStickers, ZeroCanvasWidthCreatesAndAddsEveryStickerButReportsMinus1
   const std::string out = Run(document);
   EXPECT_EQ(out, StickerError(-1062) + StickerError(-1062));
   EXPECT_EQ(recorder::CallNames(),
-            (std::vector<std::string>{"OrmaCreateCaptionFromConfigure", "OrmaAddCaption", "OrmaUpateCaptionLevel",
-                                      "OrmaCreateCaptionFromConfigure", "OrmaAddCaption", "OrmaUpateCaptionLevel"}));
+            (std::vector<std::string>{"OrmaCreateCaptionFromConfigure", "OrmaAddCaption",
+                                      "OrmaUpateCaptionLevel", "OrmaCreateCaptionFromConfigure",
+                                      "OrmaAddCaption", "OrmaUpateCaptionLevel"}));
 }
 
 TEST_F(ExportStickers, CanvasBelowOnePixelCountsAsNoCanvas) {
@@ -189,7 +191,8 @@ TEST_F(ExportStickers, CreateFailurePrintsTheLineAndSkipsTheSticker) {
   recorder::QueueResults("OrmaCreateCaptionFromConfigure", {0});
   const std::string out = Run(document);
   EXPECT_EQ(out, "OrmaCreateCaptionFromConfigure failed line:" +
-                     std::to_string(captiontest::SourceLine(kCommonSource, "OrmaCreateCaptionFromConfigure failed")) +
+                     std::to_string(
+                         captiontest::SourceLine(kCommonSource, "OrmaCreateCaptionFromConfigure failed")) +
                      " \n");
   // The second sticker is placed normally, on the first handle handed out.
   EXPECT_EQ(recorder::Formatted("OrmaAddCaption"), (std::vector<std::string>{"OrmaAddCaption(0x51, h1)"}));
@@ -203,7 +206,8 @@ TEST_F(ExportStickers, AddFailureIsReportedAndTheStickerIsStillConfigured) {
   const std::string out = Run(document);
   const std::string pattern =
       captiontest::Escaped("OrmaAddCaption error " + captiontest::kColonUtf8 + "-5 line:" +
-                           std::to_string(captiontest::SourceLine(kCommonSource, "OrmaAddCaption error")) + " \n") +
+                           std::to_string(captiontest::SourceLine(kCommonSource, "OrmaAddCaption error")) +
+                           " \n") +
       captiontest::LogLinePattern("OrmaAddCaption failed:ret:-5",
                                   captiontest::LogSourceLine(kCommonSource, "OrmaAddCaption failed"));
   EXPECT_TRUE(std::regex_match(out, std::regex(pattern))) << out;
@@ -215,10 +219,12 @@ TEST_F(ExportStickers, AddResultOfZeroIsAFailure) {
   Document document;
   FullSticker(document, "st/a");
   recorder::SetResult("OrmaAddCaption", 0);
-  EXPECT_NE(Run(document).find("OrmaAddCaption error " + captiontest::kColonUtf8 + "0 line:"), std::string::npos);
+  EXPECT_NE(Run(document).find("OrmaAddCaption error " + captiontest::kColonUtf8 + "0 line:"),
+            std::string::npos);
 }
 
-class ExportStickersFailingSetting : public ExportStickers, public testing::WithParamInterface<const char*> {};
+class ExportStickersFailingSetting : public ExportStickers,
+                                     public testing::WithParamInterface<const char*> {};
 
 TEST_P(ExportStickersFailingSetting, FirstFailingSettingEndsTheListAndIsReported) {
   Document document;
@@ -226,10 +232,14 @@ TEST_P(ExportStickersFailingSetting, FirstFailingSettingEndsTheListAndIsReported
   FullSticker(document, "st/b");
   recorder::QueueResults(GetParam(), {-7});
   EXPECT_EQ(Run(document), StickerError(-7));
-  const std::vector<std::string> all = {"OrmaCreateCaptionFromConfigure", "OrmaAddCaption",
-                                        "OrmaUpateCaptionLevel",          "OrmaUpdateCaptionTimeline",
-                                        "OrmaSetCaptionTransparency",     "OrmaSetCaptionPosition",
-                                        "OrmaSetCaptionSize",             "OrmaSetCaptionScale",
+  const std::vector<std::string> all = {"OrmaCreateCaptionFromConfigure",
+                                        "OrmaAddCaption",
+                                        "OrmaUpateCaptionLevel",
+                                        "OrmaUpdateCaptionTimeline",
+                                        "OrmaSetCaptionTransparency",
+                                        "OrmaSetCaptionPosition",
+                                        "OrmaSetCaptionSize",
+                                        "OrmaSetCaptionScale",
                                         "OrmaSetCaptionAngle"};
   // The first sticker's calls end with the failing one; the second is complete.
   std::vector<std::string> expected(all.begin(), std::find(all.begin(), all.end(), GetParam()) + 1);
@@ -239,8 +249,11 @@ TEST_P(ExportStickersFailingSetting, FirstFailingSettingEndsTheListAndIsReported
 
 INSTANTIATE_TEST_SUITE_P(EachCheckedCall, ExportStickersFailingSetting,
                          testing::Values("OrmaUpdateCaptionTimeline", "OrmaSetCaptionTransparency",
-                                         "OrmaSetCaptionPosition", "OrmaSetCaptionScale", "OrmaSetCaptionAngle"),
-                         [](const testing::TestParamInfo<const char*>& info) { return std::string(info.param + 4); });
+                                         "OrmaSetCaptionPosition", "OrmaSetCaptionScale",
+                                         "OrmaSetCaptionAngle"),
+                         [](const testing::TestParamInfo<const char*>& info) {
+                           return std::string(info.param + 4);
+                         });
 
 TEST_F(ExportStickers, SizeResultIsIgnored) {
   Document document;
