@@ -231,10 +231,10 @@ inline const std::string kColonGbk = "\xA3\xBA";
 
 /// `text` with every regular-expression character escaped.
 inline std::string Escaped(const std::string& text) {
-  static const std::string special = "\\^$.|?*+()[]{}";
+  static const std::string metacharacters = "\\^$.|?*+()[]{}";
   std::string out;
   for (char c : text) {
-    if (special.find(c) != std::string::npos) out.push_back('\\');
+    if (metacharacters.find(c) != std::string::npos) out.push_back('\\');
     out.push_back(c);
   }
   return out;
