@@ -1,0 +1,245 @@
+#include "export/export_draft.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <thread>
+
+#include "driver/log_line.h"
+#include "driver/run_driver.h"
+#include "export/convert.h"
+#include "export/export_settings.h"
+#include "export/media_attributes.h"
+#include "export/scene_paths.h"
+#include "platform/platform.h"
+
+namespace {
+
+// Failure texts are copied as they are, never used as a format.
+int32_t Fail(char* message, int32_t result, const char* text) {
+  std::snprintf(message, kExportMessageSize, "%s", text);
+  return result;
+}
+
+// The three background failures carry the library's result.
+int32_t FailWithResult(char* message, int32_t result, const char* call) {
+  std::snprintf(message, kExportMessageSize, "%s failed! ret:%d", call, result);
+  return result;
+}
+
+// Length cut to three decimals, as the editor compares its media slots.
+double CutToMillis(double seconds) { return std::trunc(seconds * 1000) / 1000; }
+
+bool IsEmpty(const char* text) { return !text || !text[0]; }
+
+// Frame size and the encoder settings of the export settings file. Results of
+// the codec, rate and hardware calls are not checked: the library keeps its
+// own value when it refuses one.
+int32_t ApplyOutputSettings(OrmaVideoHandle vv, const ExportSettings& settings, char* message) {
+  const int32_t result = OrmaSetOutPath(vv, settings.outUrl);
+  if (result <= 0) return Fail(message, result, "Set out path fail");
+  if (settings.videoCodec[0]) OrmaSetVideoCodec(vv, settings.videoCodec);
+  if (settings.fps > 0) OrmaSetFPS(vv, settings.fps);
+  if (settings.videoBitrate > 0) OrmaSetVideoBitrate(vv, settings.videoBitrate);
+  if (settings.audioChannels > 0) OrmaSetAudioChannels(vv, settings.audioChannels);
+  if (settings.audioSamples > 0) OrmaSetAudioSamples(vv, settings.audioSamples);
+  if (settings.audioBitrate > 0) OrmaSetAudioBitrate(vv, settings.audioBitrate);
+  // The audio codec takes the video encoder's name.
+  if (settings.audioCodec[0]) OrmaSetAudioCodec(vv, settings.videoCodec);
+  if (settings.hwDecoder != 0) OrmaEnableHWDecoder(vv, settings.hwDecoder);
+  if (settings.hwEncoder != 0) OrmaEnableHWEncoder(vv, settings.hwEncoder);
+  return 1;
+}
+
+// Set again after every media item of the scene. Image and blur fail only on
+// a negative result, the colour on 0 as well.
+int32_t ApplyBackground(OrmaSceneHandle scene, const BackgroundRecord& background, char* message) {
+  if (background.imagePath[0]) {
+    const int32_t result = OrmaSetSceneBackGroundImage(scene, background.imagePath);
+    return result < 0 ? FailWithResult(message, result, "OrmaSetSceneBackGroundImage") : 1;
+  }
+  const ColorF& color = background.color;
+  if (color.red > 0 || color.green > 0 || color.blue > 0 || color.alpha > 0) {
+    const float rgba[4] = {color.red, color.green, color.blue, color.alpha};
+    const int32_t result = OrmaSetSceneBackGroundColor(scene, rgba);
+    return result <= 0 ? FailWithResult(message, result, "OrmaSetSceneBackGroundColor") : 1;
+  }
+  const int32_t result = OrmaSetSceneBackGroundGaussBlur(scene, background.blurIntensity);
+  return result < 0 ? FailWithResult(message, result, "OrmaSetSceneBackGroundGaussBlur") : 1;
+}
+
+// 1 on success; 0 when the resource is missing (the export ends without a
+// message); otherwise the failing result with its message.
+int32_t ApplyTransition(const DraftDocument* document, OrmaVideoHandle vv, OrmaSceneHandle scene,
+                        const TransitionRecord& transition, char* message) {
+  std::string path;
+  if (!FindTransitionResource(document, transition.folderPath, &path)) return 0;
+  const int32_t result = OrmaSetSceneTransitionMode(vv, scene, 3);
+  if (result < 1) return Fail(message, result, "Set scene transition mode fail");
+  const int32_t set =
+      OrmaSetSceneTransition(vv, scene, path.c_str(), convert::SecondsToUs(transition.duration));
+  if (set < 1) LogLine("OrmaSetSceneTransition failed:%d\n", set);
+  return 1;
+}
+
+int32_t BuildScene(const DraftDocument* document, OrmaVideoHandle vv, const SceneRecord* record, float* position,
+                   char* message) {
+  float start = 0;
+  float end = 0;
+  if (SceneSpan(record, document->mediaInfo, *position, &start, &end) <= 0)
+    return Fail(message, -1694, "Scene or MediaInfo  timeline is error");
+  *position = end; // the next scene starts where this one ends
+
+  OrmaSceneHandle scene = OrmaCreateScene(convert::ToInt64(start), convert::ToInt64(end));
+  if (!scene) return Fail(message, -1703, "Create scene fail");
+  int32_t result = OrmaAddScene(vv, scene);
+  if (result <= 0) return Fail(message, result, "Add scene fail");
+
+  for (const MediaRecord* item = record->media; item; item = item->next) {
+    const std::string path = ResolveMediaPath(document, item->path);
+    OrmaMediaHandle media = OrmaSceneCreateMedia(path.c_str());
+    if (!media) return Fail(message, -1735, "Scene media path is null");
+    result = OrmaSceneAddMediaHandle(scene, media);
+    if (result <= 0) return Fail(message, result, "Add media to scene fail");
+    result = ApplyMediaAttributes(document, media, item, 0);
+    if (result <= 0) return Fail(message, result, "Set media attribute fail");
+    if (record->background) {
+      result = ApplyBackground(scene, *record->background, message);
+      if (result <= 0) return result;
+    }
+  }
+
+  if (record->transition && record->transition->folderPath[0]) {
+    return ApplyTransition(document, vv, scene, *record->transition, message);
+  }
+  return 1;
+}
+
+} // namespace
+
+int SceneSpan(const SceneRecord* scene, const MediaInfoEntry* mediaInfo, float position, float* outStart,
+              float* outEnd) {
+  if (!scene || !scene->media) return -29;
+  *outStart = 0;
+  *outEnd = 0;
+  const MediaRecord* first = scene->media;
+  if (first->timelineFrom >= 0 && first->timelineTo > 0) {
+    *outStart = first->timelineFrom * 1000000.0f;
+    *outEnd = first->timelineTo * 1000000.0f;
+    return 1;
+  }
+
+  // Each media item must match a slot of the replaceable media list; the walk
+  // goes on from the last match for the next item.
+  const MediaInfoEntry* entry = mediaInfo;
+  for (const MediaRecord* item = scene->media; item; item = item->next) {
+    double length = CutToMillis(static_cast<double>(item->trimTimeEnd - item->trimTimeStart));
+    if (item->speed > 0) length /= item->speed;
+    for (; entry; entry = entry->next) {
+      const double entryLength = CutToMillis(static_cast<double>(entry->timelineTo - entry->timelineFrom));
+      const float entryStart = entry->timelineFrom * 1000000.0f;
+      if (std::fabs(entryLength - length) < 0.1 && std::strcmp(entry->path, item->path) == 0 &&
+          std::fabs(static_cast<double>(entryStart) - position) < 100000) {
+        *outStart = position;
+        *outEnd = entry->timelineTo * 1000000.0f;
+        break;
+      }
+    }
+    if (!entry) break;
+  }
+  if (entry) return 1;
+
+  // No slot fits: a replaceable item takes its trimmed source lengths.
+  *outStart = position;
+  if (first->replaceType == 0) return -97;
+  for (const MediaRecord* item = scene->media; item; item = item->next)
+    *outEnd += (item->trimTimeEnd - item->trimTimeStart) * 1000000.0f;
+  *outEnd += position;
+  return 1;
+}
+
+void ProgressReporter(OrmaVideoHandle vv) {
+  if (!vv) return;
+  for (int polls = 0;; ++polls) {
+    const float percent = static_cast<float>(OrmaEditProgress(vv));
+    if (polls % 5 == 0) {
+      const uint64_t elapsed = platform::TickCount64() - startTicks;
+      LogLine("progress:%f time:%.1f(s)\n", static_cast<double>(percent), static_cast<double>(elapsed) / 1000.0);
+      std::fflush(stdout);
+      polls = 0;
+    }
+    if (percent >= 99.5f) return;
+    platform::SleepMs(100);
+  }
+}
+
+int32_t ExportDraft(DraftDocument* document, char* message) {
+  ExportSettings settings = DefaultExportSettings();
+  if (!document || !document->draftPath[0]) return Fail(message, -1499, "JsonPath is null");
+  if (!document->scenes || !document->mediaInfo) return Fail(message, -1507, "Scenes or MediaInfo is null");
+
+  // The virtual video belongs to the library from here on; it is never released.
+  OrmaVideoHandle vv = OrmaVirtualVideoCreate();
+  if (!vv) return Fail(message, -1515, "Create virtual video fail");
+
+  const bool preview = document->previewMode != 0;
+  if (preview) {
+    OrmaSetDisplayRatio(vv, document->width / document->height);
+    OrmaSetPreviewWindowsHwnd(vv, document->previewWindow);
+    OrmaPreviewInit(vv);
+  } else {
+    const bool outputSize = document->videoW > 0 && document->videoH > 0;
+    const int32_t result = OrmaSetFrameSize(vv, convert::ToInt32(outputSize ? document->videoW : document->width),
+                                            convert::ToInt32(outputSize ? document->videoH : document->height));
+    if (result <= 0) return Fail(message, result, "Set frame size fail");
+  }
+
+  if (!IsEmpty(document->exportPath)) {
+    ReadExportSettings(document->exportPath, &settings, &document->exportStart, &document->exportEnd);
+  } else if (!IsEmpty(document->outputPath)) {
+    std::snprintf(settings.outUrl, sizeof(settings.outUrl), "%s", document->outputPath);
+  }
+
+  if (!preview) {
+    if (!settings.outUrl[0]) {
+      std::snprintf(settings.outUrl, sizeof(settings.outUrl), "%s", DefaultOutputPath(document).c_str());
+    }
+    const int32_t result = ApplyOutputSettings(vv, settings, message);
+    if (result <= 0) return result;
+  }
+
+  float position = 0;
+  for (const SceneRecord* scene = document->scenes; scene; scene = scene->next) {
+    const int32_t result = BuildScene(document, vv, scene, &position, message);
+    if (result <= 0) return result;
+  }
+
+  // ---- Later stages, in this order, each ending the export on failure ----
+  //   mosaics, blur and delogo regions; custom look-up filters; music tracks,
+  //   then sound effects; tonings as adjustments; special effects;
+  //   picture-in-picture overlays; stickers; captions; the logo.
+  // ---- end of later stages ----
+
+  if (preview) {
+    // The preview run (RunPreview, preview/preview_run.h) is not part of this
+    // build yet; the timeline above has been built for nothing.
+    return Fail(message, -1, "Preview is not available in this build");
+  }
+
+  std::thread progress(ProgressReporter, vv);
+  std::printf("nLimitTimelineStart:%lld nLimitTimelineEnd:%lld\n", static_cast<long long>(document->exportStart),
+              static_cast<long long>(document->exportEnd));
+  if (document->exportStart > 0 || document->exportEnd > 0) {
+    OrmaEditSetLimitTime(vv, document->exportStart, document->exportEnd);
+  }
+  OrmaEditMediaUseAgentProcess(vv);
+  const int32_t result = OrmaEditMedia(vv); // blocks until the export has ended
+  if (result <= 0) Fail(message, result, "Edit media fail");
+  // The reporter ends only at 99.5 %, so a stopped export keeps this waiting
+  // until the library's progress gets there.
+  progress.join();
+  std::printf("ExportDraft out!\n");
+  std::fflush(stdout);
+  return result;
+}
