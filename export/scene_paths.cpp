@@ -3,6 +3,7 @@
 #include <cstring>
 #include <vector>
 
+#include "driver/codepage.h"
 #include "export/resource_path.h"
 #include "platform/platform.h"
 
@@ -15,11 +16,6 @@ std::string Limited(std::string path) {
   if (path.size() > kPathLimit) path.resize(kPathLimit);
   return path;
 }
-
-// The existence test of the transition lookup. The run driver's FileExists
-// adds code-page fallbacks for Windows; on this platform a path is UTF-8 on
-// disk, so the plain test answers the same.
-bool ResourceExists(const std::string& path) { return platform::Exists(path.c_str()); }
 
 // Entries of a folder as the resource lookups see them: names of five
 // characters or fewer never count, which also hides "." and "..".
@@ -66,12 +62,12 @@ bool FindTransitionResource(const DraftDocument* document, const char* folderPat
   path->clear();
   const std::string resolved = ResolveMediaPath(document, folderPath);
   const std::string config = JoinPath(resolved, "config.json");
-  if (ResourceExists(config)) {
+  if (FileExists(config.c_str())) {
     *path = Limited(config);
     return true;
   }
   const std::string fileConfig = JoinPath(JoinPath(resolved, "file"), "config.json");
-  if (ResourceExists(fileConfig)) {
+  if (FileExists(fileConfig.c_str())) {
     *path = Limited(fileConfig);
     return true;
   }
