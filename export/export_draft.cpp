@@ -83,8 +83,8 @@ int32_t ApplyTransition(const DraftDocument* document, OrmaVideoHandle vv, OrmaS
   return 1;
 }
 
-int32_t BuildScene(const DraftDocument* document, OrmaVideoHandle vv, const SceneRecord* record, float* position,
-                   char* message) {
+int32_t BuildScene(const DraftDocument* document, OrmaVideoHandle vv, const SceneRecord* record,
+                   float* position, char* message) {
   float start = 0;
   float end = 0;
   if (SceneSpan(record, document->mediaInfo, *position, &start, &end) <= 0)
@@ -165,7 +165,8 @@ void ProgressReporter(OrmaVideoHandle vv) {
     const float percent = static_cast<float>(OrmaEditProgress(vv));
     if (polls % 5 == 0) {
       const uint64_t elapsed = platform::TickCount64() - startTicks;
-      LogLine("progress:%f time:%.1f(s)\n", static_cast<double>(percent), static_cast<double>(elapsed) / 1000.0);
+      LogLine("progress:%f time:%.1f(s)\n", static_cast<double>(percent),
+              static_cast<double>(elapsed) / 1000.0);
       std::fflush(stdout);
       polls = 0;
     }
@@ -190,8 +191,9 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
     OrmaPreviewInit(vv);
   } else {
     const bool outputSize = document->videoW > 0 && document->videoH > 0;
-    const int32_t result = OrmaSetFrameSize(vv, convert::ToInt32(outputSize ? document->videoW : document->width),
-                                            convert::ToInt32(outputSize ? document->videoH : document->height));
+    const int32_t result =
+        OrmaSetFrameSize(vv, convert::ToInt32(outputSize ? document->videoW : document->width),
+                         convert::ToInt32(outputSize ? document->videoH : document->height));
     if (result <= 0) return Fail(message, result, "Set frame size fail");
   }
 
@@ -228,8 +230,8 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
   }
 
   std::thread progress(ProgressReporter, vv);
-  std::printf("nLimitTimelineStart:%lld nLimitTimelineEnd:%lld\n", static_cast<long long>(document->exportStart),
-              static_cast<long long>(document->exportEnd));
+  std::printf("nLimitTimelineStart:%lld nLimitTimelineEnd:%lld\n",
+              static_cast<long long>(document->exportStart), static_cast<long long>(document->exportEnd));
   if (document->exportStart > 0 || document->exportEnd > 0) {
     OrmaEditSetLimitTime(vv, document->exportStart, document->exportEnd);
   }

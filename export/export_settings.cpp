@@ -95,7 +95,8 @@ bool ReadExportSettings(const char* path, ExportSettings* settings, int64_t* exp
   }
   if (const cJSON* hw = cJSON_GetObjectItem(root, "hw")) ReadHardware(hw, settings);
   if (const cJSON* time = cJSON_GetObjectItem(root, "time")) ReadTime(time, exportStart, exportEnd);
-  if (const cJSON* outUrl = cJSON_GetObjectItem(root, "outUrl"); cJSON_IsString(outUrl) && outUrl->valuestring) {
+  if (const cJSON* outUrl = cJSON_GetObjectItem(root, "outUrl");
+      cJSON_IsString(outUrl) && outUrl->valuestring) {
     CopyText(settings->outUrl, outUrl->valuestring);
   }
   cJSON_Delete(root);

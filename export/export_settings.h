@@ -6,9 +6,9 @@
 #include <cstdint>
 
 struct ExportSettings {
-  char videoCodec[128]; ///< encoder name; "libx264" unless the file names one
-  double fps;           ///< frames per second, 0 < fps <= 120; 25 by default
-  int32_t videoBitrate; ///< passed through unchanged; 3000 by default, > 0
+  char videoCodec[128];  ///< encoder name; "libx264" unless the file names one
+  double fps;            ///< frames per second, 0 < fps <= 120; 25 by default
+  int32_t videoBitrate;  ///< passed through unchanged; 3000 by default, > 0
   int32_t audioChannels; ///< 1..6; 2 by default
   int32_t audioSamples;  ///< sample rate in Hz; 44100 by default
   int32_t audioBitrate;  ///< passed through unchanged; 128 by default, may be negative
@@ -24,5 +24,4 @@ ExportSettings DefaultExportSettings();
 /// Reads the UTF-8 JSON file at `path` over `settings`. A file that does not
 /// open or does not parse leaves everything as it was and returns false.
 /// Each "time" key present overwrites *exportStart / *exportEnd (microseconds).
-bool ReadExportSettings(const char* path, ExportSettings* settings, int64_t* exportStart,
-                        int64_t* exportEnd);
+bool ReadExportSettings(const char* path, ExportSettings* settings, int64_t* exportStart, int64_t* exportEnd);

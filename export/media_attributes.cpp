@@ -182,9 +182,12 @@ int32_t ApplyMediaAttributes(const DraftDocument* document, OrmaMediaHandle medi
   }
 
   // "!= 0" on purpose: a NaN level is sent too.
-  if (m.beautyBlurIntensity != 0) ORMA_CALL(OrmaSetMediaBeautyBlurIntensity(media, ScaledLevel(m.beautyBlurIntensity, 100)));
-  if (m.beautyBrightIntensity != 0) ORMA_CALL(OrmaSetMediaBeautyBrightIntensity(media, ScaledLevel(m.beautyBrightIntensity, 100)));
-  if (m.beautyToneIntensity != 0) ORMA_CALL(OrmaSetMediaBeautyToneIntensity(media, ScaledLevel(m.beautyToneIntensity, 100)));
+  if (m.beautyBlurIntensity != 0)
+    ORMA_CALL(OrmaSetMediaBeautyBlurIntensity(media, ScaledLevel(m.beautyBlurIntensity, 100)));
+  if (m.beautyBrightIntensity != 0)
+    ORMA_CALL(OrmaSetMediaBeautyBrightIntensity(media, ScaledLevel(m.beautyBrightIntensity, 100)));
+  if (m.beautyToneIntensity != 0)
+    ORMA_CALL(OrmaSetMediaBeautyToneIntensity(media, ScaledLevel(m.beautyToneIntensity, 100)));
   if (m.beautyBigEyeIntensity > 0 || m.beautyThinFaceIntensity > 0) {
     // Face shaping needs a face; without one both levels are skipped quietly.
     int32_t faces = 0;
@@ -206,7 +209,8 @@ int32_t ApplyMediaAttributes(const DraftDocument* document, OrmaMediaHandle medi
   if (std::fabs(m.highlight) > 0) ORMA_CALL(OrmaSetMediaHighlight(media, ScaledLevel(m.highlight, 100)));
   if (m.shadows > 0) ORMA_CALL(OrmaSetMediaShadow(media, ScaledLevel(m.shadows, 100)));
   if (m.graininess > 0) ORMA_CALL(OrmaSetMediaGraininess(media, ScaledLevel(m.graininess, 100)));
-  if (std::fabs(m.lightSensation) > 0) ORMA_CALL(OrmaSetMediaLightSensation(media, ScaledLevel(m.lightSensation, 100)));
+  if (std::fabs(m.lightSensation) > 0)
+    ORMA_CALL(OrmaSetMediaLightSensation(media, ScaledLevel(m.lightSensation, 100)));
   if (m.fade > 0) ORMA_CALL(OrmaSetMediaFade(media, ScaledLevel(m.fade, 100)));
 
   ORMA_CALL(OrmaSetMediaTransparency(media, static_cast<double>(m.alpha)));
@@ -227,7 +231,8 @@ int32_t ApplyMediaAttributes(const DraftDocument* document, OrmaMediaHandle medi
         animation->type == 1 ? SecondsToUs((m.trimTimeEnd - m.trimTimeStart) - animation->duration) : 0;
     ORMA_CALL(OrmaSetMediaAnimation(media, config.c_str(), animation->type, start,
                                     SecondsToUs(animation->duration)));
-    if (animation->type == 2) ORMA_CALL(OrmaSetMediaAnimationCycleDuration(media, SecondsToUs(animation->cycleDuration)));
+    if (animation->type == 2)
+      ORMA_CALL(OrmaSetMediaAnimationCycleDuration(media, SecondsToUs(animation->cycleDuration)));
   }
 
   for (const MediaKeyFrame* frame = m.keyFrames; frame; frame = frame->next) {
@@ -243,10 +248,10 @@ int32_t ApplyMediaAttributes(const DraftDocument* document, OrmaMediaHandle medi
 
   // Chroma key follows the blend type alone, for scene items and overlays alike.
   if (m.blendType == 1.0f) {
-    ORMA_CALL(OrmaSetMediaChromaKey(media, 1, ScaledLevel(m.cutoutColor.red, 255), ScaledLevel(m.cutoutColor.green, 255),
-                                    ScaledLevel(m.cutoutColor.blue, 255), ToInt32(m.cutoutFactor),
-                                    ToInt32(m.cutoutAlphaLower), ToInt32(m.cutoutAlphaUpper),
-                                    ToInt32(m.cutoutEdgeSize)));
+    ORMA_CALL(OrmaSetMediaChromaKey(
+        media, 1, ScaledLevel(m.cutoutColor.red, 255), ScaledLevel(m.cutoutColor.green, 255),
+        ScaledLevel(m.cutoutColor.blue, 255), ToInt32(m.cutoutFactor), ToInt32(m.cutoutAlphaLower),
+        ToInt32(m.cutoutAlphaUpper), ToInt32(m.cutoutEdgeSize)));
   }
 
   for (const EffectRecord* effect = m.specialEffects; effect; effect = effect->next) {

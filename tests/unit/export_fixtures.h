@@ -19,12 +19,13 @@ namespace exporttest {
 
 /// Owns every record it hands out.
 class Arena {
- public:
+public:
   Arena() = default;
   Arena(const Arena&) = delete;
   Arena& operator=(const Arena&) = delete;
   ~Arena() {
-    for (void* p : owned_) std::free(p);
+    for (void* p : owned_)
+      std::free(p);
   }
   template <typename T> T* New() {
     T* record = NewRecord<T>();
@@ -32,7 +33,7 @@ class Arena {
     return record;
   }
 
- private:
+private:
   std::vector<void*> owned_;
 };
 
@@ -42,7 +43,7 @@ template <size_t N> void SetText(char (&buffer)[N], const std::string& text) {
 
 /// A fresh folder under the system's temporary folder, removed with the object.
 class ScratchFolder {
- public:
+public:
   ScratchFolder() {
     std::string pattern = (std::filesystem::temp_directory_path() / "ormaexport.XXXXXX").string();
     std::vector<char> buffer(pattern.begin(), pattern.end());
@@ -69,7 +70,7 @@ class ScratchFolder {
     return Join(name);
   }
 
- private:
+private:
   std::string path_;
 };
 

@@ -15,7 +15,7 @@ using Lines = std::vector<std::string>;
 namespace {
 
 class MediaAttributes : public ::testing::Test {
- protected:
+protected:
   void SetUp() override {
     document = arena.New<DraftDocument>();
     document->ver = 5;
@@ -41,16 +41,20 @@ class MediaAttributes : public ::testing::Test {
   }
   static Lines All() {
     Lines lines;
-    for (const recorder::Call& c : AllCalls()) lines.push_back(recorder::Format(c));
+    for (const recorder::Call& c : AllCalls())
+      lines.push_back(recorder::Format(c));
     return lines;
   }
   static Lines Names() {
     Lines names;
-    for (const recorder::Call& c : AllCalls()) names.push_back(c.name);
+    for (const recorder::Call& c : AllCalls())
+      names.push_back(c.name);
     return names;
   }
 
-  int32_t Apply(int32_t applyBlendMode = 0) { return ApplyMediaAttributes(document, media, item, applyBlendMode); }
+  int32_t Apply(int32_t applyBlendMode = 0) {
+    return ApplyMediaAttributes(document, media, item, applyBlendMode);
+  }
 
   // Calls of one name, formatted.
   static Lines Named(const std::string& name) {
@@ -103,23 +107,23 @@ TEST_F(MediaAttributes, PlainItemSendsTheUnconditionalCallsInOrder) {
   item->showRect = {0.25f, 0.1f, 0.75f, 0.9f};
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(All(), (Lines{
-                             "OrmaSetMediaFlip(h1, 0)",
-                             "OrmaSetMediaTimeLine(h1, 0, 3000000)",
-                             "OrmaSetMediaCutTime(h1, 1000000, 4000000)",
-                             "OrmaSetMediaAudioFactor(h1, 1)",
-                             "OrmaSetMediaAudioEffect(h1, 0)",
-                             "OrmaSetMediaAudioNsLevel(h1, 0)",
-                             "OrmaSetMediaSharp(h1, 0)",
-                             "OrmaSetMediaSaturation(h1, 0)",
-                             "OrmaSetMediaContrast(h1, 0)",
-                             "OrmaSetMediaBright(h1, 0)",
-                             "OrmaSetMediaWhiteBalance(h1, 0)",
-                             "OrmaSetMediaTransparency(h1, 1)",
-                             "OrmaSetMediaAnimationAngle(h1, 0)",
-                             "OrmaSetMediaClip(h1, {0,0,1,1})",
-                             "OrmaSetMediaShowRect(h1, {0.25,0.100000001,0.75,0.899999976})",
-                             "OrmaSetMediaPlaySpeed(h1, 1)",
-                         }));
+                       "OrmaSetMediaFlip(h1, 0)",
+                       "OrmaSetMediaTimeLine(h1, 0, 3000000)",
+                       "OrmaSetMediaCutTime(h1, 1000000, 4000000)",
+                       "OrmaSetMediaAudioFactor(h1, 1)",
+                       "OrmaSetMediaAudioEffect(h1, 0)",
+                       "OrmaSetMediaAudioNsLevel(h1, 0)",
+                       "OrmaSetMediaSharp(h1, 0)",
+                       "OrmaSetMediaSaturation(h1, 0)",
+                       "OrmaSetMediaContrast(h1, 0)",
+                       "OrmaSetMediaBright(h1, 0)",
+                       "OrmaSetMediaWhiteBalance(h1, 0)",
+                       "OrmaSetMediaTransparency(h1, 1)",
+                       "OrmaSetMediaAnimationAngle(h1, 0)",
+                       "OrmaSetMediaClip(h1, {0,0,1,1})",
+                       "OrmaSetMediaShowRect(h1, {0.25,0.100000001,0.75,0.899999976})",
+                       "OrmaSetMediaPlaySpeed(h1, 1)",
+                   }));
 }
 
 TEST_F(MediaAttributes, AllZeroPictureFieldsOfOldDraftSendNeutralLevels) {
@@ -148,9 +152,9 @@ TEST_F(MediaAttributes, NewDraftLevelsScaleSharpnessByAQuarter) {
 
 TEST_F(MediaAttributes, OldDraftLevelsMoveTheNeutralPoints) {
   document->ver = 4;
-  item->sharpness = 4.0f;   // top of -4..4 -> 100
-  item->saturation = 1.5f;  // neutral 1.0
-  item->contrast = 2.5f;    // raised contrast is compressed by three: 1.5 / 3 -> 50
+  item->sharpness = 4.0f;  // top of -4..4 -> 100
+  item->saturation = 1.5f; // neutral 1.0
+  item->contrast = 2.5f;   // raised contrast is compressed by three: 1.5 / 3 -> 50
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(Named("OrmaSetMediaSharp"), Lines{"OrmaSetMediaSharp(h1, 100)"});
   EXPECT_EQ(Named("OrmaSetMediaSaturation"), Lines{"OrmaSetMediaSaturation(h1, 50)"});
@@ -184,7 +188,8 @@ TEST_F(MediaAttributes, FlipModeAddsHorizontalOneAndVerticalTwo) {
     item->isHorizontalMirror = (mode & 1) ? 7 : 0;
     item->isVerticalMirror = (mode & 2) ? -1 : 0;
     EXPECT_EQ(Apply(), 1);
-    EXPECT_EQ(Named("OrmaSetMediaFlip"), Lines{"OrmaSetMediaFlip(h1, " + std::to_string(expected[mode]) + ")"});
+    EXPECT_EQ(Named("OrmaSetMediaFlip"),
+              Lines{"OrmaSetMediaFlip(h1, " + std::to_string(expected[mode]) + ")"});
   }
 }
 
@@ -243,7 +248,8 @@ TEST_F(MediaAttributes, NonZeroDenoiseLevelIsSentTwiceTheSecondTimeLast) {
   item->specialEffects->timelineTo = 1.0f;
   SetText(item->specialEffects->folderPath, "fx");
   EXPECT_EQ(Apply(), 1);
-  EXPECT_EQ(Named("OrmaSetMediaAudioNsLevel"), (Lines{"OrmaSetMediaAudioNsLevel(h1, 2)", "OrmaSetMediaAudioNsLevel(h1, 2)"}));
+  EXPECT_EQ(Named("OrmaSetMediaAudioNsLevel"),
+            (Lines{"OrmaSetMediaAudioNsLevel(h1, 2)", "OrmaSetMediaAudioNsLevel(h1, 2)"}));
   std::vector<std::string> names = Names();
   EXPECT_EQ(names[5], "OrmaSetMediaAudioNsLevel");
   EXPECT_EQ(names.back(), "OrmaSetMediaAudioNsLevel");
@@ -261,7 +267,8 @@ TEST_F(MediaAttributes, LookUpTableOfTypeElevenIsResolvedAgainstTheDraftFolder) 
   item->filter->filterIntensity = 0.8f;
   SetText(item->filter->filterPath, "luts/warm.cube");
   EXPECT_EQ(Apply(), 1);
-  EXPECT_EQ(Named("OrmaSetMediaLUT"), Lines{"OrmaSetMediaLUT(h1, \"/drafts/work/luts/warm.cube\", 0.800000012)"});
+  EXPECT_EQ(Named("OrmaSetMediaLUT"),
+            Lines{"OrmaSetMediaLUT(h1, \"/drafts/work/luts/warm.cube\", 0.800000012)"});
   // It follows the noise suppression and precedes the picture levels.
   EXPECT_EQ(Names()[6], "OrmaSetMediaLUT");
 }
@@ -280,7 +287,8 @@ TEST_F(MediaAttributes, FilterOfTypeTenOrTwelveSendsNoLookUpTable) {
 TEST_F(MediaAttributes, AbsoluteResourcePathIsUsedAsItStands) {
   item->filter = arena.New<MediaFilter>();
   item->filter->filterType = 11;
-  for (const char* path : {"C:\\luts\\100%d.cube", "d:/luts/a%s.cube", "\\\\server\\luts\\a.cube", "/srv/a%%.cube"}) {
+  for (const char* path :
+       {"C:\\luts\\100%d.cube", "d:/luts/a%s.cube", "\\\\server\\luts\\a.cube", "/srv/a%%.cube"}) {
     Restart();
     SetText(item->filter->filterPath, path);
     EXPECT_EQ(Apply(), 1);
@@ -441,7 +449,8 @@ TEST_F(MediaAttributes, OverlayWithBlendTypeOneGetsBlendModeAndChromaKey) {
   item->cutoutEdgeSize = 3.7f;
   EXPECT_EQ(Apply(1), 1);
   EXPECT_EQ(Named("OrmaSetMediaBlendMode"), Lines{"OrmaSetMediaBlendMode(h1, 1)"});
-  EXPECT_EQ(Named("OrmaSetMediaChromaKey"), Lines{"OrmaSetMediaChromaKey(h1, 1, 0, 255, 127, 40, 10, 90, 3)"});
+  EXPECT_EQ(Named("OrmaSetMediaChromaKey"),
+            Lines{"OrmaSetMediaChromaKey(h1, 1, 0, 255, 127, 40, 10, 90, 3)"});
 }
 
 TEST_F(MediaAttributes, SceneItemWithBlendTypeOneGetsTheChromaKeyOnly) {
@@ -466,7 +475,8 @@ TEST_F(MediaAttributes, ItemRectanglesAreNotScaledToTheCanvas) {
   item->cropRect = {0.1f, 0.2f, 0.9f, 0.8f};
   item->showRect = {0.0f, 0.5f, 1.0f, 1.5f};
   EXPECT_EQ(Apply(), 1);
-  EXPECT_EQ(Named("OrmaSetMediaClip"), Lines{"OrmaSetMediaClip(h1, {0.100000001,0.200000003,0.899999976,0.800000012})"});
+  EXPECT_EQ(Named("OrmaSetMediaClip"),
+            Lines{"OrmaSetMediaClip(h1, {0.100000001,0.200000003,0.899999976,0.800000012})"});
   EXPECT_EQ(Named("OrmaSetMediaShowRect"), Lines{"OrmaSetMediaShowRect(h1, {0,0.5,1,1.5})"});
 }
 
@@ -616,7 +626,8 @@ TEST_F(MediaAttributes, MaskWithImagePathIgnoresFolderShapeAndKeyFrames) {
   mask->shape.size = {0.5f, 0.5f};
   mask->keyFrames = arena.New<MaskKeyFrame>();
   EXPECT_EQ(Apply(), 1);
-  EXPECT_EQ(Named("OrmaSetMediaMaskVideo"), Lines{"OrmaSetMediaMaskVideo(h1, \"/drafts/work/masks/wipe.mp4\")"});
+  EXPECT_EQ(Named("OrmaSetMediaMaskVideo"),
+            Lines{"OrmaSetMediaMaskVideo(h1, \"/drafts/work/masks/wipe.mp4\")"});
   EXPECT_TRUE(Named("OrmaAddMediaMaskFromConfig").empty());
   EXPECT_TRUE(Named("OrmaMediaAddMaskKeyFrameAnimation").empty());
   EXPECT_TRUE(Named("OrmaUpdateMediaMaskParam").empty());
@@ -647,11 +658,13 @@ TEST_F(MediaAttributes, MaskWithoutKeyFramesSendsItsShapeAsItStands) {
   const std::vector<uint8_t>& b = call.blocks.at(0);
   ASSERT_EQ(b.size(), 88u);
   const float floats[] = {0.5f, 0.25f, 45.0f, 0.1f};
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(At<float>(b, 4 * i), floats[i]);
+  for (int i = 0; i < 4; ++i)
+    EXPECT_EQ(At<float>(b, 4 * i), floats[i]);
   EXPECT_EQ(At<int32_t>(b, 16), 1);
-  const float rest[] = {0.2f, 3.0f, 0.1f, 0.2f, 0.3f, 0.4f, 0.5f, 0.6f, 0.01f, 0.02f,
-                        0.03f, 0.04f, 0.05f, 0.06f, 0.07f, 0.08f, 9.0f};
-  for (int i = 0; i < 17; ++i) EXPECT_EQ(At<float>(b, 20 + 4 * i), rest[i]) << "offset " << 20 + 4 * i;
+  const float rest[] = {0.2f,  3.0f,  0.1f,  0.2f,  0.3f,  0.4f,  0.5f,  0.6f, 0.01f,
+                        0.02f, 0.03f, 0.04f, 0.05f, 0.06f, 0.07f, 0.08f, 9.0f};
+  for (int i = 0; i < 17; ++i)
+    EXPECT_EQ(At<float>(b, 20 + 4 * i), rest[i]) << "offset " << 20 + 4 * i;
   EXPECT_TRUE(Named("OrmaMediaAddMaskKeyFrameAnimation").empty());
 }
 
@@ -758,25 +771,55 @@ TEST_F(MediaAttributes, EveryCheckedCallStopsTheRoutineWithItsResult) {
   item->maskObject = arena.New<MaskObject>();
   item->specialEffects = arena.New<EffectRecord>();
   item->specialEffects->timelineTo = 1.0f;
-  const Lines checked = {
-      "OrmaSetMediaFlip", "OrmaSetMediaTimeLine", "OrmaSetMediaCutTime", "OrmaSetMediaAudioFactor",
-      "OrmaSetMediaAudioFadeTime", "OrmaSetMediaAudioEffect", "OrmaSetMediaAudioNsLevel", "OrmaSetMediaLUT",
-      "OrmaSetMediaDisplayMode", "OrmaSetMediaBlur", "OrmaSetMediaBeautyBlurIntensity",
-      "OrmaSetMediaBeautyBrightIntensity", "OrmaSetMediaBeautyToneIntensity", "OrmaGetMediaFaceCount",
-      "OrmaSetMediaBigEyeIntensity", "OrmaSetMediaThinFaceIntensity", "OrmaSetMediaVignette", "OrmaSetMediaSharp",
-      "OrmaSetMediaSaturation", "OrmaSetMediaContrast", "OrmaSetMediaBright", "OrmaSetMediaWhiteBalance",
-      "OrmaSetMediaTint", "OrmaSetMediaHighlight", "OrmaSetMediaShadow", "OrmaSetMediaGraininess",
-      "OrmaSetMediaLightSensation", "OrmaSetMediaFade", "OrmaSetMediaTransparency", "OrmaSetMediaAnimationAngle",
-      "OrmaSetMediaBlendMode", "OrmaSetMediaClip", "OrmaSetMediaShowRect", "OrmaSetMediaPlaySpeed",
-      "OrmaSetMediaAnimation", "OrmaSetMediaAnimationCycleDuration", "OrmaAddMediaMaskFromConfig",
-      "OrmaUpdateMediaMaskParam", "OrmaSetMediaChromaKey", "OrmaSetMediaSpecialEffect", "OrmaSetMediaAudioNsLevel"};
+  const Lines checked = {"OrmaSetMediaFlip",
+                         "OrmaSetMediaTimeLine",
+                         "OrmaSetMediaCutTime",
+                         "OrmaSetMediaAudioFactor",
+                         "OrmaSetMediaAudioFadeTime",
+                         "OrmaSetMediaAudioEffect",
+                         "OrmaSetMediaAudioNsLevel",
+                         "OrmaSetMediaLUT",
+                         "OrmaSetMediaDisplayMode",
+                         "OrmaSetMediaBlur",
+                         "OrmaSetMediaBeautyBlurIntensity",
+                         "OrmaSetMediaBeautyBrightIntensity",
+                         "OrmaSetMediaBeautyToneIntensity",
+                         "OrmaGetMediaFaceCount",
+                         "OrmaSetMediaBigEyeIntensity",
+                         "OrmaSetMediaThinFaceIntensity",
+                         "OrmaSetMediaVignette",
+                         "OrmaSetMediaSharp",
+                         "OrmaSetMediaSaturation",
+                         "OrmaSetMediaContrast",
+                         "OrmaSetMediaBright",
+                         "OrmaSetMediaWhiteBalance",
+                         "OrmaSetMediaTint",
+                         "OrmaSetMediaHighlight",
+                         "OrmaSetMediaShadow",
+                         "OrmaSetMediaGraininess",
+                         "OrmaSetMediaLightSensation",
+                         "OrmaSetMediaFade",
+                         "OrmaSetMediaTransparency",
+                         "OrmaSetMediaAnimationAngle",
+                         "OrmaSetMediaBlendMode",
+                         "OrmaSetMediaClip",
+                         "OrmaSetMediaShowRect",
+                         "OrmaSetMediaPlaySpeed",
+                         "OrmaSetMediaAnimation",
+                         "OrmaSetMediaAnimationCycleDuration",
+                         "OrmaAddMediaMaskFromConfig",
+                         "OrmaUpdateMediaMaskParam",
+                         "OrmaSetMediaChromaKey",
+                         "OrmaSetMediaSpecialEffect",
+                         "OrmaSetMediaAudioNsLevel"};
 
   EXPECT_EQ(Apply(1), 1);
   EXPECT_EQ(Names(), checked);
 
   for (size_t i = 0; i < checked.size(); ++i) {
     const std::string& name = checked[i];
-    if (name == "OrmaGetMediaFaceCount" || name == "OrmaAddMediaMaskFromConfig") continue; // not plain status calls
+    if (name == "OrmaGetMediaFaceCount" || name == "OrmaAddMediaMaskFromConfig")
+      continue; // not plain status calls
     Restart();
     const int64_t failure = -static_cast<int64_t>(i) - 10;
     if (name == "OrmaSetMediaAudioNsLevel" && i > 10) {
