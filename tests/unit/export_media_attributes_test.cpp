@@ -633,23 +633,47 @@ TEST_F(MediaAttributes, MaskWithImagePathIgnoresFolderShapeAndKeyFrames) {
   EXPECT_TRUE(Named("OrmaUpdateMediaMaskParam").empty());
 }
 
+namespace {
+
+// A shape whose every field differs; `base` shifts the values.
+MaskShape DistinctShape(float base) {
+  MaskShape s{};
+  s.size = {base + 0.5f, base + 0.25f};
+  s.degrees = base + 45.0f;
+  s.distance = base + 0.1f;
+  s.invert = 1;
+  s.featherStep = base + 0.2f;
+  s.edgeSize = base + 3.0f;
+  s.edgeColor = {base + 0.11f, base + 0.12f, base + 0.13f, base + 0.14f};
+  s.centerF = {base + 0.55f, base + 0.6f};
+  s.topLeft = {base + 0.01f, base + 0.02f};
+  s.topRight = {base + 0.03f, base + 0.04f};
+  s.bottomRight = {base + 0.05f, base + 0.06f};
+  s.bottomLeft = {base + 0.07f, base + 0.08f};
+  s.cornerRadius = base + 9.0f;
+  return s;
+}
+
+// The 88 bytes of a mask shape block at `offset`, field by field.
+void ExpectShapeBlock(const std::vector<uint8_t>& b, size_t offset, const MaskShape& s) {
+  const std::pair<size_t, float> floats[] = {
+      {0, s.size.width},      {4, s.size.height},      {8, s.degrees},        {12, s.distance},
+      {20, s.featherStep},    {24, s.edgeSize},        {28, s.edgeColor.red}, {32, s.edgeColor.green},
+      {36, s.edgeColor.blue}, {40, s.edgeColor.alpha}, {44, s.centerF.x},     {48, s.centerF.y},
+      {52, s.topLeft.x},      {56, s.topLeft.y},       {60, s.topRight.x},    {64, s.topRight.y},
+      {68, s.bottomRight.x},  {72, s.bottomRight.y},   {76, s.bottomLeft.x},  {80, s.bottomLeft.y},
+      {84, s.cornerRadius}};
+  for (const auto& [at, value] : floats)
+    EXPECT_EQ(At<float>(b, offset + at), value) << "offset " << at;
+  EXPECT_EQ(At<int32_t>(b, offset + 16), s.invert);
+}
+
+} // namespace
+
 TEST_F(MediaAttributes, MaskWithoutKeyFramesSendsItsShapeAsItStands) {
   MaskObject* mask = item->maskObject = arena.New<MaskObject>();
   SetText(mask->folderPath, "masks/circle");
-  MaskShape& s = mask->shape;
-  s.size = {0.5f, 0.25f};
-  s.degrees = 45.0f;
-  s.distance = 0.1f;
-  s.invert = 1;
-  s.featherStep = 0.2f;
-  s.edgeSize = 3.0f;
-  s.edgeColor = {0.1f, 0.2f, 0.3f, 0.4f};
-  s.centerF = {0.5f, 0.6f};
-  s.topLeft = {0.01f, 0.02f};
-  s.topRight = {0.03f, 0.04f};
-  s.bottomRight = {0.05f, 0.06f};
-  s.bottomLeft = {0.07f, 0.08f};
-  s.cornerRadius = 9.0f;
+  mask->shape = DistinctShape(0);
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(Named("OrmaAddMediaMaskFromConfig"),
             Lines{"OrmaAddMediaMaskFromConfig(h1, \"/drafts/work/masks/circle/config.json\")"});
@@ -657,27 +681,20 @@ TEST_F(MediaAttributes, MaskWithoutKeyFramesSendsItsShapeAsItStands) {
   EXPECT_EQ(call.args.at(1), "h2"); // the mask handle
   const std::vector<uint8_t>& b = call.blocks.at(0);
   ASSERT_EQ(b.size(), 88u);
-  const float floats[] = {0.5f, 0.25f, 45.0f, 0.1f};
-  for (int i = 0; i < 4; ++i)
-    EXPECT_EQ(At<float>(b, 4 * i), floats[i]);
-  EXPECT_EQ(At<int32_t>(b, 16), 1);
-  const float rest[] = {0.2f,  3.0f,  0.1f,  0.2f,  0.3f,  0.4f,  0.5f,  0.6f, 0.01f,
-                        0.02f, 0.03f, 0.04f, 0.05f, 0.06f, 0.07f, 0.08f, 9.0f};
-  for (int i = 0; i < 17; ++i)
-    EXPECT_EQ(At<float>(b, 20 + 4 * i), rest[i]) << "offset " << 20 + 4 * i;
+  ExpectShapeBlock(b, 0, mask->shape);
   EXPECT_TRUE(Named("OrmaMediaAddMaskKeyFrameAnimation").empty());
 }
 
 TEST_F(MediaAttributes, MaskKeyFrameTimeIsWholeSecondsTimesMillion) {
   MaskObject* mask = item->maskObject = arena.New<MaskObject>();
   SetText(mask->folderPath, "masks/circle");
+  mask->shape = DistinctShape(7); // not sent when there are key frames
   MaskKeyFrame* first = mask->keyFrames = arena.New<MaskKeyFrame>();
   first->atTime = 2; // a draft's 2.7 is held as 2
-  first->shape.size = {0.3f, 0.4f};
-  first->shape.cornerRadius = 5.0f;
+  first->shape = DistinctShape(1);
   MaskKeyFrame* second = first->next = arena.New<MaskKeyFrame>();
   second->atTime = 4;
-  second->shape.invert = 1;
+  second->shape = DistinctShape(2);
   EXPECT_EQ(Apply(), 1);
   std::vector<recorder::Call> frames;
   for (const recorder::Call& c : AllCalls())
@@ -687,11 +704,9 @@ TEST_F(MediaAttributes, MaskKeyFrameTimeIsWholeSecondsTimesMillion) {
   const std::vector<uint8_t>& b = frames[0].blocks.at(0);
   ASSERT_EQ(b.size(), 96u);
   EXPECT_EQ(At<int64_t>(b, 0), 2000000);
-  EXPECT_EQ(At<float>(b, 8), 0.3f);
-  EXPECT_EQ(At<float>(b, 12), 0.4f);
-  EXPECT_EQ(At<float>(b, 8 + 84), 5.0f);
+  ExpectShapeBlock(b, 8, first->shape);
   EXPECT_EQ(At<int64_t>(frames[1].blocks.at(0), 0), 4000000);
-  EXPECT_EQ(At<int32_t>(frames[1].blocks.at(0), 8 + 16), 1);
+  ExpectShapeBlock(frames[1].blocks.at(0), 8, second->shape);
   EXPECT_TRUE(Named("OrmaUpdateMediaMaskParam").empty());
 }
 
