@@ -33,9 +33,9 @@ double CutToMillis(double seconds) { return std::trunc(seconds * 1000) / 1000; }
 
 bool IsEmpty(const char* text) { return !text || !text[0]; }
 
-// Frame size and the encoder settings of the export settings file. Results of
-// the codec, rate and hardware calls are not checked: the library keeps its
-// own value when it refuses one.
+// Output file and encoder settings. Only the output path is checked; the
+// codec, rate and hardware calls are made in a fixed order and their results
+// ignored.
 int32_t ApplyOutputSettings(OrmaVideoHandle vv, const ExportSettings& settings, char* message) {
   const int32_t result = OrmaSetOutPath(vv, settings.outUrl);
   if (result <= 0) return Fail(message, result, "Set out path fail");
