@@ -1,0 +1,259 @@
+// The draft document: reading the file, the root's scalar fields, the
+// replaceable media list, the stacking levels, the normalised working copy,
+// and the release of everything.
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "draft/draft.h"
+#include "draft/json_read.h"
+#include "draft/record_lists.h"
+#include "platform/platform.h"
+
+using namespace draftjson;
+
+namespace {
+
+// The whole file parsed; trailing bytes after the root value are accepted and
+// no byte-order mark is stripped.
+cJSON* ParseFile(const char* path) {
+  std::string text;
+  if (!platform::ReadWholeFile(path, &text)) return nullptr;
+  return cJSON_ParseWithOpts(text.c_str(), nullptr, 0);
+}
+
+void LowerCase(char* begin, char* end) {
+  std::transform(begin, end, begin,
+                 [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
+}
+
+// An entry naming a draft (".json" in any letter case) is not replaceable media.
+bool NamesJson(const char* path) {
+  char lowered[4096];
+  CopyText(lowered, sizeof(lowered), path);
+  LowerCase(lowered, lowered + std::strlen(lowered));
+  return std::strstr(lowered, ".json") != nullptr;
+}
+
+void ReadMediaInfoEntry(const cJSON* element, MediaInfoEntry* entry) {
+  ReadText(element, "path", entry->path);
+  ReadReal(element, "timelineFrom", &entry->timelineFrom);
+  ReadReal(element, "timelineTo", &entry->timelineTo);
+  ReadInt(element, "replaceType", &entry->replaceType);
+  ReadInt(element, "groupId", &entry->groupId);
+}
+
+// The replaceable media of a draft without a usable "mediaInfo": one entry per
+// media item of every scene. A scene without "media" makes it fail.
+MediaInfoEntry* MediaInfoFromScenes(const cJSON* root) {
+  const cJSON* scenes = Item(root, "scenes");
+  if (!scenes) return nullptr;
+  MediaInfoEntry* head = nullptr;
+  ListTail<MediaInfoEntry> tail(&head);
+  bool failed = false;
+  ForEachElement(scenes, [&](const cJSON* scene, int32_t) {
+    if (failed) return;
+    const cJSON* media = Item(scene, "media");
+    if (!media) {
+      failed = true;
+      return;
+    }
+    ForEachElement(media, [&](const cJSON* item, int32_t) {
+      MediaInfoEntry* entry = tail.Append();
+      if (!entry) return;
+      ReadText(item, "path", entry->path);
+      float trimStart = 0.0f;
+      float trimEnd = 0.0f;
+      ReadReal(item, "trimTimeStart", &trimStart);
+      ReadReal(item, "trimTimeEnd", &trimEnd);
+      entry->timelineTo = trimEnd - trimStart;
+      ReadInt(item, "replaceType", &entry->replaceType);
+      ReadInt(item, "groupId", &entry->groupId);
+    });
+  });
+  if (failed) {
+    FreeMediaInfo(head);
+    return nullptr;
+  }
+  return head;
+}
+
+void ReadRootScalars(const cJSON* root, DraftDocument* document) {
+  ReadInt(root, "ver", &document->ver);
+  ReadText(root, "name", document->name);
+  ReadText(root, "description", document->description);
+  if (const cJSON* creationTime = Item(root, "creationTime")) document->creationTime = IntView(creationTime);
+  ReadText(root, "cover", document->cover);
+  ReadText(root, "coverPath", document->coverPath);
+  ReadInt(root, "picture_need", &document->picture_need);
+  ReadInt(root, "video_need", &document->video_need);
+  ReadInt(root, "text_need", &document->text_need);
+  // Whole seconds: the integer view is taken on purpose.
+  ReadIntAsFloat(root, "duration", &document->duration);
+  ReadInt(root, "draft", &document->draft);
+  if (const cJSON* size = Item(root, "size")) {
+    ReadIntAsFloat(size, "width", &document->width);
+    ReadIntAsFloat(size, "height", &document->height);
+  }
+  ReadInt(root, "isHasEndScene", &document->isHasEndScene);
+}
+
+// Without "pipList" the editor's stacking order is lost, so the elements are
+// stacked kind after kind in a fixed order, without gaps.
+void RenumberLevels(DraftDocument* document) {
+  int32_t level = 1;
+  for (OverlayRecord* r = document->overlays; r; r = r->next) r->level = level++;
+  for (EffectRecord* r = document->specialEffects; r; r = r->next) r->level = level++;
+  for (MosaicRecord* r = document->mosaics; r; r = r->next) r->level = level++;
+  for (FilterRecord* r = document->customFilters; r; r = r->next) r->level = level++;
+  for (ToningRecord* r = document->tonings; r; r = r->next) r->level = level++;
+  for (StickerRecord* r = document->stickers; r; r = r->next) r->level = level++;
+  for (CaptionRecord* r = document->captions; r; r = r->next) r->level = level++;
+  if (document->logo) document->logo->level = level;
+}
+
+// The working copy beside the draft: the file name lower-cased (the folder
+// keeps its letters, file systems here tell case apart) and cut before its
+// first ".json", then "_", the millisecond tick count and ".json".
+// Empty when the name gives nothing to build on or the result does not fit.
+std::string WorkingCopyPath(const char* draftPath) {
+  std::string path(draftPath);
+  size_t nameStart = path.find_last_of("/\\");
+  nameStart = nameStart == std::string::npos ? 0 : nameStart + 1;
+  LowerCase(path.data() + nameStart, path.data() + path.size());
+  std::string name = path.substr(nameStart);
+  std::string piece = name.substr(0, name.find(".json"));
+  if (piece.empty()) return {};
+  std::string copy = path.substr(0, nameStart) + piece + "_" + std::to_string(platform::TimeGetTime()) + ".json";
+  if (copy.size() >= sizeof(DraftDocument::draftPath)) return {};
+  return copy;
+}
+
+enum class Written { kOk, kNotOpened, kIncomplete };
+
+// The text without its terminating zero.
+Written WriteText(const std::string& path, const char* text) {
+  FILE* file = platform::OpenFile(path.c_str(), "w+");
+  if (!file) return Written::kNotOpened;
+  size_t length = std::strlen(text);
+  bool ok = std::fwrite(text, 1, length, file) == length;
+  ok = std::fclose(file) == 0 && ok;
+  return ok ? Written::kOk : Written::kIncomplete;
+}
+
+DraftDocument* Fail(DraftDocument* document, cJSON* root) {
+  freeDraft(document);
+  cJSON_Delete(root);
+  return nullptr;
+}
+
+} // namespace
+
+MediaInfoEntry* readMediaInfo(const cJSON* root, const char* key) {
+  const cJSON* list = Item(root, key ? key : "mediaInfo");
+  if (!list) return nullptr;
+  MediaInfoEntry* head = nullptr;
+  ListTail<MediaInfoEntry> tail(&head);
+  ForEachElement(list, [&](const cJSON* element, int32_t) {
+    const char* path = StringOf(Item(element, "path"));
+    if (path && *path && NamesJson(path)) return;
+    MediaInfoEntry* entry = tail.Append();
+    if (entry) ReadMediaInfoEntry(element, entry);
+  });
+  if (head) return head;
+  return MediaInfoFromScenes(root);
+}
+
+void FreeMediaInfo(MediaInfoEntry* head) { FreePlainList(head); }
+
+DraftDocument* loadDraft(const char* draftPath, const char* auxiliaryPath, int templateMode) {
+  if (!draftPath) return nullptr;
+
+  // The export settings file may override the output size; any failure here
+  // just leaves it unset.
+  float videoW = 0.0f;
+  float videoH = 0.0f;
+  if (auxiliaryPath && *auxiliaryPath) {
+    if (cJSON* settings = ParseFile(auxiliaryPath)) {
+      if (const cJSON* video = Item(settings, "video"); cJSON_IsObject(video)) {
+        ReadIntAsFloat(video, "w", &videoW);
+        ReadIntAsFloat(video, "h", &videoH);
+      }
+      cJSON_Delete(settings);
+    }
+  }
+
+  // The draft path with the platform's separator. A path that does not fit
+  // the record would name another folder once cut, so it is refused.
+  std::string path(draftPath);
+  std::replace_if(path.begin(), path.end(), platform::IsSeparator, platform::kSeparator);
+  if (path.size() >= sizeof(DraftDocument::draftPath)) return nullptr;
+
+  cJSON* root = ParseFile(draftPath);
+  if (!root) return nullptr;
+  DraftDocument* document = NewRecord<DraftDocument>();
+  if (!document) return Fail(nullptr, root);
+  if (videoW > 0 && videoH > 0) {
+    document->videoW = videoW;
+    document->videoH = videoH;
+  }
+  ReadRootScalars(root, document);
+
+  document->mediaInfo = readMediaInfo(root, nullptr);
+  if (!document->mediaInfo) return Fail(document, root);
+  CopyText(document->draftPath, sizeof(document->draftPath), path.c_str());
+
+  document->musics = readMusics(root);
+  document->soundEffects = readSoundEffects(root);
+  document->scenes = readScenes(root);
+  if (!document->scenes) return Fail(document, root);
+  document->overlays = readOverlays(root);
+  document->specialEffects = readSpecialEffects(root);
+  document->mosaics = readMosaics(root);
+  document->customFilters = readCustomFilters(root);
+  document->tonings = readTonings(root);
+  document->stickers = readStickers(document, root);
+  document->captions = readCaptions(document, root);
+  document->logo = readLogo(root);
+
+  if (const cJSON* pipList = Item(root, "pipList"))
+    document->pipCount = ElementCount(pipList);
+  else
+    RenumberLevels(document);
+
+  char* printed = cJSON_Print(root);
+  if (!printed) return Fail(document, root);
+  // Template mode rewrites the instantiated draft in place; otherwise the
+  // normalised copy goes beside the draft and becomes the run's draft.
+  std::string output = templateMode ? std::string(document->draftPath) : WorkingCopyPath(document->draftPath);
+  Written written = output.empty() ? Written::kNotOpened : WriteText(output, printed);
+  cJSON_free(printed);
+  if (written != Written::kOk) {
+    // A truncated working copy of our own is not left behind.
+    if (written == Written::kIncomplete && !templateMode) platform::RemoveFile(output.c_str());
+    return Fail(document, root);
+  }
+  CopyText(document->draftPath, sizeof(document->draftPath), output.c_str());
+  cJSON_Delete(root);
+  return document;
+}
+
+void freeDraft(DraftDocument* document) {
+  if (!document) return;
+  FreeMediaInfo(document->mediaInfo);
+  FreeAudioTracks(document->musics);
+  FreeAudioTracks(document->soundEffects);
+  FreeScenes(document->scenes);
+  FreeEffects(document->specialEffects);
+  FreeMosaics(document->mosaics);
+  FreeCustomFilters(document->customFilters);
+  FreeTonings(document->tonings);
+  FreeOverlays(document->overlays);
+  FreeStickers(document->stickers);
+  FreeCaptions(document->captions);
+  FreeMediaList(document->logo);
+  std::free(document);
+}
