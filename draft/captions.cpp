@@ -61,7 +61,8 @@ void ReadWords(const cJSON* array, const DraftDocument* document, CaptionRecord*
     ReadReal(element, "opacity", &word->opacity);
     ReadIntFlag(element, "isItalic", &word->isItalic);
     ReadIntFlag(element, "isUnderline", &word->isUnderline);
-    if (const cJSON* fontSize = Item(element, "fontSize")) word->fontSize = FontSize(fontSize, document, caption);
+    if (const cJSON* fontSize = Item(element, "fontSize"))
+      word->fontSize = FontSize(fontSize, document, caption);
     if (ReadRect(element, "showRectF", &word->showRect)) {
       // A piece without a width or height spans the whole caption box.
       if (word->showRect.right == 0.0f) word->showRect.right = 1.0f;

@@ -105,13 +105,20 @@ void ReadRootScalars(const cJSON* root, DraftDocument* document) {
 // stacked kind after kind in a fixed order, without gaps.
 void RenumberLevels(DraftDocument* document) {
   int32_t level = 1;
-  for (OverlayRecord* r = document->overlays; r; r = r->next) r->level = level++;
-  for (EffectRecord* r = document->specialEffects; r; r = r->next) r->level = level++;
-  for (MosaicRecord* r = document->mosaics; r; r = r->next) r->level = level++;
-  for (FilterRecord* r = document->customFilters; r; r = r->next) r->level = level++;
-  for (ToningRecord* r = document->tonings; r; r = r->next) r->level = level++;
-  for (StickerRecord* r = document->stickers; r; r = r->next) r->level = level++;
-  for (CaptionRecord* r = document->captions; r; r = r->next) r->level = level++;
+  for (OverlayRecord* r = document->overlays; r; r = r->next)
+    r->level = level++;
+  for (EffectRecord* r = document->specialEffects; r; r = r->next)
+    r->level = level++;
+  for (MosaicRecord* r = document->mosaics; r; r = r->next)
+    r->level = level++;
+  for (FilterRecord* r = document->customFilters; r; r = r->next)
+    r->level = level++;
+  for (ToningRecord* r = document->tonings; r; r = r->next)
+    r->level = level++;
+  for (StickerRecord* r = document->stickers; r; r = r->next)
+    r->level = level++;
+  for (CaptionRecord* r = document->captions; r; r = r->next)
+    r->level = level++;
   if (document->logo) document->logo->level = level;
 }
 
@@ -127,7 +134,8 @@ std::string WorkingCopyPath(const char* draftPath) {
   std::string name = path.substr(nameStart);
   std::string piece = name.substr(0, name.find(".json"));
   if (piece.empty()) return {};
-  std::string copy = path.substr(0, nameStart) + piece + "_" + std::to_string(platform::TimeGetTime()) + ".json";
+  std::string copy =
+      path.substr(0, nameStart) + piece + "_" + std::to_string(platform::TimeGetTime()) + ".json";
   if (copy.size() >= sizeof(DraftDocument::draftPath)) return {};
   return copy;
 }

@@ -46,12 +46,17 @@ std::string DraftFolderOf(const char* draftPath) {
   return cut == std::string::npos ? std::string() : path.substr(0, cut + 1);
 }
 
-// A folder name of the draft as the file system takes it: drive, network and
-// POSIX paths as they stand, anything else below the draft's folder.
+// A folder name of the draft resolved: drive, network and POSIX paths as
+// they stand, anything else below the draft's folder. Still in the draft's
+// form (UTF-8, either separator); NativePath makes it the file system's.
 std::string ResolveFolder(const std::string& draftFolder, const std::string& name) {
-  std::string joined = platform::IsAbsolutePath(name.c_str()) ? name : draftFolder + name;
+  return platform::IsAbsolutePath(name.c_str()) ? name : draftFolder + name;
+}
+
+// The file system's form, or "" when it has none (an unmapped drive).
+std::string Native(const std::string& path) {
   std::string error;
-  std::string native = platform::NativePath(joined.c_str(), &error);
+  std::string native = platform::NativePath(path.c_str(), &error);
   return error.empty() ? native : std::string();
 }
 
@@ -83,12 +88,13 @@ bool IsRealDirectory(const fs::path& path) {
 // a real directory, to a place that is new or a real directory, and never from
 // a folder into itself: a draft must not make the program write elsewhere.
 bool SafeToCopy(const std::string& draftFolder, const std::string& source, const std::string& target) {
-  if (source.empty() || target.empty()) return false;
-  std::string nativeFolder = platform::NativePath(draftFolder.empty() ? "." : draftFolder.c_str());
-  if (nativeFolder.empty()) return false;
+  std::string nativeFolder = Native(draftFolder.empty() ? std::string(".") : draftFolder);
+  std::string nativeSource = Native(source);
+  std::string nativeTarget = Native(target);
+  if (nativeFolder.empty() || nativeSource.empty() || nativeTarget.empty()) return false;
   fs::path base = Normal(nativeFolder);
-  fs::path from = Normal(source);
-  fs::path to = Normal(target);
+  fs::path from = Normal(nativeSource);
+  fs::path to = Normal(nativeTarget);
   if (!StrictlyInside(base, from) || !StrictlyInside(base, to)) return false;
   if (from == to || StrictlyInside(from, to) || StrictlyInside(to, from)) return false;
   if (!IsRealDirectory(from)) return false;
@@ -115,7 +121,8 @@ std::string NextFolderName(const std::string& name, int32_t round) {
   else
     next.back() = last;
   next += std::to_string(round);
-  if (next.size() >= sizeof(StickerRecord::imageFolderPath)) next.resize(sizeof(StickerRecord::imageFolderPath) - 1);
+  if (next.size() >= sizeof(StickerRecord::imageFolderPath))
+    next.resize(sizeof(StickerRecord::imageFolderPath) - 1);
   return next;
 }
 
@@ -139,7 +146,8 @@ void SeparateSharedFolders(const DraftDocument* document, const std::vector<cJSO
   // How many stickers name each folder right now, kept up to date on every
   // rename, so a sticker's turn sees the same count as a fresh recount.
   std::unordered_map<std::string, int32_t> users;
-  for (StickerRecord* sticker = head; sticker; sticker = sticker->next) ++users[sticker->imageFolderPath];
+  for (StickerRecord* sticker = head; sticker; sticker = sticker->next)
+    ++users[sticker->imageFolderPath];
 
   for (StickerRecord* sticker = head; sticker; sticker = sticker->next) {
     // A sticker without a folder has nothing to separate.
@@ -201,7 +209,9 @@ void ReportError(const char* operation, const fs::path& path, std::error_code ec
   std::cerr << "Error occurred: " << error.what() << std::endl;
 }
 
-void ReportUnhandled(const fs::path& path) { std::cerr << "Unhandled path type: " << path.string() << std::endl; }
+void ReportUnhandled(const fs::path& path) {
+  std::cerr << "Unhandled path type: " << path.string() << std::endl;
+}
 
 } // namespace
 

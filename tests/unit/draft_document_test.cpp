@@ -44,13 +44,20 @@ TEST(DraftLevels, WithoutPipListLevelsRunAcrossKindsWithoutGaps) {
     "logoOverlay": {"path": "logo.png"}})");
   ASSERT_NE(document, nullptr);
   std::vector<int> levels;
-  for (auto* r = document->overlays; r; r = r->next) levels.push_back(r->level);
-  for (auto* r = document->specialEffects; r; r = r->next) levels.push_back(r->level);
-  for (auto* r = document->mosaics; r; r = r->next) levels.push_back(r->level);
-  for (auto* r = document->customFilters; r; r = r->next) levels.push_back(r->level);
-  for (auto* r = document->tonings; r; r = r->next) levels.push_back(r->level);
-  for (auto* r = document->stickers; r; r = r->next) levels.push_back(r->level);
-  for (auto* r = document->captions; r; r = r->next) levels.push_back(r->level);
+  for (auto* r = document->overlays; r; r = r->next)
+    levels.push_back(r->level);
+  for (auto* r = document->specialEffects; r; r = r->next)
+    levels.push_back(r->level);
+  for (auto* r = document->mosaics; r; r = r->next)
+    levels.push_back(r->level);
+  for (auto* r = document->customFilters; r; r = r->next)
+    levels.push_back(r->level);
+  for (auto* r = document->tonings; r; r = r->next)
+    levels.push_back(r->level);
+  for (auto* r = document->stickers; r; r = r->next)
+    levels.push_back(r->level);
+  for (auto* r = document->captions; r; r = r->next)
+    levels.push_back(r->level);
   ASSERT_NE(document->logo, nullptr);
   levels.push_back(document->logo->level);
   EXPECT_EQ(levels, (std::vector<int>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}));
@@ -251,8 +258,9 @@ TEST(DraftDocument, WorkingCopyIsWrittenBesideTheDraftAndBecomesTheDraftPath) {
   ASSERT_NE(document, nullptr);
   std::string copy = document->draftPath;
   std::smatch match;
-  ASSERT_TRUE(std::regex_match(copy, match, std::regex(std::regex_replace(folder.path(), std::regex("\\."), "\\.") +
-                                                       "/Sub\\.Folder/my\\.project_[0-9]+\\.json")))
+  ASSERT_TRUE(std::regex_match(copy, match,
+                               std::regex(std::regex_replace(folder.path(), std::regex("\\."), "\\.") +
+                                          "/Sub\\.Folder/my\\.project_[0-9]+\\.json")))
       << copy;
   EXPECT_EQ(ReadFile(path), original);
   std::string written = ReadFile(copy);
@@ -336,7 +344,8 @@ TEST(DraftBadInput, EmptyFileFailsToLoad) {
 TEST(DraftBadInput, BinaryBytesFailToLoad) {
   TempFolder folder;
   std::string bytes;
-  for (int i = 0; i < 512; ++i) bytes.push_back(static_cast<char>((i * 37 + 11) & 0xFF));
+  for (int i = 0; i < 512; ++i)
+    bytes.push_back(static_cast<char>((i * 37 + 11) & 0xFF));
   bytes[0] = '\x89';
   ExpectLoadFailsQuietly(folder, folder.Write("draft.json", bytes));
   ExpectLoadFailsQuietly(folder, folder.Write("zero.json", std::string("\0{\"scenes\":[]}", 14)));
@@ -358,7 +367,8 @@ TEST(DraftBadInput, DraftWithoutScenesFailsToLoad) {
 TEST(DraftBadInput, ScenesWithoutMediaAndWithoutMediaInfoFailToLoad) {
   TempFolder folder;
   ExpectLoadFailsQuietly(folder, folder.Write("draft.json", R"({"scenes": [{"media": [{"path": "a"}]}]})"));
-  ExpectLoadFailsQuietly(folder, folder.Write("d2.json", R"({"mediaInfo": [], "scenes": [{"identifier": "s"}]})"));
+  ExpectLoadFailsQuietly(folder,
+                         folder.Write("d2.json", R"({"mediaInfo": [], "scenes": [{"identifier": "s"}]})"));
   ExpectLoadFailsQuietly(folder, folder.Write("d3.json", R"({"mediaInfo": [], "scenes": [{"media": []}]})"));
 }
 
@@ -373,12 +383,30 @@ TEST(DraftBadInput, OverLongPathFailsToLoad) {
   TempFolder folder;
   folder.Write("draft.json", kMinimalDraft);
   std::string path = folder.path();
-  while (path.size() <= 4200) path += "/.";
+  while (path.size() <= 4200)
+    path += "/.";
   path += "/draft.json";
   ExpectLoadFailsQuietly(folder, path);
   // Longer than the record's path buffer but short enough to open.
   std::string medium = folder.path();
-  while (medium.size() <= 1100) medium += "/.";
+  while (medium.size() <= 1100)
+    medium += "/.";
   medium += "/draft.json";
   ExpectLoadFailsQuietly(folder, medium);
+}
+
+TEST(DraftCorpus, EveryFuzzingSeedLoads) {
+  TempFolder folder;
+  int seeds = 0;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(std::string(ORMA_SOURCE_DIR) + "/tests/fuzz/corpus")) {
+    std::string path = folder.Write(entry.path().filename().string(), ReadFile(entry.path().string()));
+    testing::internal::CaptureStdout();
+    DraftDocument* document = loadDraft(path.c_str(), path.c_str(), 0);
+    testing::internal::GetCapturedStdout();
+    EXPECT_NE(document, nullptr) << entry.path();
+    freeDraft(document);
+    ++seeds;
+  }
+  EXPECT_GE(seeds, 8);
 }

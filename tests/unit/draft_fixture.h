@@ -18,7 +18,7 @@ namespace drafttest {
 
 /// A fresh mkdtemp folder, removed with everything in it.
 class TempFolder {
- public:
+public:
   TempFolder() {
     char pattern[] = "/tmp/ormadraft_draft_XXXXXX";
     const char* made = mkdtemp(pattern);
@@ -51,7 +51,7 @@ class TempFolder {
     return names;
   }
 
- private:
+private:
   std::string path_;
 };
 
@@ -82,7 +82,8 @@ inline const char* kMinimalDraft = R"({"mediaInfo": [], "scenes": [{"media": [{"
 /// Length of a singly linked list.
 template <typename T> int Count(const T* head) {
   int n = 0;
-  for (; head; head = head->next) ++n;
+  for (; head; head = head->next)
+    ++n;
   return n;
 }
 

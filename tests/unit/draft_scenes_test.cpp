@@ -42,7 +42,8 @@ TEST(DraftScenes, RectWithoutXHasTheWidthAsRightEdge) {
 }
 
 TEST(DraftMedia, MissingVolumeWithMuteOneGivesSilence) {
-  Json item = Parse(R"({"m": [{"isMute": 1}, {"volume": 0.4, "isMute": 2}, {}, {"volume": 0.4, "isMute": 1}]})");
+  Json item =
+      Parse(R"({"m": [{"isMute": 1}, {"volume": 0.4, "isMute": 2}, {}, {"volume": 0.4, "isMute": 1}]})");
   MediaList media{readMedia(item.get(), 0, "m")};
   ASSERT_EQ(Count(media.head), 4);
   EXPECT_FLOAT_EQ(media.head->volume, 0.0f);
@@ -60,7 +61,8 @@ TEST(DraftMedia, VolumeOfTheWrongTypeReadsZero) {
 }
 
 TEST(DraftMedia, DoubleViewOfTrueIsZeroWhileItsIntViewIsOne) {
-  Json item = Parse(R"({"m": [{"isReverse": 1.9, "reverseType": -2.7}, {"isReverse": true, "isMute": true}]})");
+  Json item =
+      Parse(R"({"m": [{"isReverse": 1.9, "reverseType": -2.7}, {"isReverse": true, "isMute": true}]})");
   MediaList media{readMedia(item.get(), 0, "m")};
   ASSERT_EQ(Count(media.head), 2);
   EXPECT_EQ(media.head->isReverse, 1);
@@ -140,7 +142,8 @@ TEST(DraftMedia, MaskWithoutAnimatesReadsItsShape) {
 }
 
 TEST(DraftMedia, MaskKeyFrameTimeIsTruncatedWhileMediaKeyFrameTimeIsKept) {
-  Json item = Parse(R"({"m": [{"animates": [{"atTime": 1.5}], "maskObject": {"animates": [{"atTime": 1.5}]}}]})");
+  Json item =
+      Parse(R"({"m": [{"animates": [{"atTime": 1.5}], "maskObject": {"animates": [{"atTime": 1.5}]}}]})");
   MediaList media{readMedia(item.get(), 0, "m")};
   ASSERT_NE(media.head, nullptr);
   ASSERT_NE(media.head->keyFrames, nullptr);
@@ -374,11 +377,13 @@ TEST(DraftScenes, ElementsOfTheWrongTypeGiveZeroScenes) {
 
 TEST(DraftScenes, ManyItemsAreReadInOrder) {
   std::string text = R"({"m": [)";
-  for (int i = 0; i < 20000; ++i) text += (i ? "," : "") + std::string(R"({"level": )") + std::to_string(i) + "}";
+  for (int i = 0; i < 20000; ++i)
+    text += (i ? "," : "") + std::string(R"({"level": )") + std::to_string(i) + "}";
   text += "]}";
   Json item = Parse(text);
   MediaList media{readMedia(item.get(), 0, "m")};
   int expected = 0;
-  for (MediaRecord* m = media.head; m; m = m->next) EXPECT_EQ(m->level, expected++);
+  for (MediaRecord* m = media.head; m; m = m->next)
+    EXPECT_EQ(m->level, expected++);
   EXPECT_EQ(expected, 20000);
 }
