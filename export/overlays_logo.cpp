@@ -1,0 +1,88 @@
+#include "export/overlays_logo.h"
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <string>
+
+#include "export/export_draft.h"
+#include "export/media_attributes.h"
+#include "export/resource_path.h"
+#include "export/timeline_effects.h"
+
+namespace {
+
+int32_t Failed(char* message, const char* text, int32_t result) {
+  if (message) std::snprintf(message, kExportMessageSize, "%s", text);
+  return result;
+}
+
+// The library's timeline length goes through a 32-bit float on its way to
+// the logo, as the editor's exporter does; long timelines lose precision.
+int64_t TotalThroughFloat(OrmaVideoHandle vv) {
+  const float total = static_cast<float>(OrmaGetTotalPlaybackTime(vv));
+  if (total >= 9223372036854775808.0f) return std::numeric_limits<int64_t>::max();
+  if (total <= -9223372036854775808.0f) return std::numeric_limits<int64_t>::min();
+  return static_cast<int64_t>(total);
+}
+
+// Logo layers stack above every element of the editor's list, in item order.
+int32_t LogoLevel(int32_t pipCount, int64_t n) {
+  const int64_t level = static_cast<int64_t>(pipCount) + n;
+  return level > std::numeric_limits<int32_t>::max() ? std::numeric_limits<int32_t>::max()
+                                                     : static_cast<int32_t>(level);
+}
+
+} // namespace
+
+int32_t AddOverlays(DraftDocument* document, OrmaVideoHandle vv, char* message) {
+  if (!document) return 1;
+  for (const OverlayRecord* overlay = document->overlays; overlay; overlay = overlay->next) {
+    OrmaSceneHandle pip =
+        OrmaCreatePIPScene(TimelineMicros(overlay->timelineFrom), TimelineMicros(overlay->timelineTo));
+    if (!pip) return Failed(message, "PIP create fail,timeline is invalid", -2246);
+    int32_t result = OrmaAddScene(vv, pip);
+    if (result <= 0) return Failed(message, "Add PIP fail", result);
+    if (overlay->level > 0) OrmaUpdateEffectLevel(pip, overlay->level);
+    // An overlay without media still holds its place on the timeline.
+    for (const MediaRecord* item = overlay->media; item; item = item->next) {
+      const std::string path = ResolveResourcePath(document, item->path);
+      OrmaMediaHandle media = OrmaSceneCreateMedia(path.c_str());
+      if (!media) return Failed(message, "Add media to PIP fail", -2274);
+      result = OrmaSceneAddMediaHandle(pip, media);
+      // The scene's text, so that both tracks report a refused item alike.
+      if (result <= 0) return Failed(message, "Add media to scene fail", result);
+      result = ApplyMediaAttributes(document, media, item, 1);
+      if (result <= 0) return Failed(message, "Set PIP media attribute fail", result);
+    }
+  }
+  return 1;
+}
+
+int32_t AddLogo(DraftDocument* document, OrmaVideoHandle vv, char* message) {
+  if (!document) return 1;
+  int64_t n = 0;
+  for (const LogoRecord* item = document->logo; item; item = item->next) {
+    ++n;
+    // Asked again for every layer; the logo spans the whole timeline.
+    OrmaSceneHandle pip = OrmaCreatePIPScene(0, TotalThroughFloat(vv));
+    if (!pip) return Failed(message, "(logo)PIP create fail,timeline is invalid", -2513);
+    int32_t result = OrmaAddScene(vv, pip);
+    if (result <= 0) return Failed(message, "(logo)Add PIP fail", result);
+    if (document->pipCount > 0) OrmaUpdateEffectLevel(pip, LogoLevel(document->pipCount, n));
+    const std::string path = ResolveResourcePath(document, item->path);
+    OrmaMediaHandle media = OrmaSceneCreateMedia(path.c_str());
+    if (!media) {
+      // The one failure of this stage that is also shown on the console.
+      char text[kExportMessageSize];
+      std::snprintf(text, sizeof(text), "(logo)Add media to PIP fail! path:%s\n ", path.c_str());
+      std::fputs(text, stdout);
+      return Failed(message, text, -2541);
+    }
+    result = OrmaSceneAddMediaHandle(pip, media);
+    if (result <= 0) return Failed(message, "(logo)Add media to scene fail", result);
+    result = ApplyMediaAttributes(document, media, item, 1);
+    if (result <= 0) return Failed(message, "(logo)Set PIP media attribute fail", result);
+  }
+  return 1;
+}

@@ -1,0 +1,223 @@
+#include "export/timeline_effects.h"
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <string>
+
+#include "driver/log_line.h"
+#include "export/export_draft.h"
+#include "export/resource_path.h"
+
+namespace {
+
+void SetMessage(char* message, const char* text) {
+  if (message) std::snprintf(message, kExportMessageSize, "%s", text);
+}
+
+// Saturating float -> integer conversion: a plain cast of an out-of-range
+// float is undefined, and a draft may hold any number.
+template <typename Int> Int SaturatingTruncate(float value) {
+  if (std::isnan(value)) return 0;
+  // The limits as floats are exact powers of two (2^63, 2^31), so ">=" catches
+  // every value that does not fit.
+  constexpr float kUpper = -static_cast<float>(std::numeric_limits<Int>::min());
+  if (value >= kUpper) return std::numeric_limits<Int>::max();
+  if (value <= -kUpper) return std::numeric_limits<Int>::min();
+  return static_cast<Int>(value);
+}
+
+void ApplyLevel(void* handle, int32_t level) {
+  if (level > 0) OrmaUpdateEffectLevel(handle, level);
+}
+
+// Regions are passed as left, top, right, bottom taken from the corners the
+// editor writes clockwise from the top left.
+int32_t AddMosaics(const DraftDocument* document, OrmaVideoHandle vv, char* message) {
+  for (const MosaicRecord* mosaic = document->mosaics; mosaic; mosaic = mosaic->next) {
+    const float region[4] = {mosaic->points[0].x, mosaic->points[0].y, mosaic->points[1].x,
+                             mosaic->points[3].y};
+    const int64_t from = TimelineMicros(mosaic->timelineFrom);
+    const int64_t to = TimelineMicros(mosaic->timelineTo);
+    switch (mosaic->type) {
+    case 0:
+      if (!OrmaAddMosaic(vv, region, mosaic->intensity, from, to)) {
+        SetMessage(message, "Add mosaic fail");
+        return -1929;
+      }
+      break;
+    case 1:
+      if (!OrmaAddGaussBlur(vv, region, mosaic->intensity, from, to)) {
+        SetMessage(message, "Add gauss blur fail");
+        return -1938;
+      }
+      break;
+    case 2:
+      if (!OrmaAddDeLogo(vv, region, from, to)) {
+        SetMessage(message, "Add delogo fail");
+        return -1947;
+      }
+      break;
+    default:
+      return -1951;
+    }
+  }
+  return 1;
+}
+
+// A look-up picture that the library cannot load only loses that filter.
+void AddCustomFilters(const DraftDocument* document, OrmaVideoHandle vv) {
+  for (const FilterRecord* filter = document->customFilters; filter; filter = filter->next) {
+    const std::string path = ResolveResourcePath(document, filter->lookUpFilterPath);
+    OrmaEffectHandle lut =
+        OrmaAddLUT(vv, path.c_str(), filter->lookUpFilterIntensity, TimelineMicros(filter->timelineFrom),
+                   TimelineMicros(filter->timelineTo));
+    if (!lut) {
+      LogLine("Add lookup failed\n");
+      continue;
+    }
+    ApplyLevel(lut, filter->level);
+  }
+}
+
+OrmaAudioHandle AddAudio(const DraftDocument* document, OrmaVideoHandle vv, const AudioTrackRecord* track) {
+  const std::string path = ResolveResourcePath(document, track->path);
+  return OrmaAddAudioMedia(vv, path.c_str(), static_cast<double>(track->volume),
+                           TimelineMicros(track->trimTimeStart), TimelineMicros(track->trimTimeEnd),
+                           TimelineMicros(track->timelineFrom), TimelineMicros(track->timelineTo));
+}
+
+int32_t Failed(char* message, const char* text, int32_t result) {
+  SetMessage(message, text);
+  return result;
+}
+
+// The volume is given to the library only when the track is created.
+int32_t AddMusics(const DraftDocument* document, OrmaVideoHandle vv, char* message) {
+  for (const AudioTrackRecord* music = document->musics; music; music = music->next) {
+    OrmaAudioHandle audio = AddAudio(document, vv, music);
+    if (!audio) return Failed(message, "Add audio media fail", -1961);
+    int32_t result = OrmaSetAudioMediaCutTime(audio, TimelineMicros(music->trimTimeStart),
+                                              TimelineMicros(music->trimTimeEnd));
+    if (result < 1) return Failed(message, "Set audio media cut time fail", result);
+    result = OrmaSetAudioMediaFadeTime(audio, TimelineMicros(music->fadeInDuration),
+                                       TimelineMicros(music->fadeOutDuration));
+    if (result < 1) return Failed(message, "Set audio media fade time fail", result);
+    result = OrmaSetAudioMediaPlaySpeed(audio, static_cast<double>(music->speed));
+    if (result < 1) return Failed(message, "Set audio media play speed fail", result);
+    result = OrmaSetAudioMediaEffect(audio, TruncatedInt32(music->audioFilterType));
+    if (result <= 0) return Failed(message, "Set audio media effect fail", result);
+    result = OrmaSetAudioMediaNsLevel(audio, TruncatedInt32(music->denoiseLevel));
+    if (result <= 0) return Failed(message, "Set audio media denoise level fail", result);
+  }
+  return 1;
+}
+
+// Sound effects set the noise level before the speed and get their volume a
+// second time as a factor; a refused factor reports the play-speed text, as
+// the editor's own exporter does.
+int32_t AddSoundEffects(const DraftDocument* document, OrmaVideoHandle vv, char* message) {
+  for (const AudioTrackRecord* sound = document->soundEffects; sound; sound = sound->next) {
+    OrmaAudioHandle audio = AddAudio(document, vv, sound);
+    if (!audio) return Failed(message, "Add audio media fail", -2079);
+    int32_t result = OrmaSetAudioMediaCutTime(audio, TimelineMicros(sound->trimTimeStart),
+                                              TimelineMicros(sound->trimTimeEnd));
+    if (result < 1) return Failed(message, "Set audio media cut time fail", result);
+    result = OrmaSetAudioMediaFadeTime(audio, TimelineMicros(sound->fadeInDuration),
+                                       TimelineMicros(sound->fadeOutDuration));
+    if (result < 1) return Failed(message, "Set audio media fade time fail", result);
+    result = OrmaSetAudioMediaNsLevel(audio, TruncatedInt32(sound->denoiseLevel));
+    if (result <= 0) return Failed(message, "Set audio media denoise level fail", result);
+    result = OrmaSetAudioMediaPlaySpeed(audio, static_cast<double>(sound->speed));
+    if (result < 1) return Failed(message, "Set audio media play speed fail", result);
+    result = OrmaSetAudioMediaVolFactor(audio, static_cast<double>(sound->volume));
+    if (result < 1) return Failed(message, "Set audio media play speed fail", result);
+    result = OrmaSetAudioMediaEffect(audio, TruncatedInt32(sound->audioFilterType));
+    if (result <= 0) return Failed(message, "Set audio media effect fail", result);
+  }
+  return 1;
+}
+
+int32_t AddTonings(const DraftDocument* document, OrmaVideoHandle vv, char* message) {
+  for (const ToningRecord* toning = document->tonings; toning; toning = toning->next) {
+    const OrmaAdjustmentBlock block = ToningAdjustment(toning, document->ver);
+    OrmaEffectHandle adjustment = OrmaAddFilterAdjustment(vv, &block, TimelineMicros(toning->timelineFrom),
+                                                          TimelineMicros(toning->timelineTo));
+    if (!adjustment) return Failed(message, "Add adjustment fail", -2175);
+    ApplyLevel(adjustment, toning->level);
+  }
+  return 1;
+}
+
+// An effect that the library cannot load only loses that effect; a span
+// that does not lie after 0 is a broken draft and ends the export.
+int32_t AddSpecialEffects(const DraftDocument* document, OrmaVideoHandle vv, char* message) {
+  for (const EffectRecord* effect = document->specialEffects; effect; effect = effect->next) {
+    const float from = effect->timelineFrom * 1000000.0f;
+    const float to = effect->timelineTo * 1000000.0f;
+    if (from < 0 || to <= 0) return Failed(message, "Effect timeline is invalid", -2201);
+    const std::string config = ResolveResourcePath(document, effect->folderPath, true);
+    OrmaEffectHandle handle =
+        OrmaAddSpecialEffect(vv, config.c_str(), effect->nApplyRange, SaturatingTruncate<int64_t>(from),
+                             SaturatingTruncate<int64_t>(to));
+    if (!handle) {
+      LogLine("OrmaAddSpecialEffect failed\n");
+      continue;
+    }
+    ApplyLevel(handle, effect->level);
+  }
+  return 1;
+}
+
+} // namespace
+
+int64_t TimelineMicros(float seconds) {
+  // Kept in a float variable so that the product is rounded to 32 bits, as
+  // the editor computes it, whatever the compiler's evaluation method.
+  const float micros = seconds * 1000000.0f;
+  return SaturatingTruncate<int64_t>(micros);
+}
+
+int32_t TruncatedInt32(float value) { return SaturatingTruncate<int32_t>(value); }
+
+OrmaAdjustmentBlock ToningAdjustment(const ToningRecord* toning, int32_t draftVersion) {
+  OrmaAdjustmentBlock block{};
+  const double saturation = toning->saturation;
+  const double contrast = toning->contrast;
+  const double sharpness = toning->sharpness;
+  block.brightness = static_cast<float>(toning->brightness * 255.0);
+  if (static_cast<double>(draftVersion) > 4.0) {
+    block.saturation = static_cast<float>(saturation * 100.0);
+    block.contrast = static_cast<float>(contrast * 100.0);
+    block.sharpness = static_cast<float>(sharpness * 0.25 * 100.0);
+  } else {
+    block.saturation = static_cast<float>((saturation - 1.0) * 100.0);
+    double c = contrast - 1.0;
+    if (contrast > 1.0) c = c / 3.0;
+    block.contrast = static_cast<float>(c * 100.0);
+    block.sharpness = static_cast<float>((sharpness + 4.0) * 0.125 * 100.0);
+  }
+  block.vignette = static_cast<float>(toning->vignette * 100.0);
+  block.whiteBalance = static_cast<float>(toning->whiteBalance * 100.0);
+  block.tint = static_cast<float>(toning->tint * 100.0);
+  block.shadows = static_cast<float>(toning->shadows * 100.0);
+  block.graininess = static_cast<float>(toning->graininess * 100.0);
+  block.highlight = static_cast<float>(toning->highlight * 100.0);
+  block.lightSensation = static_cast<float>(toning->lightSensation * 100.0);
+  block.fade = static_cast<float>(toning->fade * 100.0);
+  return block;
+}
+
+int32_t AddTimelineEffects(DraftDocument* document, OrmaVideoHandle vv, char* message) {
+  if (!document) return 1;
+  int32_t result = AddMosaics(document, vv, message);
+  if (result < 1) return result;
+  AddCustomFilters(document, vv);
+  result = AddMusics(document, vv, message);
+  if (result < 1) return result;
+  result = AddSoundEffects(document, vv, message);
+  if (result < 1) return result;
+  result = AddTonings(document, vv, message);
+  if (result < 1) return result;
+  return AddSpecialEffects(document, vv, message);
+}
