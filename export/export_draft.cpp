@@ -11,7 +11,9 @@
 #include "export/convert.h"
 #include "export/export_settings.h"
 #include "export/media_attributes.h"
+#include "export/overlays_logo.h"
 #include "export/scene_paths.h"
+#include "export/timeline_effects.h"
 #include "platform/platform.h"
 
 namespace {
@@ -221,6 +223,16 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
   //   mosaics, blur and delogo regions; custom look-up filters; music tracks,
   //   then sound effects; tonings as adjustments; special effects;
   //   picture-in-picture overlays; stickers; captions; the logo.
+  {
+    int32_t result = AddTimelineEffects(document, vv, message);
+    if (result < 1) return result;
+    result = AddOverlays(document, vv, message);
+    if (result < 1) return result;
+    // Stickers and captions go here, between the overlays and the logo.
+    // The logo comes last so that it spans everything built before it.
+    result = AddLogo(document, vv, message);
+    if (result < 1) return result;
+  }
   // ---- end of later stages ----
 
   if (preview) {

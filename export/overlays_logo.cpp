@@ -1,14 +1,13 @@
 #include "export/overlays_logo.h"
 
-#include <cmath>
 #include <cstdio>
 #include <limits>
 #include <string>
 
+#include "export/convert.h"
 #include "export/export_draft.h"
 #include "export/media_attributes.h"
 #include "export/resource_path.h"
-#include "export/timeline_effects.h"
 
 namespace {
 
@@ -21,9 +20,7 @@ int32_t Failed(char* message, const char* text, int32_t result) {
 // the logo, as the editor's exporter does; long timelines lose precision.
 int64_t TotalThroughFloat(OrmaVideoHandle vv) {
   const float total = static_cast<float>(OrmaGetTotalPlaybackTime(vv));
-  if (total >= 9223372036854775808.0f) return std::numeric_limits<int64_t>::max();
-  if (total <= -9223372036854775808.0f) return std::numeric_limits<int64_t>::min();
-  return static_cast<int64_t>(total);
+  return convert::ToInt64(total);
 }
 
 // Logo layers stack above every element of the editor's list, in item order.
@@ -38,8 +35,8 @@ int32_t LogoLevel(int32_t pipCount, int64_t n) {
 int32_t AddOverlays(DraftDocument* document, OrmaVideoHandle vv, char* message) {
   if (!document) return 1;
   for (const OverlayRecord* overlay = document->overlays; overlay; overlay = overlay->next) {
-    OrmaSceneHandle pip =
-        OrmaCreatePIPScene(TimelineMicros(overlay->timelineFrom), TimelineMicros(overlay->timelineTo));
+    OrmaSceneHandle pip = OrmaCreatePIPScene(convert::SecondsToUs(overlay->timelineFrom),
+                                             convert::SecondsToUs(overlay->timelineTo));
     if (!pip) return Failed(message, "PIP create fail,timeline is invalid", -2246);
     int32_t result = OrmaAddScene(vv, pip);
     if (result <= 0) return Failed(message, "Add PIP fail", result);

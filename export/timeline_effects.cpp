@@ -1,11 +1,10 @@
 #include "export/timeline_effects.h"
 
-#include <cmath>
 #include <cstdio>
-#include <limits>
 #include <string>
 
 #include "driver/log_line.h"
+#include "export/convert.h"
 #include "export/export_draft.h"
 #include "export/resource_path.h"
 
@@ -13,18 +12,6 @@ namespace {
 
 void SetMessage(char* message, const char* text) {
   if (message) std::snprintf(message, kExportMessageSize, "%s", text);
-}
-
-// Saturating float -> integer conversion: a plain cast of an out-of-range
-// float is undefined, and a draft may hold any number.
-template <typename Int> Int SaturatingTruncate(float value) {
-  if (std::isnan(value)) return 0;
-  // The limits as floats are exact powers of two (2^63, 2^31), so ">=" catches
-  // every value that does not fit.
-  constexpr float kUpper = -static_cast<float>(std::numeric_limits<Int>::min());
-  if (value >= kUpper) return std::numeric_limits<Int>::max();
-  if (value <= -kUpper) return std::numeric_limits<Int>::min();
-  return static_cast<Int>(value);
 }
 
 void ApplyLevel(void* handle, int32_t level) {
@@ -37,8 +24,8 @@ int32_t AddMosaics(const DraftDocument* document, OrmaVideoHandle vv, char* mess
   for (const MosaicRecord* mosaic = document->mosaics; mosaic; mosaic = mosaic->next) {
     const float region[4] = {mosaic->points[0].x, mosaic->points[0].y, mosaic->points[1].x,
                              mosaic->points[3].y};
-    const int64_t from = TimelineMicros(mosaic->timelineFrom);
-    const int64_t to = TimelineMicros(mosaic->timelineTo);
+    const int64_t from = convert::SecondsToUs(mosaic->timelineFrom);
+    const int64_t to = convert::SecondsToUs(mosaic->timelineTo);
     switch (mosaic->type) {
     case 0:
       if (!OrmaAddMosaic(vv, region, mosaic->intensity, from, to)) {
@@ -70,8 +57,8 @@ void AddCustomFilters(const DraftDocument* document, OrmaVideoHandle vv) {
   for (const FilterRecord* filter = document->customFilters; filter; filter = filter->next) {
     const std::string path = ResolveResourcePath(document, filter->lookUpFilterPath);
     OrmaEffectHandle lut =
-        OrmaAddLUT(vv, path.c_str(), filter->lookUpFilterIntensity, TimelineMicros(filter->timelineFrom),
-                   TimelineMicros(filter->timelineTo));
+        OrmaAddLUT(vv, path.c_str(), filter->lookUpFilterIntensity,
+                   convert::SecondsToUs(filter->timelineFrom), convert::SecondsToUs(filter->timelineTo));
     if (!lut) {
       LogLine("Add lookup failed\n");
       continue;
@@ -82,9 +69,10 @@ void AddCustomFilters(const DraftDocument* document, OrmaVideoHandle vv) {
 
 OrmaAudioHandle AddAudio(const DraftDocument* document, OrmaVideoHandle vv, const AudioTrackRecord* track) {
   const std::string path = ResolveResourcePath(document, track->path);
-  return OrmaAddAudioMedia(vv, path.c_str(), static_cast<double>(track->volume),
-                           TimelineMicros(track->trimTimeStart), TimelineMicros(track->trimTimeEnd),
-                           TimelineMicros(track->timelineFrom), TimelineMicros(track->timelineTo));
+  return OrmaAddAudioMedia(
+      vv, path.c_str(), static_cast<double>(track->volume), convert::SecondsToUs(track->trimTimeStart),
+      convert::SecondsToUs(track->trimTimeEnd), convert::SecondsToUs(track->timelineFrom),
+      convert::SecondsToUs(track->timelineTo));
 }
 
 int32_t Failed(char* message, const char* text, int32_t result) {
@@ -97,17 +85,17 @@ int32_t AddMusics(const DraftDocument* document, OrmaVideoHandle vv, char* messa
   for (const AudioTrackRecord* music = document->musics; music; music = music->next) {
     OrmaAudioHandle audio = AddAudio(document, vv, music);
     if (!audio) return Failed(message, "Add audio media fail", -1961);
-    int32_t result = OrmaSetAudioMediaCutTime(audio, TimelineMicros(music->trimTimeStart),
-                                              TimelineMicros(music->trimTimeEnd));
+    int32_t result = OrmaSetAudioMediaCutTime(audio, convert::SecondsToUs(music->trimTimeStart),
+                                              convert::SecondsToUs(music->trimTimeEnd));
     if (result < 1) return Failed(message, "Set audio media cut time fail", result);
-    result = OrmaSetAudioMediaFadeTime(audio, TimelineMicros(music->fadeInDuration),
-                                       TimelineMicros(music->fadeOutDuration));
+    result = OrmaSetAudioMediaFadeTime(audio, convert::SecondsToUs(music->fadeInDuration),
+                                       convert::SecondsToUs(music->fadeOutDuration));
     if (result < 1) return Failed(message, "Set audio media fade time fail", result);
     result = OrmaSetAudioMediaPlaySpeed(audio, static_cast<double>(music->speed));
     if (result < 1) return Failed(message, "Set audio media play speed fail", result);
-    result = OrmaSetAudioMediaEffect(audio, TruncatedInt32(music->audioFilterType));
+    result = OrmaSetAudioMediaEffect(audio, convert::ToInt32(music->audioFilterType));
     if (result <= 0) return Failed(message, "Set audio media effect fail", result);
-    result = OrmaSetAudioMediaNsLevel(audio, TruncatedInt32(music->denoiseLevel));
+    result = OrmaSetAudioMediaNsLevel(audio, convert::ToInt32(music->denoiseLevel));
     if (result <= 0) return Failed(message, "Set audio media denoise level fail", result);
   }
   return 1;
@@ -120,19 +108,19 @@ int32_t AddSoundEffects(const DraftDocument* document, OrmaVideoHandle vv, char*
   for (const AudioTrackRecord* sound = document->soundEffects; sound; sound = sound->next) {
     OrmaAudioHandle audio = AddAudio(document, vv, sound);
     if (!audio) return Failed(message, "Add audio media fail", -2079);
-    int32_t result = OrmaSetAudioMediaCutTime(audio, TimelineMicros(sound->trimTimeStart),
-                                              TimelineMicros(sound->trimTimeEnd));
+    int32_t result = OrmaSetAudioMediaCutTime(audio, convert::SecondsToUs(sound->trimTimeStart),
+                                              convert::SecondsToUs(sound->trimTimeEnd));
     if (result < 1) return Failed(message, "Set audio media cut time fail", result);
-    result = OrmaSetAudioMediaFadeTime(audio, TimelineMicros(sound->fadeInDuration),
-                                       TimelineMicros(sound->fadeOutDuration));
+    result = OrmaSetAudioMediaFadeTime(audio, convert::SecondsToUs(sound->fadeInDuration),
+                                       convert::SecondsToUs(sound->fadeOutDuration));
     if (result < 1) return Failed(message, "Set audio media fade time fail", result);
-    result = OrmaSetAudioMediaNsLevel(audio, TruncatedInt32(sound->denoiseLevel));
+    result = OrmaSetAudioMediaNsLevel(audio, convert::ToInt32(sound->denoiseLevel));
     if (result <= 0) return Failed(message, "Set audio media denoise level fail", result);
     result = OrmaSetAudioMediaPlaySpeed(audio, static_cast<double>(sound->speed));
     if (result < 1) return Failed(message, "Set audio media play speed fail", result);
     result = OrmaSetAudioMediaVolFactor(audio, static_cast<double>(sound->volume));
     if (result < 1) return Failed(message, "Set audio media play speed fail", result);
-    result = OrmaSetAudioMediaEffect(audio, TruncatedInt32(sound->audioFilterType));
+    result = OrmaSetAudioMediaEffect(audio, convert::ToInt32(sound->audioFilterType));
     if (result <= 0) return Failed(message, "Set audio media effect fail", result);
   }
   return 1;
@@ -141,8 +129,8 @@ int32_t AddSoundEffects(const DraftDocument* document, OrmaVideoHandle vv, char*
 int32_t AddTonings(const DraftDocument* document, OrmaVideoHandle vv, char* message) {
   for (const ToningRecord* toning = document->tonings; toning; toning = toning->next) {
     const OrmaAdjustmentBlock block = ToningAdjustment(toning, document->ver);
-    OrmaEffectHandle adjustment = OrmaAddFilterAdjustment(vv, &block, TimelineMicros(toning->timelineFrom),
-                                                          TimelineMicros(toning->timelineTo));
+    OrmaEffectHandle adjustment = OrmaAddFilterAdjustment(
+        vv, &block, convert::SecondsToUs(toning->timelineFrom), convert::SecondsToUs(toning->timelineTo));
     if (!adjustment) return Failed(message, "Add adjustment fail", -2175);
     ApplyLevel(adjustment, toning->level);
   }
@@ -157,9 +145,8 @@ int32_t AddSpecialEffects(const DraftDocument* document, OrmaVideoHandle vv, cha
     const float to = effect->timelineTo * 1000000.0f;
     if (from < 0 || to <= 0) return Failed(message, "Effect timeline is invalid", -2201);
     const std::string config = ResolveResourcePath(document, effect->folderPath, true);
-    OrmaEffectHandle handle =
-        OrmaAddSpecialEffect(vv, config.c_str(), effect->nApplyRange, SaturatingTruncate<int64_t>(from),
-                             SaturatingTruncate<int64_t>(to));
+    OrmaEffectHandle handle = OrmaAddSpecialEffect(vv, config.c_str(), effect->nApplyRange,
+                                                   convert::ToInt64(from), convert::ToInt64(to));
     if (!handle) {
       LogLine("OrmaAddSpecialEffect failed\n");
       continue;
@@ -170,15 +157,6 @@ int32_t AddSpecialEffects(const DraftDocument* document, OrmaVideoHandle vv, cha
 }
 
 } // namespace
-
-int64_t TimelineMicros(float seconds) {
-  // Kept in a float variable so that the product is rounded to 32 bits, as
-  // the editor computes it, whatever the compiler's evaluation method.
-  const float micros = seconds * 1000000.0f;
-  return SaturatingTruncate<int64_t>(micros);
-}
-
-int32_t TruncatedInt32(float value) { return SaturatingTruncate<int32_t>(value); }
 
 OrmaAdjustmentBlock ToningAdjustment(const ToningRecord* toning, int32_t draftVersion) {
   OrmaAdjustmentBlock block{};

@@ -43,36 +43,51 @@ protected:
   char message_[2048];
 };
 
-// --- microseconds ---
+// --- times and narrowed numbers ---
 
-TEST(TimelineMicrosTest, SecondsBecomeMicrosecondsTruncatedTowardZero) {
-  EXPECT_EQ(TimelineMicros(1.5f), 1500000);
-  EXPECT_EQ(TimelineMicros(0.0f), 0);
-  EXPECT_EQ(TimelineMicros(-0.0000015f), -1); // -1.5 us truncates toward zero
-  EXPECT_EQ(TimelineMicros(0.0000019f), 1);
+TEST_F(TimelineEffects, TimesAreTruncatedTowardZero) {
+  doc_.AddMosaic(0, -0.0000015f, 0.0000019f); // -1.5 us and 1.9 us
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(recorder::Formatted("OrmaAddMosaic"), Strings{"OrmaAddMosaic(h1, {0,0,0,0}, 0, -1, 1)"});
 }
 
-TEST(TimelineMicrosTest, ProductIsRoundedToFloatBeforeTruncation) {
+TEST_F(TimelineEffects, TimeProductIsRoundedToFloatBeforeTruncation) {
   // 2.3f is 2.29999995...; in double the product truncates to 2299999, the
   // 32-bit product rounds to 2300000 first.
-  EXPECT_EQ(TimelineMicros(2.3f), 2300000);
+  doc_.AddFilter("l.png", 2.3f, 4.1f);
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(recorder::Formatted("OrmaAddLUT"),
+            Strings{"OrmaAddLUT(h1, \"/drafts/p/l.png\", 0, 2300000, 4100000)"});
 }
 
-TEST(TimelineMicrosTest, OutOfRangeValuesSaturateAndNanGivesZero) {
-  EXPECT_EQ(TimelineMicros(1e30f), std::numeric_limits<int64_t>::max());
-  EXPECT_EQ(TimelineMicros(-1e30f), std::numeric_limits<int64_t>::min());
-  EXPECT_EQ(TimelineMicros(std::numeric_limits<float>::infinity()), std::numeric_limits<int64_t>::max());
-  EXPECT_EQ(TimelineMicros(std::nanf("")), 0);
-  const float big = 9.2e12f * 1e6f; // just below 2^63 as a float product
-  EXPECT_EQ(TimelineMicros(9.2e12f), static_cast<int64_t>(big));
+TEST_F(TimelineEffects, OutOfRangeTimesSaturateAndNanGivesZero) {
+  doc_.AddToning(-1e30f, 1e30f);
+  doc_.AddToning(std::nanf(""), std::numeric_limits<float>::infinity());
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(recorder::Formatted("OrmaAddFilterAdjustment"),
+            (Strings{"OrmaAddFilterAdjustment(h1, block0, -9223372036854775808, 9223372036854775807)",
+                     "OrmaAddFilterAdjustment(h1, block0, 0, 9223372036854775807)"}));
 }
 
-TEST(TimelineMicrosTest, Int32TruncationSaturates) {
-  EXPECT_EQ(TruncatedInt32(2.7f), 2);
-  EXPECT_EQ(TruncatedInt32(-2.7f), -2);
-  EXPECT_EQ(TruncatedInt32(3e9f), std::numeric_limits<int32_t>::max());
-  EXPECT_EQ(TruncatedInt32(-3e9f), std::numeric_limits<int32_t>::min());
-  EXPECT_EQ(TruncatedInt32(std::nanf("")), 0);
+TEST_F(TimelineEffects, AudioTypeAndNoiseLevelSaturateAsInt32) {
+  AudioTrackRecord* music = doc_.AddMusic("m.mp3");
+  music->audioFilterType = 3e9f;
+  music->denoiseLevel = std::nanf("");
+  AudioTrackRecord* sound = doc_.AddSoundEffect("s.wav");
+  sound->audioFilterType = -3e9f;
+  sound->denoiseLevel = 2.7f;
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(CallsNamed({"OrmaSetAudioMediaEffect", "OrmaSetAudioMediaNsLevel"}),
+            (Strings{"OrmaSetAudioMediaEffect(h2, 2147483647)", "OrmaSetAudioMediaNsLevel(h2, 0)",
+                     "OrmaSetAudioMediaNsLevel(h3, 2)", "OrmaSetAudioMediaEffect(h3, -2147483648)"}));
+}
+
+TEST_F(TimelineEffects, EffectSpanIsTestedBeforeItIsNarrowed) {
+  // 1e-7 s is 0.1 us: positive as a float, 0 once truncated; still accepted.
+  doc_.AddEffect("fx", 0, 1e-7f);
+  ASSERT_EQ(Run(), 1);
+  EXPECT_EQ(recorder::Formatted("OrmaAddSpecialEffect"),
+            Strings{"OrmaAddSpecialEffect(h1, \"/drafts/p/fx/config.json\", 0, 0, 0)"});
 }
 
 // --- whole stage ---
