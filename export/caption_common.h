@@ -14,15 +14,6 @@ inline constexpr int32_t kCaptionKindStyledPieces = 0;
 inline constexpr int32_t kCaptionKindTemplateLines = 1;
 inline constexpr int32_t kCaptionKindSticker = 2;
 
-/// A float truncated toward zero; NaN gives 0 and values beyond the range
-/// stick to its ends, so a wild number from a draft never becomes undefined.
-int64_t TruncateToInt64(float value);
-int32_t TruncateToInt32(float value);
-
-/// Seconds as the draft stores them (32-bit float) to library microseconds:
-/// the product is taken in 32-bit float, then truncated toward zero.
-int64_t SecondsToMicros(float seconds);
-
 /// True when both canvas dimensions, truncated toward zero, are above 0.
 bool CanvasHasArea(const DraftDocument* document);
 

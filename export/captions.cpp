@@ -10,6 +10,7 @@
 
 #include "driver/log_line.h"
 #include "export/caption_common.h"
+#include "export/convert.h"
 #include "export/resource_path.h"
 #include "platform/platform.h"
 
@@ -102,11 +103,12 @@ int32_t ApplyPieceAnimations(const DraftDocument* document, const CaptionRecord*
     // An out-animation (type 1) is placed so that it ends with the caption.
     float start = 0.0f;
     if (animation->type == 1) start = record->timelineTo - record->timelineFrom - animation->duration;
-    int32_t r = OrmaSetCaptionItemAnimation(item, config.c_str(), animation->type, SecondsToMicros(start),
-                                            SecondsToMicros(animation->duration));
+    int32_t r =
+        OrmaSetCaptionItemAnimation(item, config.c_str(), animation->type, convert::SecondsToUs(start),
+                                    convert::SecondsToUs(animation->duration));
     if (r <= 0) return r;
     if (animation->type == 2 || animation->cycleDuration > 0) {
-      r = OrmaSetCaptionItemAnimationCycleDuration(item, SecondsToMicros(animation->cycleDuration));
+      r = OrmaSetCaptionItemAnimationCycleDuration(item, convert::SecondsToUs(animation->cycleDuration));
       if (r <= 0) return r;
     }
   }
@@ -200,10 +202,10 @@ int32_t FillCaptionItemParam(const DraftDocument* document, const CaptionRecord*
   // Piece times are on the caption's own time. A piece without a span gets
   // the caption's length, which is handed over in whole seconds, unscaled:
   // that is how the library has always been given it.
-  block->startUs = SecondsToMicros(word->startTime);
-  block->endUs = TruncateToInt64(static_cast<float>(SecondsToMicros(word->duration)) +
-                                 static_cast<float>(block->startUs));
-  if (block->endUs == 0) block->endUs = TruncateToInt64(record->timelineTo - record->timelineFrom);
+  block->startUs = convert::SecondsToUs(word->startTime);
+  block->endUs = convert::ToInt64(static_cast<float>(convert::SecondsToUs(word->duration)) +
+                                  static_cast<float>(block->startUs));
+  if (block->endUs == 0) block->endUs = convert::ToInt64(record->timelineTo - record->timelineFrom);
 
   CopyText(block->text, sizeof(block->text), word->text);
 
@@ -292,8 +294,8 @@ int32_t UpdateCaptionParam(const DraftDocument* document, OrmaCaptionHandle capt
   if (record->kind == 0 && !record->words) return kCaptionNoPieces;
   if (!CanvasHasArea(document)) return kCaptionNoCanvas;
 
-  int32_t r = OrmaUpdateCaptionTimeline(caption, SecondsToMicros(record->timelineFrom),
-                                        SecondsToMicros(record->timelineTo));
+  int32_t r = OrmaUpdateCaptionTimeline(caption, convert::SecondsToUs(record->timelineFrom),
+                                        convert::SecondsToUs(record->timelineTo));
   if (r < 1) return r;
   r = OrmaSetCaptionTransparency(caption, record->opacity);
   if (r < 1) return r;

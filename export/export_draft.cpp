@@ -8,11 +8,13 @@
 
 #include "driver/log_line.h"
 #include "driver/run_driver.h"
+#include "export/captions.h"
 #include "export/convert.h"
 #include "export/export_settings.h"
 #include "export/media_attributes.h"
 #include "export/overlays_logo.h"
 #include "export/scene_paths.h"
+#include "export/stickers.h"
 #include "export/timeline_effects.h"
 #include "platform/platform.h"
 
@@ -228,7 +230,9 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
     if (result < 1) return result;
     result = AddOverlays(document, vv, message);
     if (result < 1) return result;
-    // Stickers and captions go here, between the overlays and the logo.
+    // Stickers and captions print their own failures and never end the export.
+    AddStickers(document, vv);
+    AddCaptions(document, vv);
     // The logo comes last so that it spans everything built before it.
     result = AddLogo(document, vv, message);
     if (result < 1) return result;

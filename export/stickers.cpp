@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "export/caption_common.h"
+#include "export/convert.h"
 
 namespace {
 
@@ -14,8 +15,8 @@ constexpr int32_t kStickerNoCanvas = -1062;
 int32_t UpdateStickerParam(const DraftDocument* document, OrmaCaptionHandle caption,
                            const StickerRecord* sticker) {
   if (!CanvasHasArea(document)) return kStickerNoCanvas;
-  int32_t r = OrmaUpdateCaptionTimeline(caption, SecondsToMicros(sticker->timelineFrom),
-                                        SecondsToMicros(sticker->timelineTo));
+  int32_t r = OrmaUpdateCaptionTimeline(caption, convert::SecondsToUs(sticker->timelineFrom),
+                                        convert::SecondsToUs(sticker->timelineTo));
   if (r < 1) return r;
   r = OrmaSetCaptionTransparency(caption, sticker->opacity);
   if (r < 1) return r;

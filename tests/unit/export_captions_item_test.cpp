@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <limits>
 
-#include "export/caption_common.h"
 #include "export/captions.h"
 #include "tests/support/caption_test_support.h"
 
@@ -463,25 +462,27 @@ TEST_F(ExportCaptionItem, FillingMakesNoLibraryCall) {
 
 // ---- time conversions ----
 
-TEST(ExportCaptionTimes, SecondsBecomeMicrosecondsFormedInFloat) {
-  EXPECT_EQ(SecondsToMicros(0.7f), 700000);
-  EXPECT_EQ(SecondsToMicros(2.3f), 2300000);
-  EXPECT_EQ(SecondsToMicros(-0.7f), -700000);
-  EXPECT_EQ(SecondsToMicros(0.000001f), 1);
-  EXPECT_EQ(SecondsToMicros(0.0f), 0);
+TEST_F(ExportCaptionItem, OutOfRangePieceTimesSaturateInsteadOfOverflowing) {
+  Document document(DraftPath());
+  CaptionRecord* c = Caption(document);
+  c->words->startTime = 1e20f;
+  c->words->duration = 1e20f;
+  EXPECT_EQ(Fill(document, c), 1);
+  EXPECT_EQ(ReadAt<int64_t>(Bytes(block_), 0), std::numeric_limits<int64_t>::max());
+  EXPECT_EQ(ReadAt<int64_t>(Bytes(block_), 8), std::numeric_limits<int64_t>::max());
+  c->words->startTime = -1e20f;
+  c->words->duration = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_EQ(Fill(document, c), 1);
+  EXPECT_EQ(ReadAt<int64_t>(Bytes(block_), 0), std::numeric_limits<int64_t>::min());
+  EXPECT_EQ(ReadAt<int64_t>(Bytes(block_), 8), std::numeric_limits<int64_t>::min());
 }
 
-TEST(ExportCaptionTimes, ConversionsSaturateAndNaNGivesZero) {
-  EXPECT_EQ(SecondsToMicros(1e20f), std::numeric_limits<int64_t>::max());
-  EXPECT_EQ(SecondsToMicros(-1e20f), std::numeric_limits<int64_t>::min());
-  EXPECT_EQ(SecondsToMicros(std::numeric_limits<float>::infinity()), std::numeric_limits<int64_t>::max());
-  EXPECT_EQ(SecondsToMicros(std::numeric_limits<float>::quiet_NaN()), 0);
-  EXPECT_EQ(TruncateToInt64(9.2233720e18f), std::numeric_limits<int64_t>::max());
-  EXPECT_EQ(TruncateToInt64(-9.2233720e18f), std::numeric_limits<int64_t>::min());
-  EXPECT_EQ(TruncateToInt64(-2.9f), -2);
-  EXPECT_EQ(TruncateToInt32(3e9f), std::numeric_limits<int32_t>::max());
-  EXPECT_EQ(TruncateToInt32(-3e9f), std::numeric_limits<int32_t>::min());
-  EXPECT_EQ(TruncateToInt32(2147483520.0f), 2147483520);
+TEST_F(ExportCaptionItem, NaNCaptionLengthGivesAnEndOfZero) {
+  Document document(DraftPath());
+  CaptionRecord* c = Caption(document);
+  c->timelineTo = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_EQ(Fill(document, c), 1);
+  EXPECT_EQ(ReadAt<int64_t>(Bytes(block_), 8), 0);
 }
 
 } // namespace
