@@ -30,6 +30,15 @@ protected:
     document_->mediaInfo = arena_.New<MediaInfoEntry>();
     exporttest::SetText(document_->mediaInfo->path, "unmatched.mp4");
 
+    // An overlay before them and the logo after them.
+    OverlayRecord* overlay = arena_.New<OverlayRecord>();
+    overlay->timelineTo = 2;
+    overlay->media = arena_.New<MediaRecord>();
+    exporttest::SetText(overlay->media->path, "pip.png");
+    document_->overlays = overlay;
+    document_->logo = arena_.New<MediaRecord>();
+    exporttest::SetText(document_->logo->path, "logo.png");
+
     StickerRecord* sticker = document_.AddSticker("st/heart", 2);
     sticker->timelineTo = 1;
     CaptionRecord* caption = document_.AddCaption("style", 0, 3);
@@ -64,19 +73,23 @@ protected:
   std::string console_;
 };
 
-TEST_F(ExportCaptionsPipeline, StickersThenCaptionsComeAfterTheScenesAndBeforeTheExport) {
+TEST_F(ExportCaptionsPipeline, StickersThenCaptionsComeAfterTheOverlaysAndBeforeTheLogo) {
   recorder::SetResult("OrmaEditMedia", 5);
   EXPECT_EQ(Export(), 5);
   const std::vector<std::string> creates = recorder::Formatted("OrmaCreateCaptionFromConfigure");
   ASSERT_EQ(creates.size(), 2u);
   EXPECT_EQ(creates[0], "OrmaCreateCaptionFromConfigure(\"" + (dir_ / "st/heart/config.json") + "\", 2)");
   EXPECT_EQ(creates[1], "OrmaCreateCaptionFromConfigure(\"" + (dir_ / "style/config.json") + "\", 0)");
-  EXPECT_LT(LastIndex("OrmaSceneAddMediaHandle"), FirstIndex("OrmaCreateCaptionFromConfigure"));
+  // Overlay, stickers, captions, logo: the overlay's picture-in-picture
+  // scene comes first, the logo's is created after the last caption call.
+  EXPECT_LT(FirstIndex("OrmaCreatePIPScene"), FirstIndex("OrmaCreateCaptionFromConfigure"));
+  EXPECT_EQ(recorder::Formatted("OrmaCreatePIPScene").size(), 2u);
+  EXPECT_GT(LastIndex("OrmaCreatePIPScene"), LastIndex("OrmaCreateCaptionKeyFrameAniamtion"));
   EXPECT_LT(LastIndex("OrmaCreateCaptionKeyFrameAniamtion"), FirstIndex("OrmaEditMediaUseAgentProcess"));
   // The sticker's settings are all made before the caption is created.
   EXPECT_LT(FirstIndex("OrmaSetCaptionAngle"), LastIndex("OrmaCreateCaptionFromConfigure"));
   EXPECT_EQ(recorder::Formatted("OrmaAddCaption"),
-            (std::vector<std::string>{"OrmaAddCaption(h1, h4)", "OrmaAddCaption(h1, h5)"}));
+            (std::vector<std::string>{"OrmaAddCaption(h1, h6)", "OrmaAddCaption(h1, h7)"}));
 }
 
 TEST_F(ExportCaptionsPipeline, StickerAndCaptionCreateFailuresLeaveTheExportResultAlone) {
