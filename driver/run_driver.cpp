@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "draft/draft.h"
@@ -54,7 +55,11 @@ int RunDriver(int argc, char** argv) {
   uint8_t templateMode = 0;
   startTicks = platform::TickCount64();
 
-  PreviewCommand* preview = parsePreviewCommand(argc, argv);
+  // The preview command lives until the process ends: the pipe thread and the
+  // export share it. Holding it here keeps it reachable for leak checkers.
+  static std::unique_ptr<PreviewCommand> previewHolder;
+  previewHolder.reset(parsePreviewCommand(argc, argv));
+  PreviewCommand* preview = previewHolder.get();
   platform::RaisePriority();
 
   ThemeRequest* theme = nullptr;

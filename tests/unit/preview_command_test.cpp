@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "preview/preview_command.h"
 
@@ -14,7 +15,10 @@ class PreviewCommandFile : public ::testing::Test {
     char pattern[] = "/tmp/ormadraft-preview-XXXXXX";
     folder_ = mkdtemp(pattern);
   }
-  void TearDown() override { std::system(("rm -rf " + folder_).c_str()); }
+  void TearDown() override {
+    for (PreviewCommand* c : parsed_) delete c;
+    std::system(("rm -rf " + folder_).c_str());
+  }
 
   PreviewCommand* Parse(const std::string& json, int argc = 3) {
     std::string path = folder_ + "/command.json";
@@ -23,10 +27,13 @@ class PreviewCommandFile : public ::testing::Test {
     std::fclose(f);
     std::string program = "ormadraft", draft = "draft.json";
     char* argv[] = {program.data(), draft.data(), path.data(), nullptr};
-    return parsePreviewCommand(argc, argv);
+    PreviewCommand* command = parsePreviewCommand(argc, argv);
+    if (command) parsed_.push_back(command);
+    return command;
   }
 
   std::string folder_;
+  std::vector<PreviewCommand*> parsed_;
 };
 
 TEST_F(PreviewCommandFile, ReadsEveryField) {
