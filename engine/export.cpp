@@ -1,0 +1,270 @@
+#include "engine/export.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/hwcontext.h>
+}
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstring>
+#include <memory>
+#include <thread>
+
+#include "engine/log.h"
+#include "engine/mlt_runtime.h"
+#include "engine/timeline.h"
+
+namespace orma {
+
+namespace {
+
+int32_t Failure(int32_t code, const std::string& cause) {
+  LogText("OrmaEditMedia failed (" + std::to_string(code) + "): " + cause);
+  return code;
+}
+
+std::string AbsolutePath(const std::string& path) {
+  if (!path.empty() && path[0] == '/') return path;
+  char cwd[PATH_MAX];
+  if (!getcwd(cwd, sizeof cwd)) return path;
+  return std::string(cwd) + "/" + path;
+}
+
+bool HardwareDevice(AVHWDeviceType type, const char* device) {
+  AVBufferRef* ref = nullptr;
+  if (av_hwdevice_ctx_create(&ref, type, device, nullptr, 0) < 0) return false;
+  av_buffer_unref(&ref);
+  return true;
+}
+
+const char* kRenderNode = "/dev/dri/renderD128";
+
+// The hardware encoder for a software codec name, when the machine has one.
+std::string HardwareEncoder(const std::string& codec, std::string* vaapiDevice) {
+  std::string family;
+  if (codec == "libx264" || codec == "h264") family = "h264";
+  else if (codec == "libx265" || codec == "hevc") family = "hevc";
+  else return "";
+  struct Candidate {
+    const char* suffix;
+    AVHWDeviceType type;
+  } candidates[] = {{"_nvenc", AV_HWDEVICE_TYPE_CUDA}, {"_vaapi", AV_HWDEVICE_TYPE_VAAPI}, {"_qsv", AV_HWDEVICE_TYPE_QSV}};
+  for (const auto& c : candidates) {
+    std::string name = family + c.suffix;
+    if (!avcodec_find_encoder_by_name(name.c_str())) continue;
+    const char* device = c.type == AV_HWDEVICE_TYPE_VAAPI ? kRenderNode : nullptr;
+    if (!HardwareDevice(c.type, device)) continue;
+    if (c.type == AV_HWDEVICE_TYPE_VAAPI) *vaapiDevice = kRenderNode;
+    return name;
+  }
+  return "";
+}
+
+// The audio encoder a container is usually written with.
+std::string UsualAudioEncoder(const AVOutputFormat* format) {
+  std::string name = format->name;
+  auto has = [](const char* encoder) { return avcodec_find_encoder_by_name(encoder) != nullptr; };
+  if (name == "mp4" || name == "mov" || name == "ipod" || name == "3gp" || name == "matroska" || name == "adts" ||
+      name == "flv" || name == "mpegts")
+    return "aac";
+  if (name == "webm") return has("libopus") ? "libopus" : "libvorbis";
+  if (name == "ogg") return has("libvorbis") ? "libvorbis" : "libopus";
+  if (name == "mp3") return "libmp3lame";
+  if (format->audio_codec == AV_CODEC_ID_NONE) return "";
+  const AVCodec* codec = avcodec_find_encoder(format->audio_codec);
+  return codec ? codec->name : "";
+}
+
+struct ExportState {
+  std::atomic<int64_t> shown{0};
+  std::atomic<bool> fatal{false};
+};
+
+void OnFrameShown(mlt_properties, void* data, mlt_event_data) { ++static_cast<ExportState*>(data)->shown; }
+void OnFatal(mlt_properties, void* data, mlt_event_data) { static_cast<ExportState*>(data)->fatal = true; }
+
+struct ProfileCloser {
+  void operator()(mlt_profile p) const { mlt_profile_close(p); }
+};
+
+int32_t Render(VirtualVideo& video) {
+  ExportSettings& s = video.settings;
+  if (s.width <= 0 || s.height <= 0) return Failure(kNoFrameSize, "the frame size is not set");
+  if (s.outPath.empty()) return Failure(kNoOutputPath, "the output path is not set");
+  std::string target = AbsolutePath(s.outPath);
+
+  const AVOutputFormat* container = av_guess_format(nullptr, target.c_str(), nullptr);
+  if (!container) return Failure(kUnknownContainer, "no video container is known for the name " + target);
+
+  std::string videoCodec = s.videoCodec;
+  const AVCodec* encoder = avcodec_find_encoder_by_name(videoCodec.c_str());
+  if (!encoder || encoder->type != AVMEDIA_TYPE_VIDEO)
+    return Failure(kUnknownVideoEncoder, "unknown video encoder \"" + videoCodec + "\"");
+  std::string vaapiDevice;
+  if (s.hwEncoder != 0) {
+    std::string hardware = HardwareEncoder(videoCodec, &vaapiDevice);
+    if (hardware.empty()) {
+      LogOnce("hw-encoder", "no hardware encoder for " + videoCodec + " on this machine; encoding in software");
+    } else {
+      LogOnce("hw-encoder-used", "encoding with the hardware encoder " + hardware);
+      videoCodec = hardware;
+    }
+  }
+
+  std::string audioCodec;
+  if (!s.audioCodec.empty()) {
+    const AVCodec* a = avcodec_find_encoder_by_name(s.audioCodec.c_str());
+    if (a && a->type == AVMEDIA_TYPE_AUDIO) {
+      audioCodec = s.audioCodec;
+    } else if (a && a->type == AVMEDIA_TYPE_VIDEO) {
+      audioCodec = UsualAudioEncoder(container);
+      LogOnce("audio-codec-" + s.audioCodec,
+              "audio codec \"" + s.audioCodec + "\" is a video encoder; the sound is encoded with " +
+                  (audioCodec.empty() ? std::string("nothing") : audioCodec) + " as usual for " + container->name);
+    } else {
+      return Failure(kUnknownAudioEncoder, "unknown audio encoder \"" + s.audioCodec + "\"");
+    }
+  } else {
+    audioCodec = UsualAudioEncoder(container);
+  }
+
+  // The video is written beside the target and moved into place only when
+  // complete, so a failed or killed export never leaves a partial file at the
+  // output path.
+  struct stat st;
+  if (stat(target.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
+    return Failure(kOutputNotWritable, "cannot write " + target + ": it is a folder");
+  size_t slash = target.rfind('/');
+  std::string folder = target.substr(0, slash), base = target.substr(slash + 1);
+  size_t dot = base.rfind('.');
+  std::string extension = dot == std::string::npos ? "" : base.substr(dot);
+  std::string temp = folder + "/." + base + "." + std::to_string(getpid()) + ".part" + extension;
+  int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (fd < 0) return Failure(kOutputNotWritable, "cannot write " + target + ": " + std::strerror(errno));
+  ::close(fd);
+  struct TempFile {
+    std::string path;
+    bool keep = false;
+    ~TempFile() {
+      if (!keep) ::unlink(path.c_str());
+    }
+  } tempFile{temp};
+
+  if (!EnsureMlt()) return Failure(kFrameworkUnavailable, "the MLT framework cannot be started");
+  std::unique_ptr<mlt_profile_s, ProfileCloser> profile(MakeProfile(s));
+  if (!profile) return Failure(kFrameworkUnavailable, "cannot create the video profile");
+
+  RenderContext ctx;
+  ctx.profile = profile.get();
+  ctx.width = s.width;
+  ctx.height = s.height;
+  ctx.matrix = CanvasMatrix(s.height);
+  ctx.fps = s.fps;
+  if (s.hwDecoder != 0) {
+    if (access(kRenderNode, R_OK) == 0 && HardwareDevice(AV_HWDEVICE_TYPE_VAAPI, kRenderNode)) {
+      ctx.decoderOptions = "hwaccel=vaapi";
+      LogOnce("hw-decoder-used", "decoding with VA-API");
+    } else {
+      LogOnce("hw-decoder", "no hardware decoder on this machine; decoding in software");
+    }
+  }
+
+  // The graph, then the consumer; destroyed in the reverse order.
+  auto timeline = std::make_unique<Timeline>(video, ctx);
+  std::string error;
+  if (!timeline->Build(&error)) return Failure(kTimelineInvalid, error);
+  int64_t length = timeline->length();
+  if (length <= 0) return Failure(kTimelineEmpty, "the timeline is empty");
+  int64_t first = 0, last = length;
+  if (s.limitStartUs > 0) first = std::clamp<int64_t>(UsToFrames(s.limitStartUs, s.fps), 0, length);
+  if (s.limitEndUs > 0) last = std::clamp<int64_t>(UsToFrames(s.limitEndUs, s.fps), 0, length);
+  if (last <= first) return Failure(kLimitSelectsNothing, "the limit time selects no frame of the timeline");
+  mlt_producer producer = timeline->producer();
+  mlt_producer_set_in_and_out(producer, static_cast<mlt_position>(first), static_cast<mlt_position>(last - 1));
+  mlt_producer_seek(producer, static_cast<mlt_position>(first));
+  int64_t total = last - first;
+
+  std::string targetResource = "file:" + temp;
+  mlt_consumer consumer = mlt_factory_consumer(profile.get(), "avformat", targetResource.c_str());
+  if (!consumer) return Failure(kFrameworkUnavailable, "cannot create the encoder");
+  mlt_properties cp = MLT_CONSUMER_PROPERTIES(consumer);
+  mlt_properties_set(cp, "target", targetResource.c_str());
+  mlt_properties_set(cp, "f", container->name);
+  mlt_properties_set(cp, "vcodec", videoCodec.c_str());
+  mlt_properties_set(cp, "vb", (std::to_string(s.videoKbits) + "k").c_str());
+  if (!vaapiDevice.empty()) mlt_properties_set(cp, "vaapi_device", vaapiDevice.c_str());
+  if (audioCodec.empty()) {
+    mlt_properties_set_int(cp, "an", 1);
+  } else {
+    mlt_properties_set(cp, "acodec", audioCodec.c_str());
+    if (s.audioKbits > 0) mlt_properties_set(cp, "ab", (std::to_string(s.audioKbits) + "k").c_str());
+    mlt_properties_set_int(cp, "ar", s.sampleRate);
+    mlt_properties_set_int(cp, "frequency", s.sampleRate);
+    mlt_properties_set_int(cp, "ac", s.channels);
+    mlt_properties_set_int(cp, "channels", s.channels);
+  }
+  int cores = std::max(1u, std::thread::hardware_concurrency());
+  mlt_properties_set_int(cp, "real_time", -cores);
+  mlt_properties_set_int(cp, "threads", 0);
+  mlt_properties_set_int(cp, "terminate_on_pause", 1);
+  mlt_properties_set(cp, "mlt_image_format", "yuv420p");
+  mlt_properties_set_int(cp, "buffer", std::max(4, 2 * cores));
+
+  ExportState state;
+  mlt_events_listen(cp, &state, "consumer-frame-show", OnFrameShown);
+  mlt_events_listen(cp, &state, "consumer-fatal-error", OnFatal);
+  ClearLibraryError();
+  mlt_consumer_connect(consumer, MLT_PRODUCER_SERVICE(producer));
+  if (mlt_consumer_start(consumer) != 0) {
+    mlt_consumer_close(consumer);
+    return Failure(kEncodingFailed, "the encoder does not start: " + LastLibraryError());
+  }
+  while (!mlt_consumer_is_stopped(consumer)) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    int64_t done = state.shown.load();
+    video.positionUs = FramesToUs(first + done, s.fps);
+    int percent = static_cast<int>(std::min<int64_t>(99, done * 100 / total));
+    if (percent > video.progress) video.progress = percent;
+    if (ctx.failed || state.fatal) break;
+  }
+  mlt_consumer_stop(consumer);
+  mlt_consumer_close(consumer);
+  timeline.reset();
+
+  if (ctx.failed) return Failure(kMediaFailed, ctx.Error());
+  if (state.fatal) {
+    std::string cause = LastLibraryError();
+    return Failure(kEncodingFailed, "the encoder failed" + (cause.empty() ? std::string() : ": " + cause));
+  }
+  if (stat(temp.c_str(), &st) != 0 || st.st_size == 0)
+    return Failure(kEncodingFailed, "the encoder wrote nothing: " + LastLibraryError());
+  if (std::rename(temp.c_str(), target.c_str()) != 0)
+    return Failure(kCannotPlaceOutput, "cannot move the video to " + target + ": " + std::strerror(errno));
+  tempFile.keep = true;
+  return kExportOk;
+}
+
+} // namespace
+
+int32_t RunExport(VirtualVideo& video) {
+  std::unique_lock<std::mutex> lock(video.exportMutex, std::try_to_lock);
+  if (!lock.owns_lock()) return Failure(kExportBusy, "an export of this video is already running");
+  video.progress = 0;
+  video.exporting = true;
+  int32_t result = Render(video);
+  // 100 also after a failure: callers wait for the end by the progress.
+  video.progress = 100;
+  video.exporting = false;
+  return result;
+}
+
+} // namespace orma

@@ -1,0 +1,87 @@
+// Pictures in the engine's working format: planar Y'CbCr 4:2:0, 8 bits,
+// limited range, in the canvas's colour matrix, with an optional full
+// resolution alpha plane. The canvas that MLT encodes is in the same format,
+// so a frame that needs no compositing is never converted.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+namespace orma {
+
+/// Colour matrix of Y'CbCr data: 601 or 709 (MLT's "colorspace" numbers).
+struct Colorimetry {
+  int matrix = 601;
+  bool fullRange = false;
+};
+
+/// Non-owning view of a 4:2:0 picture; planes 1 and 2 are half size, plane 3
+/// (alpha) is null or full size.
+struct Yuv {
+  uint8_t* p[4] = {nullptr, nullptr, nullptr, nullptr};
+  int s[4] = {0, 0, 0, 0};
+  int w = 0;
+  int h = 0;
+  bool HasAlpha() const { return p[3] != nullptr; }
+};
+
+/// A picture that owns its memory.
+class Picture {
+public:
+  Picture(int width, int height, bool alpha);
+  Yuv& view() { return view_; }
+  const Yuv& view() const { return view_; }
+  int width() const { return view_.w; }
+  int height() const { return view_.h; }
+
+private:
+  std::unique_ptr<uint8_t[]> buffer_;
+  Yuv view_;
+};
+using PicturePtr = std::shared_ptr<Picture>;
+
+struct YuvColor {
+  uint8_t y = 16, u = 128, v = 128;
+};
+
+/// Limited-range Y'CbCr of an RGB colour with components 0..1.
+YuvColor RgbToYuv(float red, float green, float blue, int matrix);
+
+/// Size in bytes of a contiguous 4:2:0 buffer as MLT lays it out.
+int Yuv420Size(int width, int height);
+/// View over a contiguous MLT-style 4:2:0 buffer.
+Yuv Yuv420View(uint8_t* data, int width, int height);
+
+void Fill(Yuv& dst, YuvColor color);
+void CopyPicture(Yuv& dst, const Yuv& src);
+
+/// Scales the source area (sx, sy, sw, sh; even offsets) into the whole of
+/// dst, converting range and matrix to the canvas's limited range and
+/// `dstMatrix`. The alpha plane is scaled too when both have one; a
+/// destination alpha plane without a source alpha is set opaque.
+bool ScaleYuv(const Yuv& src, int sx, int sy, int sw, int sh, Colorimetry srcColor, Yuv& dst, int dstMatrix,
+              bool smooth);
+
+/// Converts packed RGBA (straight alpha) into dst (which must have alpha),
+/// scaling the source area (sx, sy, sw, sh) to dst's size.
+bool ScaleRgba(const uint8_t* rgba, int stride, int sx, int sy, int sw, int sh, Yuv& dst, int dstMatrix);
+
+/// Composites src onto dst with its top-left corner at (x, y) (even), using
+/// src's alpha plane when present and the extra opacity 0..1.
+void Blend(Yuv& dst, const Yuv& src, int x, int y, float opacity);
+
+/// Mirrors the picture in place: horizontally, vertically or both.
+void Mirror(Yuv& img, bool horizontal, bool vertical);
+
+/// dst = a * (1 - t) + b * t on every plane (not alpha).
+void Mix(Yuv& dst, const Yuv& a, const Yuv& b, float t);
+
+/// dst = a where the mask is 0, b where it is 255, blended in between. The
+/// mask is full resolution with stride `maskStride`.
+void MaskMix(Yuv& dst, const Yuv& a, const Yuv& b, const uint8_t* mask, int maskStride);
+
+/// Approximates a Gaussian blur of standard deviation `sigma` pixels with
+/// three box passes, on the colour planes.
+void GaussianBlur(Yuv& img, float sigma);
+
+} // namespace orma

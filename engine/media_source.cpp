@@ -1,0 +1,339 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "engine/log.h"
+#include "engine/mlt_runtime.h"
+#include "engine/render.h"
+
+namespace orma {
+
+namespace {
+
+void CloseDescriptor(void* box) {
+  int* fd = static_cast<int*>(box);
+  if (*fd >= 0) ::close(*fd);
+  delete fd;
+}
+
+// Rectangles are (left, top, right, bottom); all zero means the whole frame.
+void NormalisedRect(const PropertyBag& attrs, const char* name, float out[4]) {
+  float r[4] = {0, 0, 0, 0};
+  attrs.GetRect(name, r);
+  if (r[0] == 0 && r[1] == 0 && r[2] == 0 && r[3] == 0) {
+    out[0] = 0;
+    out[1] = 0;
+    out[2] = 1;
+    out[3] = 1;
+    return;
+  }
+  std::copy(r, r + 4, out);
+}
+
+int EvenFloor(double v) { return static_cast<int>(std::floor(v / 2.0)) * 2; }
+
+} // namespace
+
+Decoded::~Decoded() {
+  if (child) mlt_frame_close(child);
+  if (keep) mlt_producer_close(keep);
+}
+
+// Opens the file through MLT's avformat producer. The resource is the plain
+// absolute path with FFmpeg's protocol whitelist, or, for a path the
+// producer would misread (one holding ':'), a /proc/self/fd alias of a
+// descriptor opened here that lives as long as the producer.
+static mlt_producer OpenAvformat(const MediaProbe& probe, RenderContext& ctx, const std::string& extra,
+                                 std::string* error) {
+  std::string path = probe.path;
+  int fd = -1;
+  if (!PathIsPlainForAvformat(path)) {
+    fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    struct stat st;
+    if (fd < 0 || fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+      if (fd >= 0) ::close(fd);
+      *error = path + ": " + std::strerror(errno);
+      return nullptr;
+    }
+    path = "/proc/self/fd/" + std::to_string(fd);
+  }
+  std::string options = extra;
+  if (probe.container == "image2") options += std::string(options.empty() ? "" : "&") + "pattern_type=none";
+  std::string resource = AvformatResource(path, options, error);
+  if (resource.empty()) {
+    if (fd >= 0) ::close(fd);
+    return nullptr;
+  }
+  ClearLibraryError();
+  mlt_producer producer = mlt_factory_producer(ctx.profile, "avformat", resource.c_str());
+  if (!producer) {
+    std::string cause = LastLibraryError();
+    *error = probe.path + ": cannot be opened for decoding" + (cause.empty() ? "" : " (" + cause + ")");
+    if (fd >= 0) ::close(fd);
+    return nullptr;
+  }
+  if (fd >= 0)
+    mlt_properties_set_data(MLT_PRODUCER_PROPERTIES(producer), "orma.fd", new int(fd), 0, CloseDescriptor, nullptr);
+  return producer;
+}
+
+MediaSource::MediaSource(const Media& media, int64_t sceneFrames, RenderContext& ctx)
+    : media_(media), ctx_(ctx), sceneFrames_(sceneFrames) {
+  const PropertyBag& a = media.attrs;
+  Rational fps = ctx.fps;
+  int64_t start = 0, duration = 0;
+  if (a.GetPair("timeline", &start, &duration)) {
+    offset_ = std::max<int64_t>(0, UsToFrames(start, fps));
+    duration_ = duration > 0 ? UsToFrames(duration, fps) : sceneFrames - offset_;
+  } else {
+    duration_ = sceneFrames;
+  }
+  int64_t trimIn = 0, trimOut = 0;
+  if (a.GetPair("cut", &trimIn, &trimOut)) {
+    trimStart_ = std::max<int64_t>(0, UsToFrames(trimIn, fps));
+    if (trimOut > trimIn) trimLast_ = std::max(trimStart_, UsToFrames(trimOut, fps) - 1);
+  }
+  speed_ = a.GetReal("speed", 1.0);
+  if (!(speed_ > 0.0)) speed_ = 1.0;
+  sourceLast_ = media.probe.still ? 0 : std::max<int64_t>(0, UsToFrames(media.probe.durationUs, fps) - 1);
+  volume_ = static_cast<float>(std::max(0.0, a.GetReal("volume", 1.0)));
+  audioWanted_ = media.probe.hasAudio && volume_ > 0.0f && std::fabs(speed_ - 1.0) < 1e-9;
+  int64_t fadeIn = 0, fadeOut = 0;
+  if (a.GetPair("audioFade", &fadeIn, &fadeOut)) {
+    fadeInFrames_ = std::max<int64_t>(0, UsToFrames(fadeIn, fps));
+    fadeOutFrames_ = std::max<int64_t>(0, UsToFrames(fadeOut, fps));
+  }
+
+  // Placement: the show rectangle in canvas units, the crop in source units.
+  float show[4];
+  NormalisedRect(a, "show", show);
+  NormalisedRect(a, "crop", layout_.crop);
+  for (float& v : layout_.crop) v = std::clamp(v, 0.0f, 1.0f);
+  if (layout_.crop[2] <= layout_.crop[0] || layout_.crop[3] <= layout_.crop[1]) {
+    layout_.crop[0] = layout_.crop[1] = 0;
+    layout_.crop[2] = layout_.crop[3] = 1;
+  }
+  int x0 = EvenFloor(show[0] * ctx.width), y0 = EvenFloor(show[1] * ctx.height);
+  int x1 = EvenFloor(show[2] * ctx.width + 1.0), y1 = EvenFloor(show[3] * ctx.height + 1.0);
+  layout_.x = x0;
+  layout_.y = y0;
+  layout_.w = std::max(2, x1 - x0);
+  layout_.h = std::max(2, y1 - y0);
+  int flip = static_cast<int>(a.GetInt("flip", 0));
+  layout_.mirrorH = (flip & 1) != 0;
+  layout_.mirrorV = (flip & 2) != 0;
+  layout_.opacity = static_cast<float>(std::clamp(a.GetReal("opacity", 1.0), 0.0, 1.0));
+}
+
+MediaSource::~MediaSource() { Release(); }
+
+void MediaSource::Release() {
+  last_.reset();
+  lastPosition_ = INT64_MIN;
+  still_.reset();
+  if (producer_) {
+    mlt_producer_close(producer_);
+    producer_ = nullptr;
+  }
+}
+
+bool MediaSource::OpenProducer() {
+  std::string error;
+  producer_ = OpenAvformat(media_.probe, ctx_, ctx_.decoderOptions, &error);
+  if (!producer_) {
+    ctx_.Fail(error);
+    return false;
+  }
+  mlt_properties props = MLT_PRODUCER_PROPERTIES(producer_);
+  if (!audioWanted_) {
+    mlt_properties_set_int(props, "audio_index", -1);
+  } else {
+    // Sound in the output's rate and channel layout.
+    mlt_filter resample = mlt_factory_filter(ctx_.profile, "swresample", nullptr);
+    if (resample) {
+      mlt_producer_attach(producer_, resample);
+      mlt_filter_close(resample);
+    }
+  }
+  return true;
+}
+
+int64_t MediaSource::SourceFrameAt(int64_t t, bool* clamped, bool* visible) const {
+  *visible = true;
+  int64_t u = t - offset_;
+  // Before its start inside the scene, or before the scene when the item
+  // does not start with it, the item shows nothing.
+  if ((t >= 0 && u < 0) || (t < 0 && offset_ > 0)) {
+    *visible = false;
+    return 0;
+  }
+  int64_t position = trimStart_ + static_cast<int64_t>(std::llround(static_cast<double>(u) * speed_));
+  int64_t limit = sourceLast_;
+  bool reachesEnd = offset_ + duration_ >= sceneFrames_;
+  if (trimLast_ >= 0 && (t < sceneFrames_ || !reachesEnd)) limit = std::min(limit, trimLast_);
+  int64_t clampedPosition = std::clamp<int64_t>(position, 0, std::max<int64_t>(limit, 0));
+  *clamped = clampedPosition != position;
+  return clampedPosition;
+}
+
+SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
+  auto frame = std::make_shared<SourceFrame>();
+  if (!media_.probe.hasVideo && !audioWanted_) return frame;
+  bool clamped = false, visible = false;
+  int64_t position = SourceFrameAt(t, &clamped, &visible);
+  if (!visible) return frame;
+  frame->visible = media_.probe.hasVideo;
+
+  if (media_.probe.still) {
+    if (!still_) still_ = LoadStill();
+    frame->still = still_;
+    frame->visible = still_ != nullptr;
+    return frame;
+  }
+  if (!producer_ && !OpenProducer()) {
+    frame->visible = false;
+    return frame;
+  }
+  // A held frame (the same source position again) reuses the decoded
+  // picture instead of seeking and decoding it once more.
+  if (position == lastPosition_ && last_) {
+    frame->decoded = last_;
+  } else {
+    mlt_producer_seek(producer_, position);
+    mlt_frame child = nullptr;
+    if (mlt_service_get_frame(MLT_PRODUCER_SERVICE(producer_), &child, 0) != 0 || !child) {
+      ctx_.Fail(media_.probe.path + ": cannot read frame " + std::to_string(position));
+      frame->visible = false;
+      return frame;
+    }
+    auto decoded = std::make_shared<Decoded>();
+    decoded->child = child;
+    mlt_producer_inc_ref(producer_);
+    decoded->keep = producer_;
+    if (media_.probe.hasVideo) {
+      uint8_t* image = nullptr;
+      mlt_image_format format = mlt_image_yuv420p;
+      int w = 0, h = 0;
+      ClearLibraryError();
+      if (mlt_frame_get_image(child, &image, &format, &w, &h, 0) != 0 || !image || w <= 0 || h <= 0) {
+        std::string cause = LastLibraryError();
+        ctx_.Fail(media_.probe.path + ": cannot decode frame " + std::to_string(position) +
+                  (cause.empty() ? "" : " (" + cause + ")"));
+        frame->visible = false;
+        return frame;
+      }
+      decoded->width = w;
+      decoded->height = h;
+      mlt_properties props = MLT_FRAME_PROPERTIES(child);
+      int colorspace = mlt_properties_get_int(props, "colorspace");
+      decoded->color.matrix = colorspace == 709 ? 709 : 601;
+      decoded->color.fullRange = mlt_properties_get_int(props, "full_range") != 0;
+      if (format == mlt_image_yuv420p) {
+        uint8_t* planes[4];
+        int strides[4];
+        mlt_image_format_planes(format, w, h, image, planes, strides);
+        for (int k = 0; k < 3; ++k) {
+          decoded->yuv.p[k] = planes[k];
+          decoded->yuv.s[k] = strides[k];
+        }
+        decoded->yuv.w = w;
+        decoded->yuv.h = h;
+      } else if (format == mlt_image_rgba) {
+        decoded->rgba = image;
+      } else {
+        // Ask for RGBA, which every source converts to.
+        format = mlt_image_rgba;
+        if (mlt_frame_get_image(child, &image, &format, &w, &h, 0) != 0 || format != mlt_image_rgba) {
+          ctx_.Fail(media_.probe.path + ": unsupported picture format");
+          frame->visible = false;
+          return frame;
+        }
+        decoded->rgba = image;
+      }
+    }
+    last_ = decoded;
+    lastPosition_ = position;
+    frame->decoded = decoded;
+    frame->audio = withAudio && audioWanted_ && !clamped;
+  }
+
+  if (frame->audio) {
+    auto gainAt = [&](int64_t u) {
+      double g = volume_;
+      if (fadeInFrames_ > 0 && u < fadeInFrames_) g *= std::max<double>(0.0, static_cast<double>(u) / fadeInFrames_);
+      if (fadeOutFrames_ > 0 && duration_ - u < fadeOutFrames_)
+        g *= std::max<double>(0.0, static_cast<double>(duration_ - u) / fadeOutFrames_);
+      return static_cast<float>(g);
+    };
+    int64_t u = t - offset_;
+    frame->gainStart = gainAt(u);
+    frame->gainEnd = gainAt(u + 1);
+  }
+  return frame;
+}
+
+PicturePtr MediaSource::LoadStill() {
+  RgbaImage image;
+  std::string error;
+  if (!LoadRgba(media_.probe, ctx_, &image, &error)) {
+    ctx_.Fail(error);
+    return nullptr;
+  }
+  int sx = EvenFloor(layout_.crop[0] * image.width), sy = EvenFloor(layout_.crop[1] * image.height);
+  int sw = std::max(1, static_cast<int>(std::lround((layout_.crop[2] - layout_.crop[0]) * image.width)));
+  int sh = std::max(1, static_cast<int>(std::lround((layout_.crop[3] - layout_.crop[1]) * image.height)));
+  sw = std::min(sw, image.width - sx);
+  sh = std::min(sh, image.height - sy);
+  auto picture = std::make_shared<Picture>(layout_.w, layout_.h, true);
+  if (!ScaleRgba(image.pixels.data(), image.width * 4, sx, sy, sw, sh, picture->view(), ctx_.matrix)) {
+    ctx_.Fail(media_.probe.path + ": cannot scale the picture");
+    return nullptr;
+  }
+  Mirror(picture->view(), layout_.mirrorH, layout_.mirrorV);
+  // Most pictures are opaque: keep them without alpha so that they are
+  // copied rather than blended.
+  const Yuv& v = picture->view();
+  bool opaque = true;
+  for (int y = 0; y < v.h && opaque; ++y) {
+    const uint8_t* row = v.p[3] + y * v.s[3];
+    for (int x = 0; x < v.w; ++x)
+      if (row[x] != 255) {
+        opaque = false;
+        break;
+      }
+  }
+  if (!opaque) return picture;
+  auto plain = std::make_shared<Picture>(layout_.w, layout_.h, false);
+  CopyPicture(plain->view(), v);
+  return plain;
+}
+
+bool LoadRgba(const MediaProbe& probe, RenderContext& ctx, RgbaImage* out, std::string* error) {
+  mlt_producer producer = OpenAvformat(probe, ctx, "", error);
+  if (!producer) return false;
+  mlt_frame frame = nullptr;
+  mlt_producer_seek(producer, 0);
+  bool ok = false;
+  if (mlt_service_get_frame(MLT_PRODUCER_SERVICE(producer), &frame, 0) == 0 && frame) {
+    uint8_t* image = nullptr;
+    mlt_image_format format = mlt_image_rgba;
+    int w = 0, h = 0;
+    if (mlt_frame_get_image(frame, &image, &format, &w, &h, 0) == 0 && image && format == mlt_image_rgba && w > 0 &&
+        h > 0) {
+      out->width = w;
+      out->height = h;
+      out->pixels.assign(image, image + static_cast<size_t>(w) * h * 4);
+      ok = true;
+    }
+    mlt_frame_close(frame);
+  }
+  mlt_producer_close(producer);
+  if (!ok) *error = probe.path + ": cannot decode the picture";
+  return ok;
+}
+
+} // namespace orma

@@ -1,0 +1,28 @@
+// Process-wide MLT and FFmpeg set-up: the factory is started once, on the
+// module folder beside the library when it is there, and the libraries'
+// own log output is collected instead of printed so that a failure is
+// reported as one line naming its cause.
+#pragma once
+
+#include <string>
+
+#include <mlt-7/framework/mlt.h>
+
+#include "engine/model.h"
+
+namespace orma {
+
+/// Starts MLT once per process; false (and a log line) when it cannot.
+bool EnsureMlt();
+
+/// A profile for the video's frame size and exact frame rate.
+mlt_profile MakeProfile(const ExportSettings& settings);
+
+/// Colour matrix the engine works in for a frame height.
+int CanvasMatrix(int height);
+
+/// The last error line MLT or FFmpeg logged (empty when none), and clearing it.
+std::string LastLibraryError();
+void ClearLibraryError();
+
+} // namespace orma

@@ -1,0 +1,275 @@
+#include "engine/probe.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+}
+
+#include <fcntl.h>
+#include <limits.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include "platform/platform.h"
+
+namespace orma {
+
+namespace {
+
+// Demuxers that read other resources named inside the file (playlists,
+// concatenation lists, session descriptions, manifests). A media path must
+// be one self-contained file.
+const char* const kRefusedDemuxers[] = {"hls", "applehttp", "concat", "sdp", "rtp", "rtsp", "dash",
+                                        "webm_dash_manifest", "imf", "ffmetadata", "mpjpeg", "tee",
+                                        "lavfi", "data", "bin", "tty"};
+
+bool IsRefusedDemuxer(const char* name) {
+  if (!name) return true;
+  // A demuxer can carry several comma-separated names.
+  std::string names(name);
+  size_t start = 0;
+  while (start <= names.size()) {
+    size_t end = names.find(',', start);
+    std::string one = names.substr(start, end == std::string::npos ? std::string::npos : end - start);
+    for (const char* refused : kRefusedDemuxers)
+      if (one == refused) return true;
+    if (end == std::string::npos) break;
+    start = end + 1;
+  }
+  return false;
+}
+
+struct FormatCloser {
+  void operator()(AVFormatContext* ctx) const {
+    if (ctx) avformat_close_input(&ctx);
+  }
+};
+
+struct CodecCloser {
+  void operator()(AVCodecContext* ctx) const {
+    if (ctx) avcodec_free_context(&ctx);
+  }
+};
+
+std::string AvError(int code) {
+  char buffer[AV_ERROR_MAX_STRING_SIZE] = {0};
+  av_strerror(code, buffer, sizeof buffer);
+  return buffer;
+}
+
+// Decodes packets of `stream` until one frame comes out.
+bool DecodesOneFrame(AVFormatContext* ctx, int stream, std::string* error) {
+  AVCodecParameters* par = ctx->streams[stream]->codecpar;
+  const AVCodec* codec = avcodec_find_decoder(par->codec_id);
+  if (!codec) {
+    *error = "no decoder for codec " + std::string(avcodec_get_name(par->codec_id));
+    return false;
+  }
+  std::unique_ptr<AVCodecContext, CodecCloser> dec(avcodec_alloc_context3(codec));
+  if (!dec || avcodec_parameters_to_context(dec.get(), par) < 0) {
+    *error = "cannot set up the decoder";
+    return false;
+  }
+  dec->thread_count = 1;
+  int rc = avcodec_open2(dec.get(), codec, nullptr);
+  if (rc < 0) {
+    *error = "cannot open the decoder: " + AvError(rc);
+    return false;
+  }
+  AVPacket* pkt = av_packet_alloc();
+  AVFrame* frame = av_frame_alloc();
+  bool got = false;
+  int lastError = 0;
+  for (int packets = 0; packets < 2000 && !got; ++packets) {
+    rc = av_read_frame(ctx, pkt);
+    if (rc < 0) {
+      avcodec_send_packet(dec.get(), nullptr); // drain
+      if (avcodec_receive_frame(dec.get(), frame) >= 0) got = true;
+      break;
+    }
+    if (pkt->stream_index == stream) {
+      rc = avcodec_send_packet(dec.get(), pkt);
+      if (rc < 0) lastError = rc;
+      if (avcodec_receive_frame(dec.get(), frame) >= 0) got = true;
+    }
+    av_packet_unref(pkt);
+  }
+  av_frame_free(&frame);
+  av_packet_free(&pkt);
+  if (!got) *error = "no frame could be decoded" + (lastError ? ": " + AvError(lastError) : std::string());
+  return got;
+}
+
+} // namespace
+
+bool PathIsPlainForAvformat(const std::string& nativePath) {
+  return !nativePath.empty() && nativePath[0] == '/' && nativePath.find(':') == std::string::npos &&
+         nativePath.find('\\') == std::string::npos;
+}
+
+std::string ResolveLocalFile(const char* path, std::string* error) {
+  if (!path || !*path) {
+    *error = "empty path";
+    return "";
+  }
+  std::string mapError;
+  std::string native = platform::NativePath(path, &mapError);
+  if (native.empty()) {
+    *error = mapError.empty() ? "empty path" : mapError;
+    return "";
+  }
+  // URLs are refused outright: a media path names a local file.
+  size_t scheme = native.find("://");
+  if (scheme != std::string::npos && native.find('/') > scheme) {
+    *error = "not a local file (URL): " + native;
+    return "";
+  }
+  char resolved[PATH_MAX];
+  if (!realpath(native.c_str(), resolved)) {
+    *error = native + ": " + std::strerror(errno);
+    return "";
+  }
+  struct stat st;
+  if (stat(resolved, &st) != 0 || !S_ISREG(st.st_mode)) {
+    *error = native + ": not a regular file";
+    return "";
+  }
+  if (access(resolved, R_OK) != 0) {
+    *error = native + ": " + std::strerror(errno);
+    return "";
+  }
+  return resolved;
+}
+
+MediaProbe ProbeMedia(const char* path, bool decode) {
+  MediaProbe probe;
+  probe.path = ResolveLocalFile(path, &probe.error);
+  if (probe.path.empty()) return probe;
+  const std::string& file = probe.path;
+
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "protocol_whitelist", "file", 0);
+  // Probe the container first, from the file's own bytes, so that a playlist
+  // is refused before a demuxer starts following it.
+  AVIOContext* pb = nullptr;
+  std::string url = "file:" + file;
+  int rc = avio_open2(&pb, url.c_str(), AVIO_FLAG_READ, nullptr, &options);
+  av_dict_free(&options);
+  if (rc < 0) {
+    probe.error = file + ": " + AvError(rc);
+    return probe;
+  }
+  const AVInputFormat* format = nullptr;
+  rc = av_probe_input_buffer2(pb, &format, file.c_str(), nullptr, 0, 0);
+  avio_closep(&pb);
+  if (rc < 0 || !format) {
+    probe.error = file + ": unknown media format";
+    return probe;
+  }
+  if (IsRefusedDemuxer(format->name)) {
+    probe.error = file + ": " + format->name + " files are not accepted as media";
+    return probe;
+  }
+  probe.container = format->name;
+
+  AVFormatContext* raw = nullptr;
+  av_dict_set(&options, "protocol_whitelist", "file", 0);
+  rc = avformat_open_input(&raw, url.c_str(), format, &options);
+  av_dict_free(&options);
+  if (rc < 0) {
+    probe.error = file + ": " + AvError(rc);
+    return probe;
+  }
+  std::unique_ptr<AVFormatContext, FormatCloser> ctx(raw);
+  rc = avformat_find_stream_info(ctx.get(), nullptr);
+  if (rc < 0) {
+    probe.error = file + ": " + AvError(rc);
+    return probe;
+  }
+
+  int video = -1, audio = -1;
+  for (unsigned i = 0; i < ctx->nb_streams; ++i) {
+    AVStream* st = ctx->streams[i];
+    if (st->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !(st->disposition & AV_DISPOSITION_ATTACHED_PIC) &&
+        video < 0)
+      video = static_cast<int>(i);
+    if (st->codecpar->codec_type == AVMEDIA_TYPE_AUDIO && audio < 0) audio = static_cast<int>(i);
+  }
+  if (video < 0 && audio < 0) {
+    probe.error = file + ": no picture or sound in the file";
+    return probe;
+  }
+  probe.hasVideo = video >= 0;
+  probe.hasAudio = audio >= 0;
+  if (video >= 0) {
+    AVStream* st = ctx->streams[video];
+    probe.width = st->codecpar->width;
+    probe.height = st->codecpar->height;
+    probe.videoCodec = avcodec_get_name(st->codecpar->codec_id);
+    AVRational rate = av_guess_frame_rate(ctx.get(), st, nullptr);
+    probe.frameRate = rate.num > 0 && rate.den > 0 ? av_q2d(rate) : 0.0;
+    if (probe.width <= 0 || probe.height <= 0) {
+      probe.error = file + ": picture size unknown";
+      return probe;
+    }
+  }
+  if (audio >= 0) {
+    AVStream* st = ctx->streams[audio];
+    probe.audioCodec = avcodec_get_name(st->codecpar->codec_id);
+    probe.sampleRate = st->codecpar->sample_rate;
+    probe.channels = st->codecpar->ch_layout.nb_channels;
+  }
+  if (ctx->duration != AV_NOPTS_VALUE && ctx->duration > 0) probe.durationUs = ctx->duration;
+  else if (video >= 0 && ctx->streams[video]->duration != AV_NOPTS_VALUE)
+    probe.durationUs = av_rescale_q(ctx->streams[video]->duration, ctx->streams[video]->time_base, AV_TIME_BASE_Q);
+
+  // A still picture is a video stream of one frame and no sound; count the
+  // first video packets to tell it from a clip.
+  if (video >= 0 && audio < 0) {
+    AVPacket* pkt = av_packet_alloc();
+    int videoPackets = 0;
+    for (int n = 0; n < 256 && videoPackets < 2; ++n) {
+      if (av_read_frame(ctx.get(), pkt) < 0) break;
+      if (pkt->stream_index == video) ++videoPackets;
+      av_packet_unref(pkt);
+    }
+    av_packet_free(&pkt);
+    probe.still = videoPackets <= 1;
+    av_seek_frame(ctx.get(), -1, 0, AVSEEK_FLAG_BACKWARD);
+  }
+  if (probe.still) {
+    probe.durationUs = 0;
+    probe.frameRate = 0.0;
+  }
+
+  if (decode) {
+    std::string error;
+    if (!DecodesOneFrame(ctx.get(), video >= 0 ? video : audio, &error)) {
+      probe.error = file + ": " + error;
+      return probe;
+    }
+  }
+  probe.ok = true;
+  return probe;
+}
+
+std::string AvformatResource(const std::string& nativePath, const std::string& extraOptions, std::string* error) {
+  // MLT's avformat producer reads "name:rest" as a device or format name and
+  // "\?" as the start of options; a path holding either must be handed over
+  // as a /proc/self/fd alias by the caller instead.
+  if (!PathIsPlainForAvformat(nativePath)) {
+    *error = "path cannot be passed to the decoder as it stands: " + nativePath;
+    return "";
+  }
+  std::string resource = nativePath + "\\?protocol_whitelist=file";
+  if (!extraOptions.empty()) resource += "&" + extraOptions;
+  return resource;
+}
+
+} // namespace orma

@@ -1,0 +1,50 @@
+// Opening media files safely and describing them with libavformat.
+//
+// Every media path the API receives goes through OpenLocalMedia: it must be
+// a plain local regular file, it is never read as a URL, a device, a service
+// name or a playlist, and FFmpeg is limited to the "file" protocol for it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace orma {
+
+struct MediaProbe {
+  bool ok = false;
+  std::string error;       ///< why the file cannot be used (when !ok)
+  std::string path;        ///< absolute native path
+  std::string container;   ///< demuxer name
+  bool hasVideo = false;
+  bool hasAudio = false;
+  bool still = false;      ///< a single picture (png, jpg, bmp, webp, one-frame gif)
+  int64_t durationUs = 0;  ///< 0 for stills
+  int width = 0;
+  int height = 0;
+  double frameRate = 0.0;  ///< 0 for stills
+  std::string videoCodec;
+  std::string audioCodec;
+  int sampleRate = 0;
+  int channels = 0;
+};
+
+/// Resolves `path` (backslashes, drive letters through ORMADRAFT_DRIVE_MAP)
+/// to an absolute native path of an existing regular file. Returns "" and
+/// fills *error otherwise.
+std::string ResolveLocalFile(const char* path, std::string* error);
+
+/// Probes the file and, with `decode`, decodes its first picture or audio
+/// frame so that an undecodable file is found now rather than while
+/// rendering.
+MediaProbe ProbeMedia(const char* path, bool decode);
+
+/// True when MLT's avformat producer takes the path literally: absolute,
+/// without ':' or '\\'.
+bool PathIsPlainForAvformat(const std::string& nativePath);
+
+/// The resource string for MLT's avformat producer: the path, with FFmpeg's
+/// protocol whitelist limited to "file" (and the decoder options given).
+/// Paths that the producer would read as "format:resource" are refused.
+std::string AvformatResource(const std::string& nativePath, const std::string& extraOptions, std::string* error);
+
+} // namespace orma

@@ -1,0 +1,84 @@
+// The MLT graph of one export, built from the model by the element builders.
+//
+//   tractor
+//     multitrack: track 0 = main track (scenes, transitions, gaps), then the
+//                 tracks of stacked elements, shared by elements that never
+//                 overlap in time
+//     field:      per stacked element, in level order, a compositing
+//                 transition onto track 0 (or a filter on track 0 for
+//                 effects), each limited to the element's span
+//
+// So each frame costs what is on screen at that moment: tracks hold blanks
+// elsewhere, and transitions and filters outside their span are skipped.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <mlt-7/framework/mlt.h>
+
+#include "engine/model.h"
+#include "engine/render.h"
+
+namespace orma {
+
+/// A stretch [start, end) of a track, rendered by one clip producer.
+class Segment {
+public:
+  virtual ~Segment() = default;
+  /// Sequential (get_frame): gathers what the frame at absolute frame f needs.
+  virtual std::shared_ptr<void> Fetch(int64_t f) = 0;
+  /// Parallel (get_image): draws the frame.
+  virtual void Render(const std::shared_ptr<void>& job, Yuv& canvas) const = 0;
+  /// Consumer thread, in order: adds the frame's sound.
+  virtual void Audio(const std::shared_ptr<void>& job, AudioBlock& out) const = 0;
+  int64_t start = 0;
+  int64_t end = 0;
+};
+
+class Timeline {
+public:
+  Timeline(VirtualVideo& video, RenderContext& ctx);
+  ~Timeline();
+
+  /// Runs every element builder; false with *error on failure.
+  bool Build(std::string* error);
+
+  mlt_producer producer() const { return MLT_TRACTOR_PRODUCER(tractor_); }
+  int64_t length() const { return length_; }
+
+  // Used by the element builders.
+  VirtualVideo& video;
+  RenderContext& ctx;
+  /// Appends a segment as a clip to a track (blank-filled up to its start).
+  bool Append(int track, std::unique_ptr<Segment> segment);
+  /// A track for an element over [start, end): an existing stacked track
+  /// free at that time, or a new one.
+  int AllocateTrack(int64_t start, int64_t end);
+  mlt_field field() const { return mlt_tractor_field(tractor_); }
+  /// Keeps a renderer alive for the export; it is released once the
+  /// rendering passes `lastFrame`.
+  SceneRenderer* Own(std::unique_ptr<SceneRenderer> renderer, int64_t lastFrame);
+  /// Called from the clips' get_frame: releases what is no longer needed.
+  void Retire(int64_t frame);
+
+private:
+  mlt_playlist Track(int index);
+  mlt_tractor tractor_ = nullptr;
+  std::vector<mlt_playlist> tracks_;
+  std::vector<int64_t> trackEnds_;
+  std::vector<std::unique_ptr<Segment>> segments_;
+  struct Owned {
+    std::unique_ptr<SceneRenderer> renderer;
+    int64_t lastFrame;
+    bool released;
+  };
+  std::vector<Owned> renderers_;
+  std::mutex retireMutex_;
+  int64_t length_ = 0;
+};
+
+} // namespace orma

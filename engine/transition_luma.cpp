@@ -1,0 +1,34 @@
+// Luma wipe: a grey picture says when each pixel switches to the next
+// scene, dark pixels first (light first when reversed). The picture is
+// stretched to the frame once, when the export starts.
+#include <algorithm>
+
+#include "engine/transitions.h"
+
+namespace orma {
+
+std::unique_ptr<TransitionEffect> MakeLuma(const TransitionSpec& spec, RenderContext& ctx, std::string* error) {
+  MediaProbe probe = ProbeMedia(spec.lumaPath.c_str(), false);
+  if (!probe.ok) {
+    *error = probe.error;
+    return nullptr;
+  }
+  RgbaImage image;
+  if (!LoadRgba(probe, ctx, &image, error)) return nullptr;
+  Picture map(ctx.width, ctx.height, true);
+  if (!ScaleRgba(image.pixels.data(), image.width * 4, 0, 0, image.width, image.height, map.view(), ctx.matrix)) {
+    *error = spec.lumaPath + ": cannot scale the luma map";
+    return nullptr;
+  }
+  std::vector<uint8_t> order(static_cast<size_t>(ctx.width) * ctx.height);
+  const Yuv& v = map.view();
+  for (int y = 0; y < ctx.height; ++y)
+    for (int x = 0; x < ctx.width; ++x) {
+      // Limited-range luma back to 0..255.
+      int l = std::clamp((v.p[0][y * v.s[0] + x] - 16) * 255 / 219, 0, 255);
+      order[static_cast<size_t>(y) * ctx.width + x] = static_cast<uint8_t>(spec.reverse ? 255 - l : l);
+    }
+  return std::make_unique<MaskTransition>(std::move(order), ctx.width, ctx.height, spec.softness);
+}
+
+} // namespace orma

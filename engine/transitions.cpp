@@ -1,0 +1,160 @@
+#include "engine/transitions.h"
+
+#include <cjson/cJSON.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+
+#include "platform/platform.h"
+
+namespace orma {
+
+namespace {
+
+struct TransitionKind {
+  const char* name;
+  TransitionFactory make;
+};
+
+// Every built-in transition, by the name a config.json gives in
+// "transition".
+const TransitionKind kTransitions[] = {
+    {"dissolve", MakeDissolve}, {"wipe", MakeWipe},     {"slide", MakeSlide}, {"push", MakePush},
+    {"zoom", MakeZoom},         {"circle", MakeCircle}, {"luma", MakeLuma},
+};
+
+const TransitionKind* FindKind(const std::string& name) {
+  for (const auto& k : kTransitions)
+    if (name == k.name) return &k;
+  return nullptr;
+}
+
+std::string Lower(std::string s) {
+  std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return std::tolower(c); });
+  return s;
+}
+
+bool EndsWith(const std::string& s, const char* suffix) {
+  size_t n = std::char_traits<char>::length(suffix);
+  return s.size() >= n && s.compare(s.size() - n, n, suffix) == 0;
+}
+
+std::string Folder(const std::string& path) {
+  size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash);
+}
+
+bool ReadConfig(const std::string& file, TransitionSpec* spec, std::string* error) {
+  std::string text;
+  if (!platform::ReadWholeFile(file.c_str(), &text)) {
+    *error = file + ": cannot be read";
+    return false;
+  }
+  cJSON* root = cJSON_Parse(text.c_str());
+  if (!root || !cJSON_IsObject(root)) {
+    cJSON_Delete(root);
+    *error = file + ": not a JSON object";
+    return false;
+  }
+  bool ok = true;
+  const cJSON* name = cJSON_GetObjectItem(root, "transition");
+  if (!cJSON_IsString(name) || !FindKind(Lower(name->valuestring))) {
+    *error = file + ": \"transition\" must name one of the built-in transitions";
+    ok = false;
+  } else {
+    spec->kind = Lower(name->valuestring);
+  }
+  const cJSON* direction = cJSON_GetObjectItem(root, "direction");
+  if (ok && direction) {
+    std::string d = cJSON_IsString(direction) ? Lower(direction->valuestring) : "";
+    if (d != "left" && d != "right" && d != "up" && d != "down") {
+      *error = file + ": \"direction\" must be left, right, up or down";
+      ok = false;
+    }
+    spec->direction = d;
+  }
+  const cJSON* softness = cJSON_GetObjectItem(root, "softness");
+  if (ok && softness) {
+    if (!cJSON_IsNumber(softness) || softness->valuedouble < 0 || softness->valuedouble > 1) {
+      *error = file + ": \"softness\" must be a number from 0 to 1";
+      ok = false;
+    }
+    spec->softness = static_cast<float>(softness->valuedouble);
+  }
+  const cJSON* reverse = cJSON_GetObjectItem(root, "reverse");
+  if (ok && reverse) spec->reverse = cJSON_IsTrue(reverse);
+  if (ok && spec->kind == "luma") {
+    const cJSON* luma = cJSON_GetObjectItem(root, "luma");
+    if (!cJSON_IsString(luma) || !*luma->valuestring) {
+      *error = file + ": a luma transition needs \"luma\", the name of its picture";
+      ok = false;
+    } else {
+      std::string p = platform::NativePath(luma->valuestring);
+      spec->lumaPath = platform::IsAbsolutePath(luma->valuestring) ? p : Folder(file) + "/" + p;
+    }
+  }
+  cJSON_Delete(root);
+  return ok;
+}
+
+} // namespace
+
+std::vector<std::string> TransitionNames() {
+  std::vector<std::string> names;
+  for (const auto& k : kTransitions) names.push_back(k.name);
+  return names;
+}
+
+bool LoadTransitionSpec(const char* path, TransitionSpec* spec, std::string* error) {
+  std::string file = ResolveLocalFile(path, error);
+  if (file.empty()) return false;
+  *spec = TransitionSpec();
+  spec->source = path;
+  std::string lower = Lower(file);
+  if (EndsWith(lower, ".jpg") || EndsWith(lower, ".jpeg") || EndsWith(lower, ".png") || EndsWith(lower, ".bmp")) {
+    spec->kind = "luma";
+    spec->lumaPath = file;
+  } else if (!ReadConfig(file, spec, error)) {
+    return false;
+  }
+  if (spec->kind == "luma") {
+    MediaProbe probe = ProbeMedia(spec->lumaPath.c_str(), true);
+    if (!probe.ok || !probe.still) {
+      *error = probe.ok ? spec->lumaPath + ": a luma map must be a still picture" : probe.error;
+      return false;
+    }
+    spec->lumaPath = probe.path;
+  }
+  return true;
+}
+
+std::unique_ptr<TransitionEffect> MakeTransition(const TransitionSpec& spec, RenderContext& ctx, std::string* error) {
+  const TransitionKind* kind = FindKind(spec.kind);
+  if (!kind) {
+    *error = "unknown transition " + spec.kind;
+    return nullptr;
+  }
+  return kind->make(spec, ctx, error);
+}
+
+MaskTransition::MaskTransition(std::vector<uint8_t> order, int width, int height, float softness)
+    : order_(std::move(order)), width_(width), height_(height), softness_(std::clamp(softness, 0.0f, 1.0f)) {}
+
+void MaskTransition::Render(Yuv& dst, const Yuv& a, const Yuv& b, float p) const {
+  // Pixel switch order L (0..1) against progress: fully b once
+  // p * (1 + s) - L >= s, fully a while it is <= 0.
+  uint8_t lut[256];
+  for (int l = 0; l < 256; ++l) {
+    float value = l / 255.0f, v;
+    if (softness_ > 0.0f) v = std::clamp((p * (1.0f + softness_) - value) / softness_, 0.0f, 1.0f);
+    else v = value < p ? 1.0f : 0.0f;
+    lut[l] = static_cast<uint8_t>(std::lround(v * 255.0f));
+  }
+  thread_local std::vector<uint8_t> mask;
+  mask.resize(order_.size());
+  for (size_t i = 0; i < order_.size(); ++i) mask[i] = lut[order_[i]];
+  MaskMix(dst, a, b, mask.data(), width_);
+}
+
+} // namespace orma

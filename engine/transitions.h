@@ -1,0 +1,59 @@
+// Transitions between consecutive scenes. A transition is centred on the cut:
+// it starts half its length before the scene's end and ends half its length
+// after the next scene's start, so no scene moves and the timeline keeps its
+// length. Each kind is one TransitionEffect (transition_*.cpp), found by name
+// in the table of transitions.cpp.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/image.h"
+#include "engine/model.h"
+#include "engine/render.h"
+
+namespace orma {
+
+class TransitionEffect {
+public:
+  virtual ~TransitionEffect() = default;
+  /// Writes the picture at progress p (0 = all of a, 1 = all of b) into dst.
+  /// Called on several threads at once; must not change the effect.
+  virtual void Render(Yuv& dst, const Yuv& a, const Yuv& b, float p) const = 0;
+};
+
+using TransitionFactory = std::unique_ptr<TransitionEffect> (*)(const TransitionSpec&, RenderContext&,
+                                                                std::string* error);
+
+/// Reads a transition resource given to the API: a luma picture (jpg, jpeg,
+/// png, bmp) or a config.json naming a built-in transition.
+bool LoadTransitionSpec(const char* path, TransitionSpec* spec, std::string* error);
+
+std::unique_ptr<TransitionEffect> MakeTransition(const TransitionSpec& spec, RenderContext& ctx, std::string* error);
+
+/// Names of the built-in transitions.
+std::vector<std::string> TransitionNames();
+
+/// Shared by the mask-based transitions (wipe, circle, luma): a full-size
+/// map of when each pixel switches (0 first, 255 last) and a soft edge.
+class MaskTransition : public TransitionEffect {
+public:
+  MaskTransition(std::vector<uint8_t> order, int width, int height, float softness);
+  void Render(Yuv& dst, const Yuv& a, const Yuv& b, float p) const override;
+
+private:
+  std::vector<uint8_t> order_;
+  int width_, height_;
+  float softness_;
+};
+
+std::unique_ptr<TransitionEffect> MakeDissolve(const TransitionSpec&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakeWipe(const TransitionSpec&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakeSlide(const TransitionSpec&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakePush(const TransitionSpec&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakeZoom(const TransitionSpec&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakeCircle(const TransitionSpec&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakeLuma(const TransitionSpec&, RenderContext&, std::string*);
+
+} // namespace orma
