@@ -18,7 +18,9 @@ extern "C" {
 #include <cstring>
 #include <memory>
 #include <thread>
+#include <vector>
 
+#include "engine/encoder.h"
 #include "engine/log.h"
 #include "engine/mlt_runtime.h"
 #include "engine/timeline.h"
@@ -49,7 +51,9 @@ bool HardwareDevice(AVHWDeviceType type, const char* device) {
 const char* kRenderNode = "/dev/dri/renderD128";
 
 // The hardware encoder for a software codec name, when the machine has one.
-std::string HardwareEncoder(const std::string& codec, std::string* vaapiDevice) {
+// Only encoders that take pictures from system memory are used (NVENC, Quick
+// Sync); VA-API encoding would need the frames uploaded first.
+std::string HardwareEncoder(const std::string& codec) {
   std::string family;
   if (codec == "libx264" || codec == "h264") family = "h264";
   else if (codec == "libx265" || codec == "hevc") family = "hevc";
@@ -57,13 +61,11 @@ std::string HardwareEncoder(const std::string& codec, std::string* vaapiDevice) 
   struct Candidate {
     const char* suffix;
     AVHWDeviceType type;
-  } candidates[] = {{"_nvenc", AV_HWDEVICE_TYPE_CUDA}, {"_vaapi", AV_HWDEVICE_TYPE_VAAPI}, {"_qsv", AV_HWDEVICE_TYPE_QSV}};
+  } candidates[] = {{"_nvenc", AV_HWDEVICE_TYPE_CUDA}, {"_qsv", AV_HWDEVICE_TYPE_QSV}};
   for (const auto& c : candidates) {
     std::string name = family + c.suffix;
     if (!avcodec_find_encoder_by_name(name.c_str())) continue;
-    const char* device = c.type == AV_HWDEVICE_TYPE_VAAPI ? kRenderNode : nullptr;
-    if (!HardwareDevice(c.type, device)) continue;
-    if (c.type == AV_HWDEVICE_TYPE_VAAPI) *vaapiDevice = kRenderNode;
+    if (!HardwareDevice(c.type, nullptr)) continue;
     return name;
   }
   return "";
@@ -84,14 +86,6 @@ std::string UsualAudioEncoder(const AVOutputFormat* format) {
   return codec ? codec->name : "";
 }
 
-struct ExportState {
-  std::atomic<int64_t> shown{0};
-  std::atomic<bool> fatal{false};
-};
-
-void OnFrameShown(mlt_properties, void* data, mlt_event_data) { ++static_cast<ExportState*>(data)->shown; }
-void OnFatal(mlt_properties, void* data, mlt_event_data) { static_cast<ExportState*>(data)->fatal = true; }
-
 struct ProfileCloser {
   void operator()(mlt_profile p) const { mlt_profile_close(p); }
 };
@@ -106,12 +100,11 @@ int32_t Render(VirtualVideo& video) {
   if (!container) return Failure(kUnknownContainer, "no video container is known for the name " + target);
 
   std::string videoCodec = s.videoCodec;
-  const AVCodec* encoder = avcodec_find_encoder_by_name(videoCodec.c_str());
-  if (!encoder || encoder->type != AVMEDIA_TYPE_VIDEO)
+  const AVCodec* videoEncoder = avcodec_find_encoder_by_name(videoCodec.c_str());
+  if (!videoEncoder || videoEncoder->type != AVMEDIA_TYPE_VIDEO)
     return Failure(kUnknownVideoEncoder, "unknown video encoder \"" + videoCodec + "\"");
-  std::string vaapiDevice;
   if (s.hwEncoder != 0) {
-    std::string hardware = HardwareEncoder(videoCodec, &vaapiDevice);
+    std::string hardware = HardwareEncoder(videoCodec);
     if (hardware.empty()) {
       LogOnce("hw-encoder", "no hardware encoder for " + videoCodec + " on this machine; encoding in software");
     } else {
@@ -193,60 +186,92 @@ int32_t Render(VirtualVideo& video) {
   mlt_producer_seek(producer, static_cast<mlt_position>(first));
   int64_t total = last - first;
 
-  std::string targetResource = "file:" + temp;
-  mlt_consumer consumer = mlt_factory_consumer(profile.get(), "avformat", targetResource.c_str());
-  if (!consumer) return Failure(kFrameworkUnavailable, "cannot create the encoder");
+  // MLT renders the frames ahead on worker threads (its parallel image
+  // processing); this thread takes them in order, mixes nothing itself, and
+  // hands pictures and sound to the encoder.
+  Encoder encoder;
+  EncoderSettings es;
+  es.path = temp;
+  es.container = container->name;
+  es.videoCodec = videoCodec;
+  es.width = s.width;
+  es.height = s.height;
+  es.fpsNum = s.fps.num;
+  es.fpsDen = s.fps.den;
+  es.videoKbits = s.videoKbits;
+  es.matrix = ctx.matrix;
+  es.audioCodec = audioCodec;
+  es.sampleRate = s.sampleRate;
+  es.channels = s.channels;
+  es.audioKbits = s.audioKbits > 0 ? s.audioKbits : 128;
+  if (!encoder.Open(es, &error)) return Failure(kEncodingFailed, error);
+  int rate = encoder.sampleRate();
+  if (!audioCodec.empty() && rate != s.sampleRate)
+    LogOnce("rate-" + audioCodec, audioCodec + " takes no " + std::to_string(s.sampleRate) + " Hz sound; it is written at " +
+                                      std::to_string(rate) + " Hz");
+
+  mlt_consumer consumer = mlt_consumer_new(profile.get());
+  if (!consumer) return Failure(kFrameworkUnavailable, "cannot create the frame renderer");
   mlt_properties cp = MLT_CONSUMER_PROPERTIES(consumer);
-  mlt_properties_set(cp, "target", targetResource.c_str());
-  mlt_properties_set(cp, "f", container->name);
-  mlt_properties_set(cp, "vcodec", videoCodec.c_str());
-  mlt_properties_set(cp, "vb", (std::to_string(s.videoKbits) + "k").c_str());
-  if (!vaapiDevice.empty()) mlt_properties_set(cp, "vaapi_device", vaapiDevice.c_str());
-  if (audioCodec.empty()) {
-    mlt_properties_set_int(cp, "an", 1);
-  } else {
-    mlt_properties_set(cp, "acodec", audioCodec.c_str());
-    if (s.audioKbits > 0) mlt_properties_set(cp, "ab", (std::to_string(s.audioKbits) + "k").c_str());
-    mlt_properties_set_int(cp, "ar", s.sampleRate);
-    mlt_properties_set_int(cp, "frequency", s.sampleRate);
-    mlt_properties_set_int(cp, "ac", s.channels);
-    mlt_properties_set_int(cp, "channels", s.channels);
-  }
   int cores = std::max(1u, std::thread::hardware_concurrency());
   mlt_properties_set_int(cp, "real_time", -cores);
-  mlt_properties_set_int(cp, "threads", 0);
-  mlt_properties_set_int(cp, "terminate_on_pause", 1);
-  mlt_properties_set(cp, "mlt_image_format", "yuv420p");
   mlt_properties_set_int(cp, "buffer", std::max(4, 2 * cores));
-
-  ExportState state;
-  mlt_events_listen(cp, &state, "consumer-frame-show", OnFrameShown);
-  mlt_events_listen(cp, &state, "consumer-fatal-error", OnFatal);
-  ClearLibraryError();
+  mlt_properties_set_int(cp, "prefill", 1);
+  mlt_properties_set(cp, "mlt_image_format", "yuv420p");
+  mlt_properties_set_int(cp, "frequency", rate);
+  mlt_properties_set_int(cp, "channels", s.channels);
+  mlt_properties_set_int(cp, "terminate_on_pause", 1);
   mlt_consumer_connect(consumer, MLT_PRODUCER_SERVICE(producer));
-  if (mlt_consumer_start(consumer) != 0) {
-    mlt_consumer_close(consumer);
-    return Failure(kEncodingFailed, "the encoder does not start: " + LastLibraryError());
-  }
-  while (!mlt_consumer_is_stopped(consumer)) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    int64_t done = state.shown.load();
-    video.positionUs = FramesToUs(first + done, s.fps);
-    int percent = static_cast<int>(std::min<int64_t>(99, done * 100 / total));
+  mlt_consumer_start(consumer);
+
+  double fps = static_cast<double>(s.fps.num) / s.fps.den;
+  std::vector<float> silence;
+  std::vector<const float*> planes(s.channels);
+  bool ok = true;
+  for (int64_t done = 0; done < total && ok; ++done) {
+    mlt_frame frame = mlt_consumer_rt_frame(consumer);
+    if (!frame) {
+      error = "the renderer stopped early";
+      ok = false;
+      break;
+    }
+    uint8_t* image = nullptr;
+    mlt_image_format format = mlt_image_yuv420p;
+    int w = s.width, h = s.height;
+    if (mlt_frame_get_image(frame, &image, &format, &w, &h, 0) != 0 || !image || format != mlt_image_yuv420p ||
+        w != s.width || h != s.height) {
+      error = ctx.failed ? ctx.Error() : "a frame could not be rendered";
+      ok = false;
+    } else if (ctx.failed) {
+      ok = false;
+    } else if (!encoder.WriteVideo(image, &error)) {
+      ok = false;
+    }
+    if (ok && !audioCodec.empty()) {
+      int samples = mlt_audio_calculate_frame_samples(static_cast<float>(fps), rate, done);
+      void* pcm = nullptr;
+      mlt_audio_format afmt = mlt_audio_float;
+      int frequency = rate, channels = s.channels, n = samples;
+      if (mlt_frame_get_audio(frame, &pcm, &afmt, &frequency, &channels, &n) != 0 || !pcm ||
+          afmt != mlt_audio_float || channels != s.channels || n != samples) {
+        silence.assign(static_cast<size_t>(samples) * s.channels, 0.0f);
+        pcm = silence.data();
+        n = samples;
+      }
+      for (int c = 0; c < s.channels; ++c) planes[c] = static_cast<const float*>(pcm) + static_cast<size_t>(c) * n;
+      if (!encoder.WriteAudio(planes.data(), n, &error)) ok = false;
+    }
+    mlt_frame_close(frame);
+    video.positionUs = FramesToUs(first + done + 1, s.fps);
+    int percent = static_cast<int>(std::min<int64_t>(99, (done + 1) * 100 / total));
     if (percent > video.progress) video.progress = percent;
-    if (ctx.failed || state.fatal) break;
   }
   mlt_consumer_stop(consumer);
   mlt_consumer_close(consumer);
   timeline.reset();
 
-  if (ctx.failed) return Failure(kMediaFailed, ctx.Error());
-  if (state.fatal) {
-    std::string cause = LastLibraryError();
-    return Failure(kEncodingFailed, "the encoder failed" + (cause.empty() ? std::string() : ": " + cause));
-  }
-  if (stat(temp.c_str(), &st) != 0 || st.st_size == 0)
-    return Failure(kEncodingFailed, "the encoder wrote nothing: " + LastLibraryError());
+  if (!ok) return Failure(ctx.failed ? kMediaFailed : kEncodingFailed, ctx.failed ? ctx.Error() : error);
+  if (!encoder.Finish(&error)) return Failure(kEncodingFailed, error);
   if (std::rename(temp.c_str(), target.c_str()) != 0)
     return Failure(kCannotPlaceOutput, "cannot move the video to " + target + ": " + std::strerror(errno));
   tempFile.keep = true;

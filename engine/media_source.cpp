@@ -212,7 +212,7 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
     }
     auto decoded = std::make_shared<Decoded>();
     decoded->child = child;
-    mlt_producer_inc_ref(producer_);
+    mlt_properties_inc_ref(MLT_PRODUCER_PROPERTIES(producer_));
     decoded->keep = producer_;
     if (media_.probe.hasVideo) {
       uint8_t* image = nullptr;
@@ -233,15 +233,9 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
       decoded->color.matrix = colorspace == 709 ? 709 : 601;
       decoded->color.fullRange = mlt_properties_get_int(props, "full_range") != 0;
       if (format == mlt_image_yuv420p) {
-        uint8_t* planes[4];
-        int strides[4];
-        mlt_image_format_planes(format, w, h, image, planes, strides);
-        for (int k = 0; k < 3; ++k) {
-          decoded->yuv.p[k] = planes[k];
-          decoded->yuv.s[k] = strides[k];
-        }
-        decoded->yuv.w = w;
-        decoded->yuv.h = h;
+        // MLT's contiguous 4:2:0 layout (mlt_image_format_planes of MLT
+        // 7.12 misplaces the third plane, so it is not used).
+        decoded->yuv = Yuv420View(image, w, h);
       } else if (format == mlt_image_rgba) {
         decoded->rgba = image;
       } else {

@@ -6,6 +6,8 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "engine/elements.h"
@@ -102,7 +104,7 @@ int ClipGetAudio(mlt_frame frame, void** buffer, mlt_audio_format* format, int* 
   block.data.assign(static_cast<size_t>(block.channels) * block.samples, 0.0f);
   box->clip->segment->Audio(box->job, block);
 
-  mlt_audio_format out = *format;
+  mlt_audio_format out = getenv("ORMA_AUDIO_ASIS") ? *format : mlt_audio_float;
   if (out != mlt_audio_s16 && out != mlt_audio_s32 && out != mlt_audio_s32le && out != mlt_audio_f32le)
     out = mlt_audio_float;
   int n = block.samples, ch = block.channels;
