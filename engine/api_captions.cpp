@@ -66,9 +66,10 @@ ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath
     }
     cJSON_Delete(root);
   }
-  return Traced("OrmaCreateCaptionFromConfigure",
-                [&] { return TraceArgs().Text("configPath", configPath).Int("kind", kind); },
-                static_cast<OrmaCaptionHandle>(caption));
+  return Traced(
+      "OrmaCreateCaptionFromConfigure",
+      [&] { return TraceArgs().Text("configPath", configPath).Int("kind", kind); },
+      static_cast<OrmaCaptionHandle>(caption));
 }
 
 ORMA_API int32_t OrmaAddCaption(OrmaVideoHandle vv, OrmaCaptionHandle c) {
@@ -80,7 +81,8 @@ ORMA_API int32_t OrmaAddCaption(OrmaVideoHandle vv, OrmaCaptionHandle c) {
     AddElement(v, &caption);
     return int32_t{kOk};
   });
-  return Traced("OrmaAddCaption", [&] { return TraceArgs().Ptr("vv", vv).Ptr("caption", c); }, r);
+  return Traced(
+      "OrmaAddCaption", [&] { return TraceArgs().Ptr("vv", vv).Ptr("caption", c); }, r);
 }
 
 ORMA_API int32_t OrmaUpateCaptionLevel(OrmaCaptionHandle c, int32_t level) {
@@ -89,18 +91,21 @@ ORMA_API int32_t OrmaUpateCaptionLevel(OrmaCaptionHandle c, int32_t level) {
     caption.level = level;
     return int32_t{kOk};
   });
-  return Traced("OrmaUpateCaptionLevel", [&] { return TraceArgs().Ptr("caption", c).Int("level", level); }, r);
+  return Traced(
+      "OrmaUpateCaptionLevel", [&] { return TraceArgs().Ptr("caption", c).Int("level", level); }, r);
 }
 
 ORMA_API int32_t OrmaUpdateCaptionTimeline(OrmaCaptionHandle c, int64_t startUs, int64_t endUs) {
   int32_t r = WithCaption("OrmaUpdateCaptionTimeline", c, [&](Caption& caption) {
-    if (startUs < 0 || endUs <= startUs) return Refuse("OrmaUpdateCaptionTimeline", kBadArgument, "empty span");
+    if (startUs < 0 || endUs <= startUs)
+      return Refuse("OrmaUpdateCaptionTimeline", kBadArgument, "empty span");
     caption.startUs = startUs;
     caption.endUs = endUs;
     return int32_t{kOk};
   });
-  return Traced("OrmaUpdateCaptionTimeline",
-                [&] { return TraceArgs().Ptr("caption", c).Int("startUs", startUs).Int("endUs", endUs); }, r);
+  return Traced(
+      "OrmaUpdateCaptionTimeline",
+      [&] { return TraceArgs().Ptr("caption", c).Int("startUs", startUs).Int("endUs", endUs); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionTransparency(OrmaCaptionHandle c, float opacity) {
@@ -109,7 +114,8 @@ ORMA_API int32_t OrmaSetCaptionTransparency(OrmaCaptionHandle c, float opacity) 
     caption.opacity = opacity;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetCaptionTransparency", [&] { return TraceArgs().Ptr("caption", c).Dbl("opacity", opacity); }, r);
+  return Traced(
+      "OrmaSetCaptionTransparency", [&] { return TraceArgs().Ptr("caption", c).Dbl("opacity", opacity); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionPosition(OrmaCaptionHandle c, OrmaFloatPair center) {
@@ -117,8 +123,9 @@ ORMA_API int32_t OrmaSetCaptionPosition(OrmaCaptionHandle c, OrmaFloatPair cente
     caption.center = center;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetCaptionPosition",
-                [&] { return TraceArgs().Ptr("caption", c).Dbl("x", center.first).Dbl("y", center.second); }, r);
+  return Traced(
+      "OrmaSetCaptionPosition",
+      [&] { return TraceArgs().Ptr("caption", c).Dbl("x", center.first).Dbl("y", center.second); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionSize(OrmaCaptionHandle c, OrmaFloatPair size) {
@@ -126,8 +133,9 @@ ORMA_API int32_t OrmaSetCaptionSize(OrmaCaptionHandle c, OrmaFloatPair size) {
     caption.size = size;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetCaptionSize",
-                [&] { return TraceArgs().Ptr("caption", c).Dbl("width", size.first).Dbl("height", size.second); }, r);
+  return Traced(
+      "OrmaSetCaptionSize",
+      [&] { return TraceArgs().Ptr("caption", c).Dbl("width", size.first).Dbl("height", size.second); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionScale(OrmaCaptionHandle c, float scale) {
@@ -136,7 +144,8 @@ ORMA_API int32_t OrmaSetCaptionScale(OrmaCaptionHandle c, float scale) {
     caption.scale = scale;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetCaptionScale", [&] { return TraceArgs().Ptr("caption", c).Dbl("scale", scale); }, r);
+  return Traced(
+      "OrmaSetCaptionScale", [&] { return TraceArgs().Ptr("caption", c).Dbl("scale", scale); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionAngle(OrmaCaptionHandle c, float degrees) {
@@ -145,7 +154,8 @@ ORMA_API int32_t OrmaSetCaptionAngle(OrmaCaptionHandle c, float degrees) {
     caption.angle = degrees;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetCaptionAngle", [&] { return TraceArgs().Ptr("caption", c).Dbl("degrees", degrees); }, r);
+  return Traced(
+      "OrmaSetCaptionAngle", [&] { return TraceArgs().Ptr("caption", c).Dbl("degrees", degrees); }, r);
 }
 
 ORMA_API int32_t OrmaCaptionGetItemCount(OrmaCaptionHandle c) {
@@ -153,21 +163,26 @@ ORMA_API int32_t OrmaCaptionGetItemCount(OrmaCaptionHandle c) {
   Caption* caption = CaptionOf(c);
   int32_t n = caption ? static_cast<int32_t>(caption->items.size()) : 0;
   if (!caption) Refuse("OrmaCaptionGetItemCount", kBadHandle, "not a caption handle");
-  return Traced("OrmaCaptionGetItemCount", [&] { return TraceArgs().Ptr("caption", c); }, n);
+  return Traced(
+      "OrmaCaptionGetItemCount", [&] { return TraceArgs().Ptr("caption", c); }, n);
 }
 
 ORMA_API OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle c, int32_t index) {
   Caption* caption = CaptionOf(c);
   CaptionItem* item = nullptr;
-  if (!caption) Refuse("OrmaCaptionGetItemCaption", kBadHandle, "not a caption handle");
+  if (!caption)
+    Refuse("OrmaCaptionGetItemCaption", kBadHandle, "not a caption handle");
   else if (index < 0 || index >= static_cast<int32_t>(caption->items.size()))
     Refuse("OrmaCaptionGetItemCaption", kBadArgument, "no item " + std::to_string(index));
-  else item = caption->items[index];
-  return Traced("OrmaCaptionGetItemCaption", [&] { return TraceArgs().Ptr("caption", c).Int("index", index); },
-                static_cast<OrmaCaptionItemHandle>(item));
+  else
+    item = caption->items[index];
+  return Traced(
+      "OrmaCaptionGetItemCaption", [&] { return TraceArgs().Ptr("caption", c).Int("index", index); },
+      static_cast<OrmaCaptionItemHandle>(item));
 }
 
-ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t index, OrmaCaptionItemBlock* block) {
+ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t index,
+                                                OrmaCaptionItemBlock* block) {
   int32_t r = [&] {
     Caption* caption = CaptionOf(c);
     if (!caption) return Refuse("OrmaCaptionGetItemCaptionParam", kBadHandle, "not a caption handle");
@@ -177,8 +192,9 @@ ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t ind
     *block = caption->items[index]->block;
     return int32_t{kOk};
   }();
-  return Traced("OrmaCaptionGetItemCaptionParam",
-                [&] { return TraceArgs().Ptr("caption", c).Int("index", index).Ptr("block", block); }, r);
+  return Traced(
+      "OrmaCaptionGetItemCaptionParam",
+      [&] { return TraceArgs().Ptr("caption", c).Int("index", index).Ptr("block", block); }, r);
 }
 
 ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const char* text) {
@@ -186,9 +202,12 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
   // piece, made on first request.
   Caption* caption = CaptionOf(c);
   CaptionItem* item = nullptr;
-  if (!caption) Refuse("OrmaGetCaptionItem", kBadHandle, "not a caption handle");
-  else if (!text) Refuse("OrmaGetCaptionItem", kBadArgument, "no text");
-  else if (Exporting(caption->video)) Refuse("OrmaGetCaptionItem", kBadState, "an export is running");
+  if (!caption)
+    Refuse("OrmaGetCaptionItem", kBadHandle, "not a caption handle");
+  else if (!text)
+    Refuse("OrmaGetCaptionItem", kBadArgument, "no text");
+  else if (Exporting(caption->video))
+    Refuse("OrmaGetCaptionItem", kBadState, "an export is running");
   else {
     for (CaptionItem* i : caption->items)
       if (Copied(i->block.text, sizeof i->block.text) == text) {
@@ -200,8 +219,9 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
       std::strncpy(item->block.text, text, sizeof item->block.text - 1);
     }
   }
-  return Traced("OrmaGetCaptionItem", [&] { return TraceArgs().Ptr("caption", c).Text("text", text); },
-                static_cast<OrmaCaptionItemHandle>(item));
+  return Traced(
+      "OrmaGetCaptionItem", [&] { return TraceArgs().Ptr("caption", c).Text("text", text); },
+      static_cast<OrmaCaptionItemHandle>(item));
 }
 
 ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle i, const OrmaCaptionItemBlock* block) {
@@ -211,15 +231,18 @@ ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle i, const OrmaC
     item.block.text[sizeof item.block.text - 1] = '\0';
     return int32_t{kOk};
   });
-  return Traced("OrmaUpdateCaptionItemParam", [&] {
-    TraceArgs t;
-    t.Ptr("item", i);
-    if (block) {
-      std::string text = Copied(block->text, sizeof block->text);
-      t.Int("startUs", block->startUs).Int("endUs", block->endUs).Text("text", text.c_str());
-    }
-    return t;
-  }, r);
+  return Traced(
+      "OrmaUpdateCaptionItemParam",
+      [&] {
+        TraceArgs t;
+        t.Ptr("item", i);
+        if (block) {
+          std::string text = Copied(block->text, sizeof block->text);
+          t.Int("startUs", block->startUs).Int("endUs", block->endUs).Text("text", text.c_str());
+        }
+        return t;
+      },
+      r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, const char* path) {
@@ -230,7 +253,8 @@ ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, cons
     item.attrs.SetText("wordArt", native);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetCaptionItemEffectConfigure", [&] { return TraceArgs().Ptr("item", i).Text("path", path); }, r);
+  return Traced(
+      "OrmaSetCaptionItemEffectConfigure", [&] { return TraceArgs().Ptr("item", i).Text("path", path); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle i, const OrmaStrokeBlock* stroke) {
@@ -239,12 +263,15 @@ ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle i, const OrmaStr
     item.attrs.SetBytes("stroke", stroke, sizeof *stroke);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetCaptionItemStroke", [&] {
-    TraceArgs t;
-    t.Ptr("item", i);
-    if (stroke) t.Dbl("width", stroke->width).Floats("color", stroke->color, 4);
-    return t;
-  }, r);
+  return Traced(
+      "OrmaSetCaptionItemStroke",
+      [&] {
+        TraceArgs t;
+        t.Ptr("item", i);
+        if (stroke) t.Dbl("width", stroke->width).Floats("color", stroke->color, 4);
+        return t;
+      },
+      r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle i, const OrmaShadowBlock* shadow) {
@@ -253,12 +280,15 @@ ORMA_API int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle i, const OrmaSha
     item.attrs.SetBytes("shadow", shadow, sizeof *shadow);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetCaptionItemShadow", [&] {
-    TraceArgs t;
-    t.Ptr("item", i);
-    if (shadow) t.Dbl("blur", shadow->blur).Dbl("angle", shadow->angle).Dbl("distance", shadow->distance);
-    return t;
-  }, r);
+  return Traced(
+      "OrmaSetCaptionItemShadow",
+      [&] {
+        TraceArgs t;
+        t.Ptr("item", i);
+        if (shadow) t.Dbl("blur", shadow->blur).Dbl("angle", shadow->angle).Dbl("distance", shadow->distance);
+        return t;
+      },
+      r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle i, int32_t enable,
@@ -269,12 +299,15 @@ ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle i, int32_t e
     if (background) item.attrs.SetBytes("background", background, sizeof *background);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetCaptionItemBackground", [&] {
-    TraceArgs t;
-    t.Ptr("item", i).Int("enable", enable);
-    if (background) t.Int("type", background->type).Floats("color", background->color, 4);
-    return t;
-  }, r);
+  return Traced(
+      "OrmaSetCaptionItemBackground",
+      [&] {
+        TraceArgs t;
+        t.Ptr("item", i).Int("enable", enable);
+        if (background) t.Int("type", background->type).Floats("color", background->color, 4);
+        return t;
+      },
+      r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char* configPath, int32_t type,
@@ -292,10 +325,17 @@ ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char
     item.attrs.Append("animations", a);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetCaptionItemAnimation", [&] {
-    return TraceArgs().Ptr("item", i).Text("configPath", configPath).Int("type", type).Int("startUs", startUs).Int(
-        "durationUs", durationUs);
-  }, r);
+  return Traced(
+      "OrmaSetCaptionItemAnimation",
+      [&] {
+        return TraceArgs()
+            .Ptr("item", i)
+            .Text("configPath", configPath)
+            .Int("type", type)
+            .Int("startUs", startUs)
+            .Int("durationUs", durationUs);
+      },
+      r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemAnimationCycleDuration(OrmaCaptionItemHandle i, int64_t cycleUs) {
@@ -304,22 +344,31 @@ ORMA_API int32_t OrmaSetCaptionItemAnimationCycleDuration(OrmaCaptionItemHandle 
     item.attrs.SetInt("animationCycle", cycleUs);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetCaptionItemAnimationCycleDuration",
-                [&] { return TraceArgs().Ptr("item", i).Int("cycleUs", cycleUs); }, r);
+  return Traced(
+      "OrmaSetCaptionItemAnimationCycleDuration",
+      [&] { return TraceArgs().Ptr("item", i).Int("cycleUs", cycleUs); }, r);
 }
 
-ORMA_API int32_t OrmaCreateCaptionKeyFrameAniamtion(OrmaCaptionHandle c, const OrmaCaptionKeyFrameBlock* frame) {
+ORMA_API int32_t OrmaCreateCaptionKeyFrameAniamtion(OrmaCaptionHandle c,
+                                                    const OrmaCaptionKeyFrameBlock* frame) {
   int32_t r = WithCaption("OrmaCreateCaptionKeyFrameAniamtion", c, [&](Caption& caption) {
     if (!frame) return Refuse("OrmaCreateCaptionKeyFrameAniamtion", kBadArgument, "no key frame");
     caption.keyFrames.push_back(*frame);
     return int32_t{kOk};
   });
-  return Traced("OrmaCreateCaptionKeyFrameAniamtion", [&] {
-    TraceArgs t;
-    t.Ptr("caption", c);
-    if (frame) t.Int("atTimeUs", frame->atTimeUs).Floats("showRect", frame->showRect, 4).Dbl("alpha", frame->alpha).Dbl("scale", frame->scale);
-    return t;
-  }, r);
+  return Traced(
+      "OrmaCreateCaptionKeyFrameAniamtion",
+      [&] {
+        TraceArgs t;
+        t.Ptr("caption", c);
+        if (frame)
+          t.Int("atTimeUs", frame->atTimeUs)
+              .Floats("showRect", frame->showRect, 4)
+              .Dbl("alpha", frame->alpha)
+              .Dbl("scale", frame->scale);
+        return t;
+      },
+      r);
 }
 
 } // extern "C"

@@ -18,7 +18,8 @@ Effect* NewEffect(const char* function, OrmaVideoHandle vv, EffectKind kind, int
     return nullptr;
   }
   if (fromUs < 0 || toUs <= fromUs) {
-    Refuse(function, kBadArgument, "span " + std::to_string(fromUs) + ".." + std::to_string(toUs) + " us is empty");
+    Refuse(function, kBadArgument,
+           "span " + std::to_string(fromUs) + ".." + std::to_string(toUs) + " us is empty");
     return nullptr;
   }
   auto* e = new Effect();
@@ -30,15 +31,16 @@ Effect* NewEffect(const char* function, OrmaVideoHandle vv, EffectKind kind, int
   return e;
 }
 
-OrmaEffectHandle Region(const char* function, OrmaVideoHandle vv, EffectKind kind, const float* region, float intensity,
-                        int64_t fromUs, int64_t toUs) {
+OrmaEffectHandle Region(const char* function, OrmaVideoHandle vv, EffectKind kind, const float* region,
+                        float intensity, int64_t fromUs, int64_t toUs) {
   if (!region) {
     Refuse(function, kBadArgument, "no region");
     return nullptr;
   }
   Effect* e = NewEffect(function, vv, kind, fromUs, toUs);
   if (e) {
-    for (int i = 0; i < 4; ++i) e->region[i] = region[i];
+    for (int i = 0; i < 4; ++i)
+      e->region[i] = region[i];
     e->intensity = intensity;
   }
   return e;
@@ -48,27 +50,47 @@ OrmaEffectHandle Region(const char* function, OrmaVideoHandle vv, EffectKind kin
 
 extern "C" {
 
-ORMA_API OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float intensity, int64_t fromUs,
-                                        int64_t toUs) {
+ORMA_API OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float intensity,
+                                        int64_t fromUs, int64_t toUs) {
   OrmaEffectHandle h = Region("OrmaAddMosaic", vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
-  return Traced("OrmaAddMosaic", [&] {
-    return TraceArgs().Ptr("vv", vv).Floats("region", region, 4).Dbl("intensity", intensity).Int("fromUs", fromUs).Int("toUs", toUs);
-  }, h);
+  return Traced(
+      "OrmaAddMosaic",
+      [&] {
+        return TraceArgs()
+            .Ptr("vv", vv)
+            .Floats("region", region, 4)
+            .Dbl("intensity", intensity)
+            .Int("fromUs", fromUs)
+            .Int("toUs", toUs);
+      },
+      h);
 }
 
-ORMA_API OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* region, float intensity, int64_t fromUs,
-                                           int64_t toUs) {
+ORMA_API OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* region, float intensity,
+                                           int64_t fromUs, int64_t toUs) {
   OrmaEffectHandle h = Region("OrmaAddGaussBlur", vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
-  return Traced("OrmaAddGaussBlur", [&] {
-    return TraceArgs().Ptr("vv", vv).Floats("region", region, 4).Dbl("intensity", intensity).Int("fromUs", fromUs).Int("toUs", toUs);
-  }, h);
+  return Traced(
+      "OrmaAddGaussBlur",
+      [&] {
+        return TraceArgs()
+            .Ptr("vv", vv)
+            .Floats("region", region, 4)
+            .Dbl("intensity", intensity)
+            .Int("fromUs", fromUs)
+            .Int("toUs", toUs);
+      },
+      h);
 }
 
-ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region, int64_t fromUs, int64_t toUs) {
+ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region, int64_t fromUs,
+                                        int64_t toUs) {
   OrmaEffectHandle h = Region("OrmaAddDeLogo", vv, EffectKind::DeLogo, region, 0.0f, fromUs, toUs);
-  return Traced("OrmaAddDeLogo", [&] {
-    return TraceArgs().Ptr("vv", vv).Floats("region", region, 4).Int("fromUs", fromUs).Int("toUs", toUs);
-  }, h);
+  return Traced(
+      "OrmaAddDeLogo",
+      [&] {
+        return TraceArgs().Ptr("vv", vv).Floats("region", region, 4).Int("fromUs", fromUs).Int("toUs", toUs);
+      },
+      h);
 }
 
 ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float intensity, int64_t fromUs,
@@ -76,28 +98,41 @@ ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float
   Effect* e = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(path, &error);
-  if (native.empty()) Refuse("OrmaAddLUT", kBadFile, error);
+  if (native.empty())
+    Refuse("OrmaAddLUT", kBadFile, error);
   else if ((e = NewEffect("OrmaAddLUT", vv, EffectKind::Lut, fromUs, toUs))) {
     e->path = native;
     e->intensity = intensity;
   }
-  return Traced("OrmaAddLUT", [&] {
-    return TraceArgs().Ptr("vv", vv).Text("path", path).Dbl("intensity", intensity).Int("fromUs", fromUs).Int("toUs", toUs);
-  }, static_cast<OrmaEffectHandle>(e));
+  return Traced(
+      "OrmaAddLUT",
+      [&] {
+        return TraceArgs()
+            .Ptr("vv", vv)
+            .Text("path", path)
+            .Dbl("intensity", intensity)
+            .Int("fromUs", fromUs)
+            .Int("toUs", toUs);
+      },
+      static_cast<OrmaEffectHandle>(e));
 }
 
 ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const OrmaAdjustmentBlock* adjustment,
                                                   int64_t fromUs, int64_t toUs) {
   Effect* e = nullptr;
-  if (!adjustment) Refuse("OrmaAddFilterAdjustment", kBadArgument, "no adjustment block");
+  if (!adjustment)
+    Refuse("OrmaAddFilterAdjustment", kBadArgument, "no adjustment block");
   else if ((e = NewEffect("OrmaAddFilterAdjustment", vv, EffectKind::Adjustment, fromUs, toUs)))
     e->adjustment = *adjustment;
-  return Traced("OrmaAddFilterAdjustment", [&] {
-    TraceArgs t;
-    t.Ptr("vv", vv);
-    if (adjustment) t.Floats("values", &adjustment->brightness, 12);
-    return t.Int("fromUs", fromUs).Int("toUs", toUs);
-  }, static_cast<OrmaEffectHandle>(e));
+  return Traced(
+      "OrmaAddFilterAdjustment",
+      [&] {
+        TraceArgs t;
+        t.Ptr("vv", vv);
+        if (adjustment) t.Floats("values", &adjustment->brightness, 12);
+        return t.Int("fromUs", fromUs).Int("toUs", toUs);
+      },
+      static_cast<OrmaEffectHandle>(e));
 }
 
 ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* configPath, int32_t applyRange,
@@ -105,14 +140,23 @@ ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* c
   Effect* e = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(configPath, &error);
-  if (native.empty()) Refuse("OrmaAddSpecialEffect", kBadFile, error);
+  if (native.empty())
+    Refuse("OrmaAddSpecialEffect", kBadFile, error);
   else if ((e = NewEffect("OrmaAddSpecialEffect", vv, EffectKind::Special, fromUs, toUs))) {
     e->path = native;
     e->applyRange = applyRange;
   }
-  return Traced("OrmaAddSpecialEffect", [&] {
-    return TraceArgs().Ptr("vv", vv).Text("configPath", configPath).Int("applyRange", applyRange).Int("fromUs", fromUs).Int("toUs", toUs);
-  }, static_cast<OrmaEffectHandle>(e));
+  return Traced(
+      "OrmaAddSpecialEffect",
+      [&] {
+        return TraceArgs()
+            .Ptr("vv", vv)
+            .Text("configPath", configPath)
+            .Int("applyRange", applyRange)
+            .Int("fromUs", fromUs)
+            .Int("toUs", toUs);
+      },
+      static_cast<OrmaEffectHandle>(e));
 }
 
 ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level) {
@@ -127,7 +171,8 @@ ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level) {
     e->level = level;
     return int32_t{kOk};
   }();
-  return Traced("OrmaUpdateEffectLevel", [&] { return TraceArgs().Ptr("handle", handle).Int("level", level); }, r);
+  return Traced(
+      "OrmaUpdateEffectLevel", [&] { return TraceArgs().Ptr("handle", handle).Int("level", level); }, r);
 }
 
 } // extern "C"

@@ -21,8 +21,9 @@ ORMA_API int32_t OrmaEditSetLimitTime(OrmaVideoHandle vv, int64_t startUs, int64
     v->settings.limitEndUs = endUs;
     return int32_t{kOk};
   }();
-  return Traced("OrmaEditSetLimitTime",
-                [&] { return TraceArgs().Ptr("vv", vv).Int("startUs", startUs).Int("endUs", endUs); }, r);
+  return Traced(
+      "OrmaEditSetLimitTime",
+      [&] { return TraceArgs().Ptr("vv", vv).Int("startUs", startUs).Int("endUs", endUs); }, r);
 }
 
 ORMA_API int32_t OrmaEditMediaUseAgentProcess(OrmaVideoHandle vv) {
@@ -34,31 +35,36 @@ ORMA_API int32_t OrmaEditMediaUseAgentProcess(OrmaVideoHandle vv) {
     v->settings.agentProcess = true;
     return int32_t{kOk};
   }();
-  return Traced("OrmaEditMediaUseAgentProcess", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+  return Traced(
+      "OrmaEditMediaUseAgentProcess", [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int32_t OrmaEditMedia(OrmaVideoHandle vv) {
   VirtualVideo* v = VideoOf(vv);
   int32_t r = v ? RunExport(*v) : Refuse("OrmaEditMedia", kBadHandle, "not a virtual video handle");
-  return Traced("OrmaEditMedia", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+  return Traced(
+      "OrmaEditMedia", [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int32_t OrmaEditProgress(OrmaVideoHandle vv) {
   VirtualVideo* v = VideoOf(vv);
   int32_t r = v ? v->progress.load() : 0;
-  return Traced("OrmaEditProgress", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+  return Traced(
+      "OrmaEditProgress", [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int64_t OrmaGetTotalPlaybackTime(OrmaVideoHandle vv) {
   VirtualVideo* v = VideoOf(vv);
   int64_t r = v ? TimelineLengthUs(*v) : 0;
-  return Traced("OrmaGetTotalPlaybackTime", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+  return Traced(
+      "OrmaGetTotalPlaybackTime", [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int64_t OrmaGetCurrentPlaybackTime(OrmaVideoHandle vv) {
   VirtualVideo* v = VideoOf(vv);
   int64_t r = v ? v->positionUs.load() : 0;
-  return Traced("OrmaGetCurrentPlaybackTime", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+  return Traced(
+      "OrmaGetCurrentPlaybackTime", [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, OrmaMediaPropertyBlock* audio,
@@ -90,13 +96,17 @@ ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, Orm
     }
     return int32_t{kOk};
   }();
-  return Traced("OrmaGetMediaInfoLite", [&] {
-    TraceArgs t;
-    t.Text("path", path);
-    if (r == kOk && durationUs) t.Int("durationUs", *durationUs);
-    if (r == kOk && video) t.Int("width", video->width).Int("height", video->height).Text("videoCodec", video->name);
-    return t;
-  }, r);
+  return Traced(
+      "OrmaGetMediaInfoLite",
+      [&] {
+        TraceArgs t;
+        t.Text("path", path);
+        if (r == kOk && durationUs) t.Int("durationUs", *durationUs);
+        if (r == kOk && video)
+          t.Int("width", video->width).Int("height", video->height).Text("videoCodec", video->name);
+        return t;
+      },
+      r);
 }
 
 } // extern "C"

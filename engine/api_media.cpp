@@ -44,15 +44,17 @@ bool Resource(const char* function, const char* path, std::string* native) {
 
 std::string BlurText(const OrmaBlurBlock* b) {
   return "{type " + std::to_string(b->blurType) + ", intensity " + FormatDouble(b->intensity) + ", centre " +
-         FormatDouble(b->centerX) + " " + FormatDouble(b->centerY) + ", radius " + FormatDouble(b->radius) + "}";
+         FormatDouble(b->centerX) + " " + FormatDouble(b->centerY) + ", radius " + FormatDouble(b->radius) +
+         "}";
 }
 
 } // namespace
 
-#define ORMA_LEVEL_SETTER(Function, attribute)                                                                      \
-  ORMA_API int32_t Function(OrmaMediaHandle m, int32_t level) {                                                    \
-    return Traced(#Function, [&] { return TraceArgs().Ptr("media", m).Int("level", level); },                      \
-                  Level(#Function, attribute, m, level));                                                           \
+#define ORMA_LEVEL_SETTER(Function, attribute)                                                               \
+  ORMA_API int32_t Function(OrmaMediaHandle m, int32_t level) {                                              \
+    return Traced(                                                                                           \
+        #Function, [&] { return TraceArgs().Ptr("media", m).Int("level", level); },                          \
+        Level(#Function, attribute, m, level));                                                              \
   }
 
 extern "C" {
@@ -63,7 +65,8 @@ ORMA_API int32_t OrmaSetMediaFlip(OrmaMediaHandle m, int32_t mode) {
     media.attrs.SetInt("flip", mode);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaFlip", [&] { return TraceArgs().Ptr("media", m).Int("mode", mode); }, r);
+  return Traced(
+      "OrmaSetMediaFlip", [&] { return TraceArgs().Ptr("media", m).Int("mode", mode); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_t durationUs) {
@@ -72,8 +75,9 @@ ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_
     media.attrs.SetPair("timeline", startUs, durationUs);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaTimeLine",
-                [&] { return TraceArgs().Ptr("media", m).Int("startUs", startUs).Int("durationUs", durationUs); }, r);
+  return Traced(
+      "OrmaSetMediaTimeLine",
+      [&] { return TraceArgs().Ptr("media", m).Int("startUs", startUs).Int("durationUs", durationUs); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int64_t trimEndUs) {
@@ -82,28 +86,33 @@ ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int
     media.attrs.SetPair("cut", trimStartUs, trimEndUs);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaCutTime",
-                [&] { return TraceArgs().Ptr("media", m).Int("trimStartUs", trimStartUs).Int("trimEndUs", trimEndUs); },
-                r);
+  return Traced(
+      "OrmaSetMediaCutTime",
+      [&] { return TraceArgs().Ptr("media", m).Int("trimStartUs", trimStartUs).Int("trimEndUs", trimEndUs); },
+      r);
 }
 
 ORMA_API int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle m, float volume) {
   int32_t r = WithMedia("OrmaSetMediaAudioFactor", m, [&](Media& media) {
-    if (!std::isfinite(volume) || volume < 0) return Refuse("OrmaSetMediaAudioFactor", kBadArgument, "bad volume");
+    if (!std::isfinite(volume) || volume < 0)
+      return Refuse("OrmaSetMediaAudioFactor", kBadArgument, "bad volume");
     media.attrs.SetReal("volume", volume);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaAudioFactor", [&] { return TraceArgs().Ptr("media", m).Dbl("volume", volume); }, r);
+  return Traced(
+      "OrmaSetMediaAudioFactor", [&] { return TraceArgs().Ptr("media", m).Dbl("volume", volume); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle m, int64_t fadeInUs, int64_t fadeOutUs) {
   int32_t r = WithMedia("OrmaSetMediaAudioFadeTime", m, [&](Media& media) {
-    if (fadeInUs < 0 || fadeOutUs < 0) return Refuse("OrmaSetMediaAudioFadeTime", kBadArgument, "negative time");
+    if (fadeInUs < 0 || fadeOutUs < 0)
+      return Refuse("OrmaSetMediaAudioFadeTime", kBadArgument, "negative time");
     media.attrs.SetPair("audioFade", fadeInUs, fadeOutUs);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaAudioFadeTime",
-                [&] { return TraceArgs().Ptr("media", m).Int("fadeInUs", fadeInUs).Int("fadeOutUs", fadeOutUs); }, r);
+  return Traced(
+      "OrmaSetMediaAudioFadeTime",
+      [&] { return TraceArgs().Ptr("media", m).Int("fadeInUs", fadeInUs).Int("fadeOutUs", fadeOutUs); }, r);
 }
 
 ORMA_LEVEL_SETTER(OrmaSetMediaAudioEffect, "audioEffect")
@@ -117,8 +126,9 @@ ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float inte
     if (intensity != 0.0f) NotRendered("look-up table");
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaLUT",
-                [&] { return TraceArgs().Ptr("media", m).Text("path", path).Dbl("intensity", intensity); }, r);
+  return Traced(
+      "OrmaSetMediaLUT",
+      [&] { return TraceArgs().Ptr("media", m).Text("path", path).Dbl("intensity", intensity); }, r);
 }
 
 ORMA_LEVEL_SETTER(OrmaSetMediaDisplayMode, "displayMode")
@@ -130,8 +140,9 @@ ORMA_API int32_t OrmaSetMediaBlur(OrmaMediaHandle m, const OrmaBlurBlock* blur) 
     if (blur->intensity != 0.0f) NotRendered("blur");
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaBlur",
-                [&] { return TraceArgs().Ptr("media", m).Raw("blur", blur ? BlurText(blur) : "null"); }, r);
+  return Traced(
+      "OrmaSetMediaBlur",
+      [&] { return TraceArgs().Ptr("media", m).Raw("blur", blur ? BlurText(blur) : "null"); }, r);
 }
 
 ORMA_LEVEL_SETTER(OrmaSetMediaBeautyBlurIntensity, "beautyBlur")
@@ -148,7 +159,8 @@ ORMA_API int32_t OrmaGetMediaFaceCount(OrmaMediaHandle m, int32_t* count) {
     *count = 0;
     return int32_t{0};
   });
-  return Traced("OrmaGetMediaFaceCount", [&] { return TraceArgs().Ptr("media", m).Ptr("count", count); }, r);
+  return Traced(
+      "OrmaGetMediaFaceCount", [&] { return TraceArgs().Ptr("media", m).Ptr("count", count); }, r);
 }
 
 ORMA_LEVEL_SETTER(OrmaSetMediaVignette, "vignette")
@@ -171,7 +183,8 @@ ORMA_API int32_t OrmaSetMediaTransparency(OrmaMediaHandle m, double opacity) {
     media.attrs.SetReal("opacity", opacity);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaTransparency", [&] { return TraceArgs().Ptr("media", m).Dbl("opacity", opacity); }, r);
+  return Traced(
+      "OrmaSetMediaTransparency", [&] { return TraceArgs().Ptr("media", m).Dbl("opacity", opacity); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaAnimationAngle(OrmaMediaHandle m, int32_t degrees) {
@@ -180,7 +193,8 @@ ORMA_API int32_t OrmaSetMediaAnimationAngle(OrmaMediaHandle m, int32_t degrees) 
     if (degrees % 360 != 0) NotRendered("rotation");
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaAnimationAngle", [&] { return TraceArgs().Ptr("media", m).Int("degrees", degrees); }, r);
+  return Traced(
+      "OrmaSetMediaAnimationAngle", [&] { return TraceArgs().Ptr("media", m).Int("degrees", degrees); }, r);
 }
 
 ORMA_LEVEL_SETTER(OrmaSetMediaBlendMode, "blendMode")
@@ -193,7 +207,8 @@ ORMA_API int32_t OrmaSetMediaClip(OrmaMediaHandle m, const float* rect) {
     media.attrs.SetRect("crop", rect);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaClip", [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
+  return Traced(
+      "OrmaSetMediaClip", [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaShowRect(OrmaMediaHandle m, const float* rect) {
@@ -204,7 +219,8 @@ ORMA_API int32_t OrmaSetMediaShowRect(OrmaMediaHandle m, const float* rect) {
     media.attrs.SetRect("show", rect);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaShowRect", [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
+  return Traced(
+      "OrmaSetMediaShowRect", [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
@@ -213,14 +229,16 @@ ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
     if (!std::isfinite(speed) || speed < 0 || speed > 100)
       return Refuse("OrmaSetMediaPlaySpeed", kBadArgument, "speed out of range");
     media.attrs.SetReal("speed", speed);
-    if (speed != 0 && speed != 1 && media.probe.hasAudio) NotRendered("play speed of the sound (the sound is left out)");
+    if (speed != 0 && speed != 1 && media.probe.hasAudio)
+      NotRendered("play speed of the sound (the sound is left out)");
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaPlaySpeed", [&] { return TraceArgs().Ptr("media", m).Dbl("speed", speed); }, r);
+  return Traced(
+      "OrmaSetMediaPlaySpeed", [&] { return TraceArgs().Ptr("media", m).Dbl("speed", speed); }, r);
 }
 
-ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath, int32_t type, int64_t startUs,
-                                       int64_t durationUs) {
+ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath, int32_t type,
+                                       int64_t startUs, int64_t durationUs) {
   int32_t r = WithMedia("OrmaSetMediaAnimation", m, [&](Media& media) {
     std::string native;
     if (!Resource("OrmaSetMediaAnimation", configPath, &native)) return int32_t{kBadFile};
@@ -234,10 +252,17 @@ ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath
     NotRendered("animation");
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaAnimation", [&] {
-    return TraceArgs().Ptr("media", m).Text("configPath", configPath).Int("type", type).Int("startUs", startUs).Int(
-        "durationUs", durationUs);
-  }, r);
+  return Traced(
+      "OrmaSetMediaAnimation",
+      [&] {
+        return TraceArgs()
+            .Ptr("media", m)
+            .Text("configPath", configPath)
+            .Int("type", type)
+            .Int("startUs", startUs)
+            .Int("durationUs", durationUs);
+      },
+      r);
 }
 
 ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t cycleUs) {
@@ -246,16 +271,19 @@ ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t c
     media.attrs.SetInt("animationCycle", cycleUs);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaAnimationCycleDuration",
-                [&] { return TraceArgs().Ptr("media", m).Int("cycleUs", cycleUs); }, r);
+  return Traced(
+      "OrmaSetMediaAnimationCycleDuration",
+      [&] { return TraceArgs().Ptr("media", m).Int("cycleUs", cycleUs); }, r);
 }
 
 ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyFrameBlock* frame) {
   // Returns the key frame's 1-based number (0 on failure).
   int64_t r = 0;
   Media* media = MediaOf(m);
-  if (!media) Refuse("OrmaMediaAddKeyFrameAnimation", kBadHandle, "not a media handle");
-  else if (!frame) Refuse("OrmaMediaAddKeyFrameAnimation", kBadArgument, "no key frame");
+  if (!media)
+    Refuse("OrmaMediaAddKeyFrameAnimation", kBadHandle, "not a media handle");
+  else if (!frame)
+    Refuse("OrmaMediaAddKeyFrameAnimation", kBadArgument, "no key frame");
   else if (media->scene && Exporting(media->scene->video))
     Refuse("OrmaMediaAddKeyFrameAnimation", kBadState, "an export is running");
   else {
@@ -266,14 +294,21 @@ ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyF
     r = static_cast<int64_t>(media->attrs.Append("keyFrames", a));
     NotRendered("key frame animation");
   }
-  return Traced("OrmaMediaAddKeyFrameAnimation", [&] {
-    TraceArgs t;
-    t.Ptr("media", m);
-    if (frame)
-      t.Int("atTimeUs", frame->atTimeUs).Floats("showRect", frame->showRect, 4).Floats("cropRect", frame->cropRect, 4)
-          .Dbl("opacity", frame->opacity).Dbl("rotate", frame->rotate).Int("type", frame->type);
-    return t;
-  }, r);
+  return Traced(
+      "OrmaMediaAddKeyFrameAnimation",
+      [&] {
+        TraceArgs t;
+        t.Ptr("media", m);
+        if (frame)
+          t.Int("atTimeUs", frame->atTimeUs)
+              .Floats("showRect", frame->showRect, 4)
+              .Floats("cropRect", frame->cropRect, 4)
+              .Dbl("opacity", frame->opacity)
+              .Dbl("rotate", frame->rotate)
+              .Int("type", frame->type);
+        return t;
+      },
+      r);
 }
 
 ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path) {
@@ -284,14 +319,16 @@ ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path) {
     NotRendered("mask video");
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaMaskVideo", [&] { return TraceArgs().Ptr("media", m).Text("path", path); }, r);
+  return Traced(
+      "OrmaSetMediaMaskVideo", [&] { return TraceArgs().Ptr("media", m).Text("path", path); }, r);
 }
 
 ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char* configPath) {
   Mask* mask = nullptr;
   Media* media = MediaOf(m);
   std::string native;
-  if (!media) Refuse("OrmaAddMediaMaskFromConfig", kBadHandle, "not a media handle");
+  if (!media)
+    Refuse("OrmaAddMediaMaskFromConfig", kBadHandle, "not a media handle");
   else if (Resource("OrmaAddMediaMaskFromConfig", configPath, &native)) {
     mask = new Mask();
     mask->media = media;
@@ -303,9 +340,10 @@ ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char
     media->attrs.Append("masks", a);
     NotRendered("mask");
   }
-  return Traced("OrmaAddMediaMaskFromConfig",
-                [&] { return TraceArgs().Ptr("media", m).Text("configPath", configPath); },
-                static_cast<OrmaMaskHandle>(mask));
+  return Traced(
+      "OrmaAddMediaMaskFromConfig",
+      [&] { return TraceArgs().Ptr("media", m).Text("configPath", configPath); },
+      static_cast<OrmaMaskHandle>(mask));
 }
 
 ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHandle mask,
@@ -313,49 +351,75 @@ ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHa
   int64_t r = 0;
   Media* media = MediaOf(m);
   Mask* k = MaskOf(mask);
-  if (!media || !k || k->media != media) Refuse("OrmaMediaAddMaskKeyFrameAnimation", kBadHandle, "not a mask of the media");
-  else if (!frame) Refuse("OrmaMediaAddMaskKeyFrameAnimation", kBadArgument, "no key frame");
+  if (!media || !k || k->media != media)
+    Refuse("OrmaMediaAddMaskKeyFrameAnimation", kBadHandle, "not a mask of the media");
+  else if (!frame)
+    Refuse("OrmaMediaAddMaskKeyFrameAnimation", kBadArgument, "no key frame");
   else {
     k->keyFrames.push_back(*frame);
     r = static_cast<int64_t>(k->keyFrames.size());
   }
-  return Traced("OrmaMediaAddMaskKeyFrameAnimation", [&] {
-    TraceArgs t;
-    t.Ptr("media", m).Ptr("mask", mask);
-    if (frame) t.Int("atTimeUs", frame->atTimeUs);
-    return t;
-  }, r);
+  return Traced(
+      "OrmaMediaAddMaskKeyFrameAnimation",
+      [&] {
+        TraceArgs t;
+        t.Ptr("media", m).Ptr("mask", mask);
+        if (frame) t.Int("atTimeUs", frame->atTimeUs);
+        return t;
+      },
+      r);
 }
 
-ORMA_API int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle m, OrmaMaskHandle mask, const OrmaMaskShapeBlock* shape) {
+ORMA_API int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle m, OrmaMaskHandle mask,
+                                          const OrmaMaskShapeBlock* shape) {
   int32_t r = [&] {
     Media* media = MediaOf(m);
     Mask* k = MaskOf(mask);
-    if (!media || !k || k->media != media) return Refuse("OrmaUpdateMediaMaskParam", kBadHandle, "not a mask of the media");
+    if (!media || !k || k->media != media)
+      return Refuse("OrmaUpdateMediaMaskParam", kBadHandle, "not a mask of the media");
     if (!shape) return Refuse("OrmaUpdateMediaMaskParam", kBadArgument, "no shape");
     k->shape = *shape;
     return int32_t{kOk};
   }();
-  return Traced("OrmaUpdateMediaMaskParam", [&] {
-    TraceArgs t;
-    t.Ptr("media", m).Ptr("mask", mask);
-    if (shape) t.Dbl("width", shape->width).Dbl("height", shape->height).Dbl("centerX", shape->centerX).Dbl("centerY", shape->centerY);
-    return t;
-  }, r);
+  return Traced(
+      "OrmaUpdateMediaMaskParam",
+      [&] {
+        TraceArgs t;
+        t.Ptr("media", m).Ptr("mask", mask);
+        if (shape)
+          t.Dbl("width", shape->width)
+              .Dbl("height", shape->height)
+              .Dbl("centerX", shape->centerX)
+              .Dbl("centerY", shape->centerY);
+        return t;
+      },
+      r);
 }
 
-ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, int32_t green, int32_t blue,
-                                       int32_t factor, int32_t alphaLower, int32_t alphaUpper, int32_t edgeSize) {
+ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, int32_t green,
+                                       int32_t blue, int32_t factor, int32_t alphaLower, int32_t alphaUpper,
+                                       int32_t edgeSize) {
   int32_t r = WithMedia("OrmaSetMediaChromaKey", m, [&](Media& media) {
     int32_t values[8] = {enable, red, green, blue, factor, alphaLower, alphaUpper, edgeSize};
     media.attrs.SetBytes("chromaKey", values, sizeof values);
     if (enable) NotRendered("chroma key");
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaChromaKey", [&] {
-    return TraceArgs().Ptr("media", m).Int("enable", enable).Int("red", red).Int("green", green).Int("blue", blue).Int(
-        "factor", factor).Int("alphaLower", alphaLower).Int("alphaUpper", alphaUpper).Int("edgeSize", edgeSize);
-  }, r);
+  return Traced(
+      "OrmaSetMediaChromaKey",
+      [&] {
+        return TraceArgs()
+            .Ptr("media", m)
+            .Int("enable", enable)
+            .Int("red", red)
+            .Int("green", green)
+            .Int("blue", blue)
+            .Int("factor", factor)
+            .Int("alphaLower", alphaLower)
+            .Int("alphaUpper", alphaUpper)
+            .Int("edgeSize", edgeSize);
+      },
+      r);
 }
 
 ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* configPath, int64_t startUs,
@@ -372,9 +436,16 @@ ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* config
     NotRendered("special effect of a media item");
     return int32_t{kOk};
   });
-  return Traced("OrmaSetMediaSpecialEffect", [&] {
-    return TraceArgs().Ptr("media", m).Text("configPath", configPath).Int("startUs", startUs).Int("durationUs", durationUs);
-  }, r);
+  return Traced(
+      "OrmaSetMediaSpecialEffect",
+      [&] {
+        return TraceArgs()
+            .Ptr("media", m)
+            .Text("configPath", configPath)
+            .Int("startUs", startUs)
+            .Int("durationUs", durationUs);
+      },
+      r);
 }
 
 } // extern "C"

@@ -21,11 +21,13 @@ ORMA_API int32_t OrmaSetDisplayRatio(OrmaVideoHandle vv, float ratio) {
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
     if (!v) return Refuse("OrmaSetDisplayRatio", kBadHandle, "not a virtual video handle");
-    if (!(ratio > 0.0f) || !std::isfinite(ratio)) return Refuse("OrmaSetDisplayRatio", kBadArgument, "ratio must be positive");
+    if (!(ratio > 0.0f) || !std::isfinite(ratio))
+      return Refuse("OrmaSetDisplayRatio", kBadArgument, "ratio must be positive");
     v->preview.displayRatio = ratio;
     return int32_t{kOk};
   }();
-  return Traced("OrmaSetDisplayRatio", [&] { return TraceArgs().Ptr("vv", vv).Dbl("ratio", ratio); }, r);
+  return Traced(
+      "OrmaSetDisplayRatio", [&] { return TraceArgs().Ptr("vv", vv).Dbl("ratio", ratio); }, r);
 }
 
 ORMA_API int32_t OrmaSetPreviewWindowsHwnd(OrmaVideoHandle vv, uint64_t window) {
@@ -35,8 +37,9 @@ ORMA_API int32_t OrmaSetPreviewWindowsHwnd(OrmaVideoHandle vv, uint64_t window) 
     v->preview.window = window;
     return int32_t{kOk};
   }();
-  return Traced("OrmaSetPreviewWindowsHwnd",
-                [&] { return TraceArgs().Ptr("vv", vv).Int("window", static_cast<int64_t>(window)); }, r);
+  return Traced(
+      "OrmaSetPreviewWindowsHwnd",
+      [&] { return TraceArgs().Ptr("vv", vv).Int("window", static_cast<int64_t>(window)); }, r);
 }
 
 ORMA_API int32_t OrmaPreviewInit(OrmaVideoHandle vv) {
@@ -46,28 +49,35 @@ ORMA_API int32_t OrmaPreviewInit(OrmaVideoHandle vv) {
     v->preview.initialised = true;
     return int32_t{kOk};
   }();
-  return Traced("OrmaPreviewInit", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+  return Traced(
+      "OrmaPreviewInit", [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int32_t OrmaPreview(OrmaVideoHandle vv) {
-  return Traced("OrmaPreview", [&] { return TraceArgs().Ptr("vv", vv); }, NoPlayback("OrmaPreview", vv));
+  return Traced(
+      "OrmaPreview", [&] { return TraceArgs().Ptr("vv", vv); }, NoPlayback("OrmaPreview", vv));
 }
 
 ORMA_API int32_t OrmaPreviewConintue(OrmaVideoHandle vv) {
-  return Traced("OrmaPreviewConintue", [&] { return TraceArgs().Ptr("vv", vv); }, NoPlayback("OrmaPreviewConintue", vv));
+  return Traced(
+      "OrmaPreviewConintue", [&] { return TraceArgs().Ptr("vv", vv); },
+      NoPlayback("OrmaPreviewConintue", vv));
 }
 
 ORMA_API int32_t OrmaPreviewPause(OrmaVideoHandle vv) {
-  return Traced("OrmaPreviewPause", [&] { return TraceArgs().Ptr("vv", vv); }, NoPlayback("OrmaPreviewPause", vv));
+  return Traced(
+      "OrmaPreviewPause", [&] { return TraceArgs().Ptr("vv", vv); }, NoPlayback("OrmaPreviewPause", vv));
 }
 
 ORMA_API int32_t OrmaPreviewStop(OrmaVideoHandle vv) {
-  return Traced("OrmaPreviewStop", [&] { return TraceArgs().Ptr("vv", vv); }, NoPlayback("OrmaPreviewStop", vv));
+  return Traced(
+      "OrmaPreviewStop", [&] { return TraceArgs().Ptr("vv", vv); }, NoPlayback("OrmaPreviewStop", vv));
 }
 
 ORMA_API int32_t OrmaPreviewSeek(OrmaVideoHandle vv, int64_t positionUs) {
-  return Traced("OrmaPreviewSeek", [&] { return TraceArgs().Ptr("vv", vv).Int("positionUs", positionUs); },
-                NoPlayback("OrmaPreviewSeek", vv));
+  return Traced(
+      "OrmaPreviewSeek", [&] { return TraceArgs().Ptr("vv", vv).Int("positionUs", positionUs); },
+      NoPlayback("OrmaPreviewSeek", vv));
 }
 
 } // extern "C"

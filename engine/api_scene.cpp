@@ -36,12 +36,14 @@ extern "C" {
 
 ORMA_API OrmaSceneHandle OrmaCreateScene(int64_t startUs, int64_t endUs) {
   OrmaSceneHandle s = NewScene("OrmaCreateScene", startUs, endUs, false);
-  return Traced("OrmaCreateScene", [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
+  return Traced(
+      "OrmaCreateScene", [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
 }
 
 ORMA_API OrmaSceneHandle OrmaCreatePIPScene(int64_t startUs, int64_t endUs) {
   OrmaSceneHandle s = NewScene("OrmaCreatePIPScene", startUs, endUs, true);
-  return Traced("OrmaCreatePIPScene", [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
+  return Traced(
+      "OrmaCreatePIPScene", [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
 }
 
 ORMA_API int32_t OrmaAddScene(OrmaVideoHandle vv, OrmaSceneHandle scene) {
@@ -54,7 +56,8 @@ ORMA_API int32_t OrmaAddScene(OrmaVideoHandle vv, OrmaSceneHandle scene) {
     AddElement(v, s);
     return int32_t{kOk};
   }();
-  return Traced("OrmaAddScene", [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene); }, r);
+  return Traced(
+      "OrmaAddScene", [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene); }, r);
 }
 
 ORMA_API OrmaMediaHandle OrmaSceneCreateMedia(const char* path) {
@@ -69,8 +72,9 @@ ORMA_API OrmaMediaHandle OrmaSceneCreateMedia(const char* path) {
     m->probe = probe;
     RegisterHandle(m);
   }
-  return Traced("OrmaSceneCreateMedia", [&] { return TraceArgs().Text("path", path); },
-                static_cast<OrmaMediaHandle>(m));
+  return Traced(
+      "OrmaSceneCreateMedia", [&] { return TraceArgs().Text("path", path); },
+      static_cast<OrmaMediaHandle>(m));
 }
 
 ORMA_API int32_t OrmaSceneAddMediaHandle(OrmaSceneHandle scene, OrmaMediaHandle media) {
@@ -82,21 +86,23 @@ ORMA_API int32_t OrmaSceneAddMediaHandle(OrmaSceneHandle scene, OrmaMediaHandle 
     s.media.push_back(m);
     return int32_t{kOk};
   });
-  return Traced("OrmaSceneAddMediaHandle", [&] { return TraceArgs().Ptr("scene", scene).Ptr("media", media); }, r);
+  return Traced(
+      "OrmaSceneAddMediaHandle", [&] { return TraceArgs().Ptr("scene", scene).Ptr("media", media); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundImage(OrmaSceneHandle scene, const char* path) {
   int32_t r = WithScene("OrmaSetSceneBackGroundImage", scene, [&](Scene& s) {
     MediaProbe probe = ProbeMedia(path, true);
     if (!probe.ok) return Refuse("OrmaSetSceneBackGroundImage", kBadFile, probe.error);
-    if (!probe.hasVideo) return Refuse("OrmaSetSceneBackGroundImage", kBadFile, probe.path + ": not a picture");
+    if (!probe.hasVideo)
+      return Refuse("OrmaSetSceneBackGroundImage", kBadFile, probe.path + ": not a picture");
     s.background = Background();
     s.background.kind = BackgroundKind::Picture;
     s.background.picture = probe;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetSceneBackGroundImage", [&] { return TraceArgs().Ptr("scene", scene).Text("path", path); },
-                r);
+  return Traced(
+      "OrmaSetSceneBackGroundImage", [&] { return TraceArgs().Ptr("scene", scene).Text("path", path); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundColor(OrmaSceneHandle scene, const float* rgba) {
@@ -104,18 +110,21 @@ ORMA_API int32_t OrmaSetSceneBackGroundColor(OrmaSceneHandle scene, const float*
     if (!rgba) return Refuse("OrmaSetSceneBackGroundColor", kBadArgument, "no colour");
     s.background = Background();
     s.background.kind = BackgroundKind::Color;
-    for (int i = 0; i < 4; ++i) s.background.rgba[i] = std::isfinite(rgba[i]) ? std::clamp(rgba[i], 0.0f, 1.0f) : 0.0f;
+    for (int i = 0; i < 4; ++i)
+      s.background.rgba[i] = std::isfinite(rgba[i]) ? std::clamp(rgba[i], 0.0f, 1.0f) : 0.0f;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetSceneBackGroundColor", [&] { return TraceArgs().Ptr("scene", scene).Floats("rgba", rgba, 4); },
-                r);
+  return Traced(
+      "OrmaSetSceneBackGroundColor", [&] { return TraceArgs().Ptr("scene", scene).Floats("rgba", rgba, 4); },
+      r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundGaussBlur(OrmaSceneHandle scene, float intensity) {
   // Intensity 0 (what a draft without a blurred background passes) leaves
   // the scene without background: black where no media is.
   int32_t r = WithScene("OrmaSetSceneBackGroundGaussBlur", scene, [&](Scene& s) {
-    if (!std::isfinite(intensity)) return Refuse("OrmaSetSceneBackGroundGaussBlur", kBadArgument, "not a number");
+    if (!std::isfinite(intensity))
+      return Refuse("OrmaSetSceneBackGroundGaussBlur", kBadArgument, "not a number");
     s.background = Background();
     if (intensity > 0.0f) {
       s.background.kind = BackgroundKind::Blur;
@@ -123,8 +132,9 @@ ORMA_API int32_t OrmaSetSceneBackGroundGaussBlur(OrmaSceneHandle scene, float in
     }
     return int32_t{kOk};
   });
-  return Traced("OrmaSetSceneBackGroundGaussBlur",
-                [&] { return TraceArgs().Ptr("scene", scene).Dbl("intensity", intensity); }, r);
+  return Traced(
+      "OrmaSetSceneBackGroundGaussBlur",
+      [&] { return TraceArgs().Ptr("scene", scene).Dbl("intensity", intensity); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneTransitionMode(OrmaVideoHandle vv, OrmaSceneHandle scene, int32_t mode) {
@@ -137,8 +147,9 @@ ORMA_API int32_t OrmaSetSceneTransitionMode(OrmaVideoHandle vv, OrmaSceneHandle 
     s.transitionMode = mode;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetSceneTransitionMode",
-                [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Int("mode", mode); }, r);
+  return Traced(
+      "OrmaSetSceneTransitionMode",
+      [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Int("mode", mode); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scene, const char* path,
@@ -147,7 +158,8 @@ ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scen
     if (!VideoOf(vv) || s.video != VideoOf(vv))
       return Refuse("OrmaSetSceneTransition", kBadHandle, "the scene is not on this virtual video");
     if (s.transitionMode != 3)
-      return Refuse("OrmaSetSceneTransition", kBadState, "the transition mode is not set (call with mode 3 first)");
+      return Refuse("OrmaSetSceneTransition", kBadState,
+                    "the transition mode is not set (call with mode 3 first)");
     if (durationUs < 0) return Refuse("OrmaSetSceneTransition", kBadArgument, "negative duration");
     TransitionSpec spec;
     std::string error;
@@ -156,9 +168,12 @@ ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scen
     s.transitionUs = durationUs;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetSceneTransition",
-                [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Text("path", path).Int("durationUs", durationUs); },
-                r);
+  return Traced(
+      "OrmaSetSceneTransition",
+      [&] {
+        return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Text("path", path).Int("durationUs", durationUs);
+      },
+      r);
 }
 
 } // extern "C"

@@ -24,25 +24,28 @@ extern "C" {
 ORMA_API OrmaVideoHandle OrmaVirtualVideoCreate(void) {
   auto* v = new VirtualVideo();
   RegisterHandle(v);
-  return Traced("OrmaVirtualVideoCreate", [] { return TraceArgs(); }, static_cast<OrmaVideoHandle>(v));
+  return Traced(
+      "OrmaVirtualVideoCreate", [] { return TraceArgs(); }, static_cast<OrmaVideoHandle>(v));
 }
 
 ORMA_API int32_t OrmaSetFrameSize(OrmaVideoHandle vv, int32_t width, int32_t height) {
   int32_t r = Setting("OrmaSetFrameSize", vv, [&](VirtualVideo& v) {
     if (width < 2 || height < 2 || width > 16384 || height > 16384)
       return Refuse("OrmaSetFrameSize", kBadArgument,
-                    "frame size " + std::to_string(width) + "x" + std::to_string(height) + " is out of range");
+                    "frame size " + std::to_string(width) + "x" + std::to_string(height) +
+                        " is out of range");
     // 4:2:0 video needs even sizes; an odd size loses its last column or row.
     int w = width & ~1, h = height & ~1;
     if (w != width || h != height)
-      LogOnce("odd-size", "odd frame size " + std::to_string(width) + "x" + std::to_string(height) + " is rendered as " +
-                              std::to_string(w) + "x" + std::to_string(h));
+      LogOnce("odd-size", "odd frame size " + std::to_string(width) + "x" + std::to_string(height) +
+                              " is rendered as " + std::to_string(w) + "x" + std::to_string(h));
     v.settings.width = w;
     v.settings.height = h;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetFrameSize", [&] { return TraceArgs().Ptr("vv", vv).Int("width", width).Int("height", height); },
-                r);
+  return Traced(
+      "OrmaSetFrameSize", [&] { return TraceArgs().Ptr("vv", vv).Int("width", width).Int("height", height); },
+      r);
 }
 
 ORMA_API int32_t OrmaSetOutPath(OrmaVideoHandle vv, const char* path) {
@@ -54,7 +57,8 @@ ORMA_API int32_t OrmaSetOutPath(OrmaVideoHandle vv, const char* path) {
     v.settings.outPath = native;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetOutPath", [&] { return TraceArgs().Ptr("vv", vv).Text("path", path); }, r);
+  return Traced(
+      "OrmaSetOutPath", [&] { return TraceArgs().Ptr("vv", vv).Text("path", path); }, r);
 }
 
 ORMA_API int32_t OrmaSetVideoCodec(OrmaVideoHandle vv, const char* name) {
@@ -64,7 +68,8 @@ ORMA_API int32_t OrmaSetVideoCodec(OrmaVideoHandle vv, const char* name) {
     v.settings.videoCodec = name;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetVideoCodec", [&] { return TraceArgs().Ptr("vv", vv).Text("name", name); }, r);
+  return Traced(
+      "OrmaSetVideoCodec", [&] { return TraceArgs().Ptr("vv", vv).Text("name", name); }, r);
 }
 
 ORMA_API int32_t OrmaSetFPS(OrmaVideoHandle vv, double fps) {
@@ -75,7 +80,8 @@ ORMA_API int32_t OrmaSetFPS(OrmaVideoHandle vv, double fps) {
     v.settings.fps = RationalFps(fps);
     return int32_t{kOk};
   });
-  return Traced("OrmaSetFPS", [&] { return TraceArgs().Ptr("vv", vv).Dbl("fps", fps); }, r);
+  return Traced(
+      "OrmaSetFPS", [&] { return TraceArgs().Ptr("vv", vv).Dbl("fps", fps); }, r);
 }
 
 ORMA_API int32_t OrmaSetVideoBitrate(OrmaVideoHandle vv, int32_t kbits) {
@@ -84,16 +90,19 @@ ORMA_API int32_t OrmaSetVideoBitrate(OrmaVideoHandle vv, int32_t kbits) {
     v.settings.videoKbits = kbits;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetVideoBitrate", [&] { return TraceArgs().Ptr("vv", vv).Int("kbits", kbits); }, r);
+  return Traced(
+      "OrmaSetVideoBitrate", [&] { return TraceArgs().Ptr("vv", vv).Int("kbits", kbits); }, r);
 }
 
 ORMA_API int32_t OrmaSetAudioChannels(OrmaVideoHandle vv, int32_t channels) {
   int32_t r = Setting("OrmaSetAudioChannels", vv, [&](VirtualVideo& v) {
-    if (channels < 1 || channels > 8) return Refuse("OrmaSetAudioChannels", kBadArgument, "channels must be 1 to 8");
+    if (channels < 1 || channels > 8)
+      return Refuse("OrmaSetAudioChannels", kBadArgument, "channels must be 1 to 8");
     v.settings.channels = channels;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetAudioChannels", [&] { return TraceArgs().Ptr("vv", vv).Int("channels", channels); }, r);
+  return Traced(
+      "OrmaSetAudioChannels", [&] { return TraceArgs().Ptr("vv", vv).Int("channels", channels); }, r);
 }
 
 ORMA_API int32_t OrmaSetAudioSamples(OrmaVideoHandle vv, int32_t sampleRate) {
@@ -103,7 +112,8 @@ ORMA_API int32_t OrmaSetAudioSamples(OrmaVideoHandle vv, int32_t sampleRate) {
     v.settings.sampleRate = sampleRate;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetAudioSamples", [&] { return TraceArgs().Ptr("vv", vv).Int("sampleRate", sampleRate); }, r);
+  return Traced(
+      "OrmaSetAudioSamples", [&] { return TraceArgs().Ptr("vv", vv).Int("sampleRate", sampleRate); }, r);
 }
 
 ORMA_API int32_t OrmaSetAudioBitrate(OrmaVideoHandle vv, int32_t kbits) {
@@ -112,7 +122,8 @@ ORMA_API int32_t OrmaSetAudioBitrate(OrmaVideoHandle vv, int32_t kbits) {
     v.settings.audioKbits = kbits;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetAudioBitrate", [&] { return TraceArgs().Ptr("vv", vv).Int("kbits", kbits); }, r);
+  return Traced(
+      "OrmaSetAudioBitrate", [&] { return TraceArgs().Ptr("vv", vv).Int("kbits", kbits); }, r);
 }
 
 ORMA_API int32_t OrmaSetAudioCodec(OrmaVideoHandle vv, const char* name) {
@@ -123,7 +134,8 @@ ORMA_API int32_t OrmaSetAudioCodec(OrmaVideoHandle vv, const char* name) {
     v.settings.audioCodec = name;
     return int32_t{kOk};
   });
-  return Traced("OrmaSetAudioCodec", [&] { return TraceArgs().Ptr("vv", vv).Text("name", name); }, r);
+  return Traced(
+      "OrmaSetAudioCodec", [&] { return TraceArgs().Ptr("vv", vv).Text("name", name); }, r);
 }
 
 ORMA_API int32_t OrmaEnableHWDecoder(OrmaVideoHandle vv, int32_t mode) {
@@ -131,7 +143,8 @@ ORMA_API int32_t OrmaEnableHWDecoder(OrmaVideoHandle vv, int32_t mode) {
     v.settings.hwDecoder = mode;
     return int32_t{kOk};
   });
-  return Traced("OrmaEnableHWDecoder", [&] { return TraceArgs().Ptr("vv", vv).Int("mode", mode); }, r);
+  return Traced(
+      "OrmaEnableHWDecoder", [&] { return TraceArgs().Ptr("vv", vv).Int("mode", mode); }, r);
 }
 
 ORMA_API int32_t OrmaEnableHWEncoder(OrmaVideoHandle vv, int32_t mode) {
@@ -139,7 +152,8 @@ ORMA_API int32_t OrmaEnableHWEncoder(OrmaVideoHandle vv, int32_t mode) {
     v.settings.hwEncoder = mode;
     return int32_t{kOk};
   });
-  return Traced("OrmaEnableHWEncoder", [&] { return TraceArgs().Ptr("vv", vv).Int("mode", mode); }, r);
+  return Traced(
+      "OrmaEnableHWEncoder", [&] { return TraceArgs().Ptr("vv", vv).Int("mode", mode); }, r);
 }
 
 } // extern "C"

@@ -11,7 +11,9 @@ namespace {
 class ColorPainter : public Painter {
 public:
   explicit ColorPainter(YuvColor color) : color_(color) {}
-  void Paint(const SceneRenderer&, const SceneRenderer::Frame&, Yuv& canvas) const override { Fill(canvas, color_); }
+  void Paint(const SceneRenderer&, const SceneRenderer::Frame&, Yuv& canvas) const override {
+    Fill(canvas, color_);
+  }
 
 private:
   YuvColor color_;

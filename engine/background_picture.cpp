@@ -21,8 +21,10 @@ public:
 
   void Paint(const SceneRenderer&, const SceneRenderer::Frame& frame, Yuv& canvas) const override {
     auto picture = std::static_pointer_cast<Picture>(frame.background);
-    if (picture) CopyPicture(canvas, picture->view());
-    else Fill(canvas, RgbToYuv(0, 0, 0, ctx_.matrix));
+    if (picture)
+      CopyPicture(canvas, picture->view());
+    else
+      Fill(canvas, RgbToYuv(0, 0, 0, ctx_.matrix));
   }
 
   void Release() override { canvas_.reset(); }

@@ -11,12 +11,18 @@ namespace orma {
 namespace {
 const char* EffectName(EffectKind kind) {
   switch (kind) {
-  case EffectKind::Mosaic: return "mosaic region";
-  case EffectKind::GaussBlur: return "blur region";
-  case EffectKind::DeLogo: return "delogo region";
-  case EffectKind::Lut: return "look-up table effect";
-  case EffectKind::Adjustment: return "picture adjustment effect";
-  case EffectKind::Special: return "special effect";
+  case EffectKind::Mosaic:
+    return "mosaic region";
+  case EffectKind::GaussBlur:
+    return "blur region";
+  case EffectKind::DeLogo:
+    return "delogo region";
+  case EffectKind::Lut:
+    return "look-up table effect";
+  case EffectKind::Adjustment:
+    return "picture adjustment effect";
+  case EffectKind::Special:
+    return "special effect";
   }
   return "timeline effect";
 }

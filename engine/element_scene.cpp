@@ -106,7 +106,8 @@ public:
       }
       placed.push_back({s, start, end});
     }
-    std::stable_sort(placed.begin(), placed.end(), [](const Placed& a, const Placed& b) { return a.start < b.start; });
+    std::stable_sort(placed.begin(), placed.end(),
+                     [](const Placed& a, const Placed& b) { return a.start < b.start; });
     for (size_t i = 1; i < placed.size(); ++i)
       if (placed[i].start < placed[i - 1].end) {
         LogOnce("overlap", "scenes overlap; a later scene starts where the earlier one ends");
@@ -123,7 +124,8 @@ public:
       Scene* s = placed[i].scene;
       if (!s->transition || s->transitionUs <= 0) continue;
       if (placed[i + 1].start != placed[i].end) {
-        LogOnce("transition-gap", "a transition is left out: the next scene does not start where its scene ends");
+        LogOnce("transition-gap",
+                "a transition is left out: the next scene does not start where its scene ends");
         continue;
       }
       int64_t half = UsToFrames(s->transitionUs, ctx.fps) / 2;

@@ -95,7 +95,8 @@ struct Encoder::State {
       audioFrame->format = audio->sample_fmt;
       av_channel_layout_copy(&audioFrame->ch_layout, &audio->ch_layout);
       audioFrame->sample_rate = audio->sample_rate;
-      bool variable = audio->frame_size == 0 || (audio->codec->capabilities & AV_CODEC_CAP_VARIABLE_FRAME_SIZE) ||
+      bool variable = audio->frame_size == 0 ||
+                      (audio->codec->capabilities & AV_CODEC_CAP_VARIABLE_FRAME_SIZE) ||
                       (audio->codec->capabilities & AV_CODEC_CAP_SMALL_LAST_FRAME);
       audioFrame->nb_samples = variable ? n : frameSize;
       if (av_frame_get_buffer(audioFrame, 0) < 0) {
@@ -167,8 +168,8 @@ bool Encoder::Open(const EncoderSettings& set, std::string* error) {
   s.videoStream->time_base = s.video->time_base;
   s.videoStream->avg_frame_rate = s.video->framerate;
   if (s.video->pix_fmt != AV_PIX_FMT_YUV420P) {
-    s.convert = sws_getContext(set.width, set.height, AV_PIX_FMT_YUV420P, set.width, set.height, s.video->pix_fmt,
-                               SWS_BICUBIC, nullptr, nullptr, nullptr);
+    s.convert = sws_getContext(set.width, set.height, AV_PIX_FMT_YUV420P, set.width, set.height,
+                               s.video->pix_fmt, SWS_BICUBIC, nullptr, nullptr, nullptr);
     s.converted = av_frame_alloc();
     s.converted->format = s.video->pix_fmt;
     s.converted->width = set.width;
@@ -228,8 +229,8 @@ bool Encoder::Open(const EncoderSettings& set, std::string* error) {
     s.inputRate = rate;
     AVChannelLayout in;
     av_channel_layout_default(&in, set.channels);
-    rc = swr_alloc_set_opts2(&s.swr, &s.audio->ch_layout, s.audio->sample_fmt, rate, &in, AV_SAMPLE_FMT_FLTP, rate,
-                             0, nullptr);
+    rc = swr_alloc_set_opts2(&s.swr, &s.audio->ch_layout, s.audio->sample_fmt, rate, &in, AV_SAMPLE_FMT_FLTP,
+                             rate, 0, nullptr);
     av_channel_layout_uninit(&in);
     if (rc < 0 || swr_init(s.swr) < 0) {
       *error = "cannot convert sound for " + set.audioCodec;
@@ -291,7 +292,8 @@ bool Encoder::WriteAudio(const float* const* planes, int samples, std::string* e
     *error = "out of memory for sound";
     return false;
   }
-  int n = swr_convert(s.swr, buffers, capacity, const_cast<const uint8_t**>(reinterpret_cast<uint8_t**>(const_cast<float**>(planes))),
+  int n = swr_convert(s.swr, buffers, capacity,
+                      const_cast<const uint8_t**>(reinterpret_cast<uint8_t**>(const_cast<float**>(planes))),
                       samples);
   bool ok = n >= 0;
   if (ok && n > 0) av_audio_fifo_write(s.fifo, reinterpret_cast<void**>(buffers), n);

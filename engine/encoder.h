@@ -21,7 +21,7 @@ struct EncoderSettings {
   int width = 0, height = 0;
   int fpsNum = 25, fpsDen = 1;
   int videoKbits = 3000;
-  int matrix = 601; ///< colour matrix of the canvas
+  int matrix = 601;       ///< colour matrix of the canvas
   std::string audioCodec; ///< empty: no sound
   int sampleRate = 44100;
   int channels = 2;

@@ -55,9 +55,12 @@ const char* kRenderNode = "/dev/dri/renderD128";
 // Sync); VA-API encoding would need the frames uploaded first.
 std::string HardwareEncoder(const std::string& codec) {
   std::string family;
-  if (codec == "libx264" || codec == "h264") family = "h264";
-  else if (codec == "libx265" || codec == "hevc") family = "hevc";
-  else return "";
+  if (codec == "libx264" || codec == "h264")
+    family = "h264";
+  else if (codec == "libx265" || codec == "hevc")
+    family = "hevc";
+  else
+    return "";
   struct Candidate {
     const char* suffix;
     AVHWDeviceType type;
@@ -75,8 +78,8 @@ std::string HardwareEncoder(const std::string& codec) {
 std::string UsualAudioEncoder(const AVOutputFormat* format) {
   std::string name = format->name;
   auto has = [](const char* encoder) { return avcodec_find_encoder_by_name(encoder) != nullptr; };
-  if (name == "mp4" || name == "mov" || name == "ipod" || name == "3gp" || name == "matroska" || name == "adts" ||
-      name == "flv" || name == "mpegts")
+  if (name == "mp4" || name == "mov" || name == "ipod" || name == "3gp" || name == "matroska" ||
+      name == "adts" || name == "flv" || name == "mpegts")
     return "aac";
   if (name == "webm") return has("libopus") ? "libopus" : "libvorbis";
   if (name == "ogg") return has("libvorbis") ? "libvorbis" : "libopus";
@@ -106,7 +109,8 @@ int32_t Render(VirtualVideo& video) {
   if (s.hwEncoder != 0) {
     std::string hardware = HardwareEncoder(videoCodec);
     if (hardware.empty()) {
-      LogOnce("hw-encoder", "no hardware encoder for " + videoCodec + " on this machine; encoding in software");
+      LogOnce("hw-encoder",
+              "no hardware encoder for " + videoCodec + " on this machine; encoding in software");
     } else {
       LogOnce("hw-encoder-used", "encoding with the hardware encoder " + hardware);
       videoCodec = hardware;
@@ -120,9 +124,10 @@ int32_t Render(VirtualVideo& video) {
       audioCodec = s.audioCodec;
     } else if (a && a->type == AVMEDIA_TYPE_VIDEO) {
       audioCodec = UsualAudioEncoder(container);
-      LogOnce("audio-codec-" + s.audioCodec,
-              "audio codec \"" + s.audioCodec + "\" is a video encoder; the sound is encoded with " +
-                  (audioCodec.empty() ? std::string("nothing") : audioCodec) + " as usual for " + container->name);
+      LogOnce("audio-codec-" + s.audioCodec, "audio codec \"" + s.audioCodec +
+                                                 "\" is a video encoder; the sound is encoded with " +
+                                                 (audioCodec.empty() ? std::string("nothing") : audioCodec) +
+                                                 " as usual for " + container->name);
     } else {
       return Failure(kUnknownAudioEncoder, "unknown audio encoder \"" + s.audioCodec + "\"");
     }
@@ -182,7 +187,8 @@ int32_t Render(VirtualVideo& video) {
   if (s.limitEndUs > 0) last = std::clamp<int64_t>(UsToFrames(s.limitEndUs, s.fps), 0, length);
   if (last <= first) return Failure(kLimitSelectsNothing, "the limit time selects no frame of the timeline");
   mlt_producer producer = timeline->producer();
-  mlt_producer_set_in_and_out(producer, static_cast<mlt_position>(first), static_cast<mlt_position>(last - 1));
+  mlt_producer_set_in_and_out(producer, static_cast<mlt_position>(first),
+                              static_cast<mlt_position>(last - 1));
   mlt_producer_seek(producer, static_cast<mlt_position>(first));
   int64_t total = last - first;
 
@@ -207,8 +213,8 @@ int32_t Render(VirtualVideo& video) {
   if (!encoder.Open(es, &error)) return Failure(kEncodingFailed, error);
   int rate = encoder.sampleRate();
   if (!audioCodec.empty() && rate != s.sampleRate)
-    LogOnce("rate-" + audioCodec, audioCodec + " takes no " + std::to_string(s.sampleRate) + " Hz sound; it is written at " +
-                                      std::to_string(rate) + " Hz");
+    LogOnce("rate-" + audioCodec, audioCodec + " takes no " + std::to_string(s.sampleRate) +
+                                      " Hz sound; it is written at " + std::to_string(rate) + " Hz");
 
   mlt_consumer consumer = mlt_consumer_new(profile.get());
   if (!consumer) return Failure(kFrameworkUnavailable, "cannot create the frame renderer");
@@ -238,8 +244,8 @@ int32_t Render(VirtualVideo& video) {
     uint8_t* image = nullptr;
     mlt_image_format format = mlt_image_yuv420p;
     int w = s.width, h = s.height;
-    if (mlt_frame_get_image(frame, &image, &format, &w, &h, 0) != 0 || !image || format != mlt_image_yuv420p ||
-        w != s.width || h != s.height) {
+    if (mlt_frame_get_image(frame, &image, &format, &w, &h, 0) != 0 || !image ||
+        format != mlt_image_yuv420p || w != s.width || h != s.height) {
       error = ctx.failed ? ctx.Error() : "a frame could not be rendered";
       ok = false;
     } else if (ctx.failed) {
@@ -258,7 +264,8 @@ int32_t Render(VirtualVideo& video) {
         pcm = silence.data();
         n = samples;
       }
-      for (int c = 0; c < s.channels; ++c) planes[c] = static_cast<const float*>(pcm) + static_cast<size_t>(c) * n;
+      for (int c = 0; c < s.channels; ++c)
+        planes[c] = static_cast<const float*>(pcm) + static_cast<size_t>(c) * n;
       if (!encoder.WriteAudio(planes.data(), n, &error)) ok = false;
     }
     mlt_frame_close(frame);

@@ -78,18 +78,21 @@ Yuv Yuv420View(uint8_t* data, int width, int height) {
 }
 
 void Fill(Yuv& dst, YuvColor color) {
-  for (int y = 0; y < dst.h; ++y) std::memset(dst.p[0] + y * dst.s[0], color.y, dst.w);
+  for (int y = 0; y < dst.h; ++y)
+    std::memset(dst.p[0] + y * dst.s[0], color.y, dst.w);
   for (int y = 0; y < Half(dst.h); ++y) {
     std::memset(dst.p[1] + y * dst.s[1], color.u, Half(dst.w));
     std::memset(dst.p[2] + y * dst.s[2], color.v, Half(dst.w));
   }
   if (dst.p[3])
-    for (int y = 0; y < dst.h; ++y) std::memset(dst.p[3] + y * dst.s[3], 255, dst.w);
+    for (int y = 0; y < dst.h; ++y)
+      std::memset(dst.p[3] + y * dst.s[3], 255, dst.w);
 }
 
 void CopyPicture(Yuv& dst, const Yuv& src) {
   int w = std::min(dst.w, src.w), h = std::min(dst.h, src.h);
-  for (int y = 0; y < h; ++y) std::memcpy(dst.p[0] + y * dst.s[0], src.p[0] + y * src.s[0], w);
+  for (int y = 0; y < h; ++y)
+    std::memcpy(dst.p[0] + y * dst.s[0], src.p[0] + y * src.s[0], w);
   for (int y = 0; y < Half(h); ++y) {
     std::memcpy(dst.p[1] + y * dst.s[1], src.p[1] + y * src.s[1], Half(w));
     std::memcpy(dst.p[2] + y * dst.s[2], src.p[2] + y * src.s[2], Half(w));
@@ -114,7 +117,8 @@ struct ScalerCache {
   std::vector<Entry> entries;
   uint64_t clock = 0;
   ~ScalerCache() {
-    for (auto& e : entries) sws_freeContext(e.ctx);
+    for (auto& e : entries)
+      sws_freeContext(e.ctx);
   }
   SwsContext* Get(const ScalerKey& key) {
     ++clock;
@@ -123,13 +127,14 @@ struct ScalerCache {
         e.used = clock;
         return e.ctx;
       }
-    SwsContext* ctx = sws_getContext(key.sw, key.sh, static_cast<AVPixelFormat>(key.sfmt), key.dw, key.dh,
-                                     static_cast<AVPixelFormat>(key.dfmt), key.flags, nullptr, nullptr, nullptr);
+    SwsContext* ctx =
+        sws_getContext(key.sw, key.sh, static_cast<AVPixelFormat>(key.sfmt), key.dw, key.dh,
+                       static_cast<AVPixelFormat>(key.dfmt), key.flags, nullptr, nullptr, nullptr);
     if (!ctx) return nullptr;
     int srcSpace = key.matrixFrom == 709 ? SWS_CS_ITU709 : SWS_CS_ITU601;
     int dstSpace = key.matrixTo == 709 ? SWS_CS_ITU709 : SWS_CS_ITU601;
-    sws_setColorspaceDetails(ctx, sws_getCoefficients(srcSpace), key.srcFull, sws_getCoefficients(dstSpace), 0,
-                             0, 1 << 16, 1 << 16);
+    sws_setColorspaceDetails(ctx, sws_getCoefficients(srcSpace), key.srcFull, sws_getCoefficients(dstSpace),
+                             0, 0, 1 << 16, 1 << 16);
     if (entries.size() >= 6) {
       auto oldest = std::min_element(entries.begin(), entries.end(),
                                      [](const Entry& a, const Entry& b) { return a.used < b.used; });
@@ -158,9 +163,8 @@ MatrixConversion MakeConversion(int from, int to) {
   };
   auto yuv2rgb = [](int matrix, double out[3][3]) {
     double kr = matrix == 709 ? 0.2126 : 0.299, kb = matrix == 709 ? 0.0722 : 0.114, kg = 1 - kr - kb;
-    double r[3][3] = {{1, 0, 2 * (1 - kr)},
-                      {1, -2 * (1 - kb) * kb / kg, -2 * (1 - kr) * kr / kg},
-                      {1, 2 * (1 - kb), 0}};
+    double r[3][3] = {
+        {1, 0, 2 * (1 - kr)}, {1, -2 * (1 - kb) * kb / kg, -2 * (1 - kr) * kr / kg}, {1, 2 * (1 - kb), 0}};
     std::memcpy(out, r, sizeof r);
   };
   double a[3][3], b[3][3];
@@ -170,7 +174,8 @@ MatrixConversion MakeConversion(int from, int to) {
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j) {
       double sum = 0;
-      for (int k = 0; k < 3; ++k) sum += a[i][k] * b[k][j];
+      for (int k = 0; k < 3; ++k)
+        sum += a[i][k] * b[k][j];
       c.m[i][j] = static_cast<int>(std::lround(sum * 65536.0));
     }
   return c;
@@ -211,7 +216,8 @@ void ConvertMatrix(Yuv& img, int from, int to) {
 
 void FillAlpha(Yuv& img) {
   if (!img.p[3]) return;
-  for (int y = 0; y < img.h; ++y) std::memset(img.p[3] + y * img.s[3], 255, img.w);
+  for (int y = 0; y < img.h; ++y)
+    std::memset(img.p[3] + y * img.s[3], 255, img.w);
 }
 
 } // namespace
@@ -327,9 +333,11 @@ void Blend(Yuv& dst, const Yuv& src, int x, int y, float opacity) {
 namespace {
 void MirrorPlane(uint8_t* p, int stride, int w, int h, bool horizontal, bool vertical) {
   if (horizontal)
-    for (int y = 0; y < h; ++y) std::reverse(p + y * stride, p + y * stride + w);
+    for (int y = 0; y < h; ++y)
+      std::reverse(p + y * stride, p + y * stride + w);
   if (vertical)
-    for (int y = 0; y < h / 2; ++y) std::swap_ranges(p + y * stride, p + y * stride + w, p + (h - 1 - y) * stride);
+    for (int y = 0; y < h / 2; ++y)
+      std::swap_ranges(p + y * stride, p + y * stride + w, p + (h - 1 - y) * stride);
 }
 } // namespace
 
@@ -349,7 +357,8 @@ void Mix(Yuv& dst, const Yuv& a, const Yuv& b, float t) {
       uint8_t* d = dst.p[k] + y * dst.s[k];
       const uint8_t* pa = a.p[k] + y * a.s[k];
       const uint8_t* pb = b.p[k] + y * b.s[k];
-      for (int x = 0; x < pw; ++x) d[x] = static_cast<uint8_t>(pa[x] + (((pb[x] - pa[x]) * w + 128) >> 8));
+      for (int x = 0; x < pw; ++x)
+        d[x] = static_cast<uint8_t>(pa[x] + (((pb[x] - pa[x]) * w + 128) >> 8));
     }
   }
 }
@@ -390,9 +399,11 @@ void BoxPass(uint8_t* p, int count, int lines, int step, int lineStep, int r, st
   int size = 2 * r + 1;
   for (int line = 0; line < lines; ++line) {
     uint8_t* base = p + static_cast<size_t>(line) * lineStep;
-    for (int i = 0; i < count; ++i) tmp[i] = base[static_cast<size_t>(i) * step];
+    for (int i = 0; i < count; ++i)
+      tmp[i] = base[static_cast<size_t>(i) * step];
     int sum = 0;
-    for (int i = -r; i <= r; ++i) sum += tmp[std::clamp(i, 0, count - 1)];
+    for (int i = -r; i <= r; ++i)
+      sum += tmp[std::clamp(i, 0, count - 1)];
     for (int i = 0; i < count; ++i) {
       base[static_cast<size_t>(i) * step] = static_cast<uint8_t>((sum + size / 2) / size);
       sum += tmp[std::min(i + r + 1, count - 1)] - tmp[std::max(i - r, 0)];
@@ -408,7 +419,8 @@ void BlurPlane(uint8_t* p, int stride, int w, int h, float sigma) {
   int wl = static_cast<int>(std::floor(ideal));
   if (wl % 2 == 0) --wl;
   int wu = wl + 2;
-  double mIdeal = (12.0 * sigma * sigma - passes * wl * wl - 4.0 * passes * wl - 3.0 * passes) / (-4.0 * wl - 4.0);
+  double mIdeal =
+      (12.0 * sigma * sigma - passes * wl * wl - 4.0 * passes * wl - 3.0 * passes) / (-4.0 * wl - 4.0);
   int m = static_cast<int>(std::lround(mIdeal));
   std::vector<uint8_t> tmp;
   for (int i = 0; i < passes; ++i) {

@@ -77,7 +77,8 @@ static mlt_producer OpenAvformat(const MediaProbe& probe, RenderContext& ctx, co
     return nullptr;
   }
   if (fd >= 0)
-    mlt_properties_set_data(MLT_PRODUCER_PROPERTIES(producer), "orma.fd", new int(fd), 0, CloseDescriptor, nullptr);
+    mlt_properties_set_data(MLT_PRODUCER_PROPERTIES(producer), "orma.fd", new int(fd), 0, CloseDescriptor,
+                            nullptr);
   return producer;
 }
 
@@ -112,7 +113,8 @@ MediaSource::MediaSource(const Media& media, int64_t sceneFrames, RenderContext&
   float show[4];
   NormalisedRect(a, "show", show);
   NormalisedRect(a, "crop", layout_.crop);
-  for (float& v : layout_.crop) v = std::clamp(v, 0.0f, 1.0f);
+  for (float& v : layout_.crop)
+    v = std::clamp(v, 0.0f, 1.0f);
   if (layout_.crop[2] <= layout_.crop[0] || layout_.crop[3] <= layout_.crop[1]) {
     layout_.crop[0] = layout_.crop[1] = 0;
     layout_.crop[2] = layout_.crop[3] = 1;
@@ -258,7 +260,8 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
   if (frame->audio) {
     auto gainAt = [&](int64_t u) {
       double g = volume_;
-      if (fadeInFrames_ > 0 && u < fadeInFrames_) g *= std::max<double>(0.0, static_cast<double>(u) / fadeInFrames_);
+      if (fadeInFrames_ > 0 && u < fadeInFrames_)
+        g *= std::max<double>(0.0, static_cast<double>(u) / fadeInFrames_);
       if (fadeOutFrames_ > 0 && duration_ - u < fadeOutFrames_)
         g *= std::max<double>(0.0, static_cast<double>(duration_ - u) / fadeOutFrames_);
       return static_cast<float>(g);
@@ -304,30 +307,6 @@ PicturePtr MediaSource::LoadStill() {
   auto plain = std::make_shared<Picture>(layout_.w, layout_.h, false);
   CopyPicture(plain->view(), v);
   return plain;
-}
-
-bool LoadRgba(const MediaProbe& probe, RenderContext& ctx, RgbaImage* out, std::string* error) {
-  mlt_producer producer = OpenAvformat(probe, ctx, "", error);
-  if (!producer) return false;
-  mlt_frame frame = nullptr;
-  mlt_producer_seek(producer, 0);
-  bool ok = false;
-  if (mlt_service_get_frame(MLT_PRODUCER_SERVICE(producer), &frame, 0) == 0 && frame) {
-    uint8_t* image = nullptr;
-    mlt_image_format format = mlt_image_rgba;
-    int w = 0, h = 0;
-    if (mlt_frame_get_image(frame, &image, &format, &w, &h, 0) == 0 && image && format == mlt_image_rgba && w > 0 &&
-        h > 0) {
-      out->width = w;
-      out->height = h;
-      out->pixels.assign(image, image + static_cast<size_t>(w) * h * 4);
-      ok = true;
-    }
-    mlt_frame_close(frame);
-  }
-  mlt_producer_close(producer);
-  if (!ok) *error = probe.path + ": cannot decode the picture";
-  return ok;
 }
 
 } // namespace orma

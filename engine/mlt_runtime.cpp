@@ -25,7 +25,8 @@ bool gVerbose = false;
 
 void Remember(const char* text) {
   std::string line(text);
-  while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
+  while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
+    line.pop_back();
   if (line.empty()) return;
   std::lock_guard<std::mutex> lock(gErrorMutex);
   gLastError = line;
@@ -55,7 +56,8 @@ std::string ModuleFolder() {
   if (!dladdr(reinterpret_cast<void*>(&EnsureMlt), &info) || !info.dli_fname) return "";
   std::string lib(info.dli_fname);
   size_t slash = lib.rfind('/');
-  std::string folder = (slash == std::string::npos ? std::string(".") : lib.substr(0, slash)) + "/orma-mlt-modules";
+  std::string folder =
+      (slash == std::string::npos ? std::string(".") : lib.substr(0, slash)) + "/orma-mlt-modules";
   struct stat st;
   if (stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) return "";
   return folder;
@@ -63,12 +65,20 @@ std::string ModuleFolder() {
 
 } // namespace
 
+void QuietLibraries() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    const char* verbose = std::getenv("ORMA_VERBOSE");
+    gVerbose = verbose && *verbose && std::strcmp(verbose, "0") != 0;
+    av_log_set_callback(AvLogCallback);
+  });
+}
+
 bool EnsureMlt() {
   static std::once_flag once;
   static bool ok = false;
   std::call_once(once, [] {
-    const char* verbose = std::getenv("ORMA_VERBOSE");
-    gVerbose = verbose && *verbose && std::strcmp(verbose, "0") != 0;
+    QuietLibraries();
     mlt_log_set_callback(MltLogCallback);
     std::string folder = ModuleFolder();
     mlt_repository repository = mlt_factory_init(folder.empty() ? nullptr : folder.c_str());

@@ -12,6 +12,10 @@
 
 namespace orma {
 
+/// Routes FFmpeg's log lines to the engine (kept as the last error, printed
+/// only with ORMA_VERBOSE=1). Called before any FFmpeg use.
+void QuietLibraries();
+
 /// Starts MLT once per process; false (and a log line) when it cannot.
 bool EnsureMlt();
 

@@ -131,7 +131,8 @@ struct Element : Handle {
 };
 
 struct Scene : Element {
-  explicit Scene(bool pip) : Element(HandleType::Scene, pip ? ElementKind::PipScene : ElementKind::MainScene) {}
+  explicit Scene(bool pip)
+      : Element(HandleType::Scene, pip ? ElementKind::PipScene : ElementKind::MainScene) {}
   std::vector<Media*> media;
   Background background;
   int32_t transitionMode = 0;

@@ -16,6 +16,7 @@ extern "C" {
 #include <cstring>
 #include <memory>
 
+#include "engine/mlt_runtime.h"
 #include "platform/platform.h"
 
 namespace orma {
@@ -25,9 +26,9 @@ namespace {
 // Demuxers that read other resources named inside the file (playlists,
 // concatenation lists, session descriptions, manifests). A media path must
 // be one self-contained file.
-const char* const kRefusedDemuxers[] = {"hls", "applehttp", "concat", "sdp", "rtp", "rtsp", "dash",
-                                        "webm_dash_manifest", "imf", "ffmetadata", "mpjpeg", "tee",
-                                        "lavfi", "data", "bin", "tty"};
+const char* const kRefusedDemuxers[] = {
+    "hls", "applehttp",  "concat", "sdp", "rtp",   "rtsp", "dash", "webm_dash_manifest",
+    "imf", "ffmetadata", "mpjpeg", "tee", "lavfi", "data", "bin",  "tty"};
 
 bool IsRefusedDemuxer(const char* name) {
   if (!name) return true;
@@ -148,6 +149,7 @@ std::string ResolveLocalFile(const char* path, std::string* error) {
 }
 
 MediaProbe ProbeMedia(const char* path, bool decode) {
+  QuietLibraries();
   MediaProbe probe;
   probe.path = ResolveLocalFile(path, &probe.error);
   if (probe.path.empty()) return probe;
@@ -225,9 +227,11 @@ MediaProbe ProbeMedia(const char* path, bool decode) {
     probe.sampleRate = st->codecpar->sample_rate;
     probe.channels = st->codecpar->ch_layout.nb_channels;
   }
-  if (ctx->duration != AV_NOPTS_VALUE && ctx->duration > 0) probe.durationUs = ctx->duration;
+  if (ctx->duration != AV_NOPTS_VALUE && ctx->duration > 0)
+    probe.durationUs = ctx->duration;
   else if (video >= 0 && ctx->streams[video]->duration != AV_NOPTS_VALUE)
-    probe.durationUs = av_rescale_q(ctx->streams[video]->duration, ctx->streams[video]->time_base, AV_TIME_BASE_Q);
+    probe.durationUs =
+        av_rescale_q(ctx->streams[video]->duration, ctx->streams[video]->time_base, AV_TIME_BASE_Q);
 
   // A still picture is a video stream of one frame and no sound; count the
   // first video packets to tell it from a clip.
@@ -259,7 +263,8 @@ MediaProbe ProbeMedia(const char* path, bool decode) {
   return probe;
 }
 
-std::string AvformatResource(const std::string& nativePath, const std::string& extraOptions, std::string* error) {
+std::string AvformatResource(const std::string& nativePath, const std::string& extraOptions,
+                             std::string* error) {
   // MLT's avformat producer reads "name:rest" as a device or format name and
   // "\?" as the start of options; a path holding either must be handed over
   // as a /proc/self/fd alias by the caller instead.

@@ -12,16 +12,16 @@ namespace orma {
 
 struct MediaProbe {
   bool ok = false;
-  std::string error;       ///< why the file cannot be used (when !ok)
-  std::string path;        ///< absolute native path
-  std::string container;   ///< demuxer name
+  std::string error;     ///< why the file cannot be used (when !ok)
+  std::string path;      ///< absolute native path
+  std::string container; ///< demuxer name
   bool hasVideo = false;
   bool hasAudio = false;
-  bool still = false;      ///< a single picture (png, jpg, bmp, webp, one-frame gif)
-  int64_t durationUs = 0;  ///< 0 for stills
+  bool still = false;     ///< a single picture (png, jpg, bmp, webp, one-frame gif)
+  int64_t durationUs = 0; ///< 0 for stills
   int width = 0;
   int height = 0;
-  double frameRate = 0.0;  ///< 0 for stills
+  double frameRate = 0.0; ///< 0 for stills
   std::string videoCodec;
   std::string audioCodec;
   int sampleRate = 0;
@@ -45,6 +45,7 @@ bool PathIsPlainForAvformat(const std::string& nativePath);
 /// The resource string for MLT's avformat producer: the path, with FFmpeg's
 /// protocol whitelist limited to "file" (and the decoder options given).
 /// Paths that the producer would read as "format:resource" are refused.
-std::string AvformatResource(const std::string& nativePath, const std::string& extraOptions, std::string* error);
+std::string AvformatResource(const std::string& nativePath, const std::string& extraOptions,
+                             std::string* error);
 
 } // namespace orma

@@ -75,7 +75,8 @@ void DrawItem(const SourceFrame& frame, const ItemLayout& layout, Yuv& canvas, i
     Blend(canvas, item.view(), layout.x, layout.y, layout.opacity);
     return;
   }
-  bool inside = layout.x >= 0 && layout.y >= 0 && layout.x + layout.w <= canvas.w && layout.y + layout.h <= canvas.h;
+  bool inside =
+      layout.x >= 0 && layout.y >= 0 && layout.x + layout.w <= canvas.w && layout.y + layout.h <= canvas.h;
   if (layout.opacity >= 1.0f && inside) {
     // Opaque and on the canvas: scale straight into place.
     Yuv target = SubView(canvas, layout.x, layout.y, layout.w, layout.h);

@@ -73,8 +73,8 @@ using SourceFramePtr = std::shared_ptr<SourceFrame>;
 
 /// Placement of an item on the canvas, in pixels.
 struct ItemLayout {
-  int x = 0, y = 0, w = 0, h = 0;         ///< show rectangle (even)
-  float crop[4] = {0, 0, 1, 1};           ///< normalised source area
+  int x = 0, y = 0, w = 0, h = 0; ///< show rectangle (even)
+  float crop[4] = {0, 0, 1, 1};   ///< normalised source area
   bool mirrorH = false, mirrorV = false;
   float opacity = 1.0f;
   bool FullCanvas(int width, int height) const { return x == 0 && y == 0 && w == width && h == height; }
@@ -105,11 +105,11 @@ private:
   RenderContext& ctx_;
   ItemLayout layout_;
   int64_t sceneFrames_ = 0;
-  int64_t offset_ = 0;      ///< frames from the scene start to the item start
-  int64_t duration_ = 0;    ///< frames the item lasts in the scene
-  int64_t trimStart_ = 0;   ///< source position of the item's first frame
-  int64_t trimLast_ = -1;   ///< last source frame of the trimmed range (-1: none)
-  int64_t sourceLast_ = 0;  ///< last frame of the source
+  int64_t offset_ = 0;     ///< frames from the scene start to the item start
+  int64_t duration_ = 0;   ///< frames the item lasts in the scene
+  int64_t trimStart_ = 0;  ///< source position of the item's first frame
+  int64_t trimLast_ = -1;  ///< last source frame of the trimmed range (-1: none)
+  int64_t sourceLast_ = 0; ///< last frame of the source
   double speed_ = 1.0;
   bool audioWanted_ = false;
   float volume_ = 1.0f;
@@ -186,8 +186,8 @@ std::unique_ptr<Painter> MakeColorPainter(const Background&, RenderContext&);
 std::unique_ptr<Painter> MakePicturePainter(const Background&, RenderContext&);
 std::unique_ptr<Painter> MakeBlurPainter(const Background&, RenderContext&);
 
-/// Decodes a still picture through MLT's avformat producer into packed RGBA
-/// (used for pictures, picture backgrounds and luma maps).
+/// Decodes a still picture into packed RGBA (pictures, picture backgrounds
+/// and luma maps); see still_image.cpp for why not through MLT.
 struct RgbaImage {
   int width = 0, height = 0;
   std::vector<uint8_t> pixels;

@@ -7,21 +7,24 @@ namespace orma {
 SceneRenderer::SceneRenderer(const Scene& scene, RenderContext& ctx) : scene_(scene), ctx_(ctx) {
   startFrame = UsToFrames(scene.startUs, ctx.fps);
   endFrame = UsToFrames(scene.endUs, ctx.fps);
-  for (const Media* m : scene.media) sources_.push_back(std::make_unique<MediaSource>(*m, endFrame - startFrame, ctx));
+  for (const Media* m : scene.media)
+    sources_.push_back(std::make_unique<MediaSource>(*m, endFrame - startFrame, ctx));
   background_ = MakePainter(scene.background, ctx);
 }
 
 SceneRenderer::~SceneRenderer() { Release(); }
 
 void SceneRenderer::Release() {
-  for (auto& s : sources_) s->Release();
+  for (auto& s : sources_)
+    s->Release();
   if (background_) background_->Release();
 }
 
 SceneRenderer::FramePtr SceneRenderer::Fetch(int64_t t, bool withAudio) {
   auto frame = std::make_shared<Frame>();
   frame->items.reserve(sources_.size());
-  for (auto& s : sources_) frame->items.push_back(s->Fetch(t, withAudio));
+  for (auto& s : sources_)
+    frame->items.push_back(s->Fetch(t, withAudio));
   if (!CoversCanvas(*frame)) frame->background = background_->Prepare(*this);
   return frame;
 }

@@ -34,14 +34,22 @@ void DeleteClipJob(void* p) { delete static_cast<ClipJob*>(p); }
 bool ConvertCanvas(const uint8_t* src, int w, int h, mlt_image_format to, uint8_t** out, int* size) {
   AVPixelFormat target;
   switch (to) {
-  case mlt_image_yuv422: target = AV_PIX_FMT_YUYV422; break;
-  case mlt_image_rgba: target = AV_PIX_FMT_RGBA; break;
-  case mlt_image_rgb: target = AV_PIX_FMT_RGB24; break;
-  default: return false;
+  case mlt_image_yuv422:
+    target = AV_PIX_FMT_YUYV422;
+    break;
+  case mlt_image_rgba:
+    target = AV_PIX_FMT_RGBA;
+    break;
+  case mlt_image_rgb:
+    target = AV_PIX_FMT_RGB24;
+    break;
+  default:
+    return false;
   }
   *size = mlt_image_format_size(to, w, h, nullptr);
   uint8_t* buffer = static_cast<uint8_t*>(mlt_pool_alloc(*size));
-  SwsContext* ctx = sws_getContext(w, h, AV_PIX_FMT_YUV420P, w, h, target, SWS_BILINEAR, nullptr, nullptr, nullptr);
+  SwsContext* ctx =
+      sws_getContext(w, h, AV_PIX_FMT_YUV420P, w, h, target, SWS_BILINEAR, nullptr, nullptr, nullptr);
   if (!ctx) {
     mlt_pool_release(buffer);
     return false;
@@ -59,7 +67,8 @@ bool ConvertCanvas(const uint8_t* src, int w, int h, mlt_image_format to, uint8_
 }
 
 int ClipGetImage(mlt_frame frame, uint8_t** image, mlt_image_format* format, int* width, int* height, int) {
-  auto* box = static_cast<ClipJob*>(mlt_properties_get_data(MLT_FRAME_PROPERTIES(frame), "orma.job", nullptr));
+  auto* box =
+      static_cast<ClipJob*>(mlt_properties_get_data(MLT_FRAME_PROPERTIES(frame), "orma.job", nullptr));
   if (!box) return 1;
   RenderContext& ctx = box->clip->timeline->ctx;
   int w = ctx.width, h = ctx.height;
@@ -91,7 +100,8 @@ int ClipGetImage(mlt_frame frame, uint8_t** image, mlt_image_format* format, int
 
 int ClipGetAudio(mlt_frame frame, void** buffer, mlt_audio_format* format, int* frequency, int* channels,
                  int* samples) {
-  auto* box = static_cast<ClipJob*>(mlt_properties_get_data(MLT_FRAME_PROPERTIES(frame), "orma.job", nullptr));
+  auto* box =
+      static_cast<ClipJob*>(mlt_properties_get_data(MLT_FRAME_PROPERTIES(frame), "orma.job", nullptr));
   if (!box) return 1;
   RenderContext& ctx = box->clip->timeline->ctx;
   AudioBlock block;
@@ -177,7 +187,8 @@ Timeline::Timeline(VirtualVideo& v, RenderContext& c) : video(v), ctx(c) {
 
 Timeline::~Timeline() {
   if (tractor_) mlt_tractor_close(tractor_);
-  for (mlt_playlist p : tracks_) mlt_playlist_close(p);
+  for (mlt_playlist p : tracks_)
+    mlt_playlist_close(p);
   renderers_.clear();
   segments_.clear();
 }
@@ -214,7 +225,8 @@ bool Timeline::Append(int track, std::unique_ptr<Segment> segment) {
   producer->child = clip;
   producer->get_frame = ClipGetFrame;
   mlt_properties props = MLT_PRODUCER_PROPERTIES(producer);
-  mlt_properties_set_data(props, "orma.clip", clip, 0, [](void* p) { delete static_cast<ClipState*>(p); }, nullptr);
+  mlt_properties_set_data(
+      props, "orma.clip", clip, 0, [](void* p) { delete static_cast<ClipState*>(p); }, nullptr);
   mlt_properties_set(props, "mlt_service", "orma.clip");
   mlt_properties_set_position(props, "length", static_cast<mlt_position>(length));
   mlt_producer_set_in_and_out(producer, 0, static_cast<mlt_position>(length - 1));
@@ -251,10 +263,13 @@ bool Timeline::Build(std::string* error) {
   // Main scenes in time order, then stacked elements by level (0, "not set",
   // above every set level), in the order they were added.
   std::vector<Element*> main, stacked;
-  for (Element* e : video.elements) (e->kind == ElementKind::MainScene ? main : stacked).push_back(e);
-  std::stable_sort(main.begin(), main.end(), [](const Element* a, const Element* b) { return a->startUs < b->startUs; });
+  for (Element* e : video.elements)
+    (e->kind == ElementKind::MainScene ? main : stacked).push_back(e);
+  std::stable_sort(main.begin(), main.end(),
+                   [](const Element* a, const Element* b) { return a->startUs < b->startUs; });
   auto key = [](const Element* e) { return e->level > 0 ? static_cast<int64_t>(e->level) : INT64_MAX; };
-  std::stable_sort(stacked.begin(), stacked.end(), [&](const Element* a, const Element* b) { return key(a) < key(b); });
+  std::stable_sort(stacked.begin(), stacked.end(),
+                   [&](const Element* a, const Element* b) { return key(a) < key(b); });
 
   std::unique_ptr<ElementBuilder> builders[static_cast<int>(ElementKind::Count)];
   auto builderFor = [&](ElementKind kind) -> ElementBuilder* {

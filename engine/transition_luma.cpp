@@ -7,7 +7,8 @@
 
 namespace orma {
 
-std::unique_ptr<TransitionEffect> MakeLuma(const TransitionSpec& spec, RenderContext& ctx, std::string* error) {
+std::unique_ptr<TransitionEffect> MakeLuma(const TransitionSpec& spec, RenderContext& ctx,
+                                           std::string* error) {
   MediaProbe probe = ProbeMedia(spec.lumaPath.c_str(), false);
   if (!probe.ok) {
     *error = probe.error;
@@ -16,7 +17,8 @@ std::unique_ptr<TransitionEffect> MakeLuma(const TransitionSpec& spec, RenderCon
   RgbaImage image;
   if (!LoadRgba(probe, ctx, &image, error)) return nullptr;
   Picture map(ctx.width, ctx.height, true);
-  if (!ScaleRgba(image.pixels.data(), image.width * 4, 0, 0, image.width, image.height, map.view(), ctx.matrix)) {
+  if (!ScaleRgba(image.pixels.data(), image.width * 4, 0, 0, image.width, image.height, map.view(),
+                 ctx.matrix)) {
     *error = spec.lumaPath + ": cannot scale the luma map";
     return nullptr;
   }

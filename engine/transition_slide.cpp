@@ -47,8 +47,10 @@ public:
       by = -static_cast<int>(std::lround(h * (1.0f - p)));
       ay = by + h;
     }
-    if (push_) CopyShifted(dst, a, ax, ay);
-    else CopyPicture(dst, a);
+    if (push_)
+      CopyShifted(dst, a, ax, ay);
+    else
+      CopyPicture(dst, a);
     CopyShifted(dst, b, bx, by);
   }
 

@@ -102,7 +102,8 @@ bool ReadConfig(const std::string& file, TransitionSpec* spec, std::string* erro
 
 std::vector<std::string> TransitionNames() {
   std::vector<std::string> names;
-  for (const auto& k : kTransitions) names.push_back(k.name);
+  for (const auto& k : kTransitions)
+    names.push_back(k.name);
   return names;
 }
 
@@ -112,7 +113,8 @@ bool LoadTransitionSpec(const char* path, TransitionSpec* spec, std::string* err
   *spec = TransitionSpec();
   spec->source = path;
   std::string lower = Lower(file);
-  if (EndsWith(lower, ".jpg") || EndsWith(lower, ".jpeg") || EndsWith(lower, ".png") || EndsWith(lower, ".bmp")) {
+  if (EndsWith(lower, ".jpg") || EndsWith(lower, ".jpeg") || EndsWith(lower, ".png") ||
+      EndsWith(lower, ".bmp")) {
     spec->kind = "luma";
     spec->lumaPath = file;
   } else if (!ReadConfig(file, spec, error)) {
@@ -129,7 +131,8 @@ bool LoadTransitionSpec(const char* path, TransitionSpec* spec, std::string* err
   return true;
 }
 
-std::unique_ptr<TransitionEffect> MakeTransition(const TransitionSpec& spec, RenderContext& ctx, std::string* error) {
+std::unique_ptr<TransitionEffect> MakeTransition(const TransitionSpec& spec, RenderContext& ctx,
+                                                 std::string* error) {
   const TransitionKind* kind = FindKind(spec.kind);
   if (!kind) {
     *error = "unknown transition " + spec.kind;
@@ -147,13 +150,16 @@ void MaskTransition::Render(Yuv& dst, const Yuv& a, const Yuv& b, float p) const
   uint8_t lut[256];
   for (int l = 0; l < 256; ++l) {
     float value = l / 255.0f, v;
-    if (softness_ > 0.0f) v = std::clamp((p * (1.0f + softness_) - value) / softness_, 0.0f, 1.0f);
-    else v = value < p ? 1.0f : 0.0f;
+    if (softness_ > 0.0f)
+      v = std::clamp((p * (1.0f + softness_) - value) / softness_, 0.0f, 1.0f);
+    else
+      v = value < p ? 1.0f : 0.0f;
     lut[l] = static_cast<uint8_t>(std::lround(v * 255.0f));
   }
   thread_local std::vector<uint8_t> mask;
   mask.resize(order_.size());
-  for (size_t i = 0; i < order_.size(); ++i) mask[i] = lut[order_[i]];
+  for (size_t i = 0; i < order_.size(); ++i)
+    mask[i] = lut[order_[i]];
   MaskMix(dst, a, b, mask.data(), width_);
 }
 

@@ -30,7 +30,8 @@ using TransitionFactory = std::unique_ptr<TransitionEffect> (*)(const Transition
 /// png, bmp) or a config.json naming a built-in transition.
 bool LoadTransitionSpec(const char* path, TransitionSpec* spec, std::string* error);
 
-std::unique_ptr<TransitionEffect> MakeTransition(const TransitionSpec& spec, RenderContext& ctx, std::string* error);
+std::unique_ptr<TransitionEffect> MakeTransition(const TransitionSpec& spec, RenderContext& ctx,
+                                                 std::string* error);
 
 /// Names of the built-in transitions.
 std::vector<std::string> TransitionNames();

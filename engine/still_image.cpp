@@ -1,0 +1,113 @@
+// Still pictures (png, jpg, bmp, webp, one-frame gif) are decoded here with
+// libavformat and libavcodec, under the same rules as every media file (a
+// plain local file, FFmpeg limited to the "file" protocol, the demuxer that
+// the probe accepted). MLT 7.12's avformat producer is not used for them: it
+// returns its 720x576 test card for most JPEG pictures (every JPEG from
+// 1280x720 up that was tried, from FFmpeg and from other encoders alike).
+// A picture is decoded once per scene, so nothing is lost by not having MLT
+// schedule it.
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/dict.h>
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
+#include "engine/mlt_runtime.h"
+#include "engine/render.h"
+
+namespace orma {
+
+namespace {
+std::string AvError(int code) {
+  char buffer[AV_ERROR_MAX_STRING_SIZE] = {0};
+  av_strerror(code, buffer, sizeof buffer);
+  return buffer;
+}
+
+bool FullRange(const AVFrame* f) {
+  if (f->color_range == AVCOL_RANGE_JPEG) return true;
+  if (f->color_range == AVCOL_RANGE_MPEG) return false;
+  switch (f->format) {
+  case AV_PIX_FMT_YUVJ420P:
+  case AV_PIX_FMT_YUVJ422P:
+  case AV_PIX_FMT_YUVJ444P:
+  case AV_PIX_FMT_YUVJ440P:
+  case AV_PIX_FMT_YUVJ411P:
+    return true;
+  default:
+    return false;
+  }
+}
+} // namespace
+
+bool LoadRgba(const MediaProbe& probe, RenderContext&, RgbaImage* out, std::string* error) {
+  QuietLibraries();
+  const AVInputFormat* format =
+      probe.container.empty() ? nullptr : av_find_input_format(probe.container.c_str());
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "protocol_whitelist", "file", 0);
+  if (probe.container == "image2") av_dict_set(&options, "pattern_type", "none", 0);
+  AVFormatContext* fmt = nullptr;
+  std::string url = "file:" + probe.path;
+  int rc = avformat_open_input(&fmt, url.c_str(), format, &options);
+  av_dict_free(&options);
+  if (rc < 0) {
+    *error = probe.path + ": " + AvError(rc);
+    return false;
+  }
+  AVCodecContext* dec = nullptr;
+  AVPacket* pkt = av_packet_alloc();
+  AVFrame* frame = av_frame_alloc();
+  bool got = false;
+  int stream = -1;
+  if (avformat_find_stream_info(fmt, nullptr) >= 0)
+    stream = av_find_best_stream(fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  if (stream >= 0) {
+    const AVCodec* codec = avcodec_find_decoder(fmt->streams[stream]->codecpar->codec_id);
+    dec = codec ? avcodec_alloc_context3(codec) : nullptr;
+    if (dec && avcodec_parameters_to_context(dec, fmt->streams[stream]->codecpar) >= 0) {
+      dec->thread_count = 1;
+      if (avcodec_open2(dec, codec, nullptr) >= 0) {
+        while (!got && av_read_frame(fmt, pkt) >= 0) {
+          if (pkt->stream_index == stream && avcodec_send_packet(dec, pkt) >= 0)
+            got = avcodec_receive_frame(dec, frame) >= 0;
+          av_packet_unref(pkt);
+        }
+        if (!got) {
+          avcodec_send_packet(dec, nullptr);
+          got = avcodec_receive_frame(dec, frame) >= 0;
+        }
+      }
+    }
+  }
+  if (got) {
+    int w = frame->width, h = frame->height;
+    SwsContext* sws =
+        sws_getContext(w, h, static_cast<AVPixelFormat>(frame->format), w, h, AV_PIX_FMT_RGBA,
+                       SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr);
+    if (sws) {
+      int space = frame->colorspace == AVCOL_SPC_BT709 ? SWS_CS_ITU709 : SWS_CS_ITU601;
+      sws_setColorspaceDetails(sws, sws_getCoefficients(space), FullRange(frame) ? 1 : 0,
+                               sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, 1 << 16, 1 << 16);
+      out->width = w;
+      out->height = h;
+      out->pixels.assign(static_cast<size_t>(w) * h * 4, 0);
+      uint8_t* dst[4] = {out->pixels.data(), nullptr, nullptr, nullptr};
+      int strides[4] = {w * 4, 0, 0, 0};
+      sws_scale(sws, frame->data, frame->linesize, 0, h, dst, strides);
+      sws_freeContext(sws);
+    } else {
+      got = false;
+    }
+  }
+  av_frame_free(&frame);
+  av_packet_free(&pkt);
+  avcodec_free_context(&dec);
+  avformat_close_input(&fmt);
+  if (!got) *error = probe.path + ": cannot decode the picture";
+  return got;
+}
+
+} // namespace orma

@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# The demo: makes its media with Debian's ffmpeg (nothing is downloaded),
+# then renders examples/demo/draft.json with examples/demo/export.json to
+# out/demo.mp4 through the program, printing its progress lines.
+#   scripts/demo.sh BUILD_DIR
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=${1:-build}
+program="$build/ormadraft"
+if [ ! -x "$program" ]; then
+  echo "demo: $program is missing; build first (make build)" >&2
+  exit 1
+fi
+
+media=out/demo-media
+mkdir -p "$media"
+if [ ! -f "$media/.complete" ]; then
+  echo "demo: making the demo media in $media"
+  ff() { ffmpeg -v error -y "$@"; }
+  # A moving test pattern with a tone, and moving colour gradients with another.
+  ff -f lavfi -i "testsrc2=s=1280x720:r=30:d=6" -f lavfi -i "sine=f=330:d=6:sample_rate=48000" \
+     -c:v libx264 -preset veryfast -pix_fmt yuv420p -c:a aac -ac 2 -shortest "$media/pattern.mp4"
+  ff -f lavfi -i "gradients=s=1280x720:r=30:d=6:speed=0.03:n=4" -f lavfi -i "sine=f=523:d=6:sample_rate=48000" \
+     -c:v libx264 -preset veryfast -pix_fmt yuv420p -c:a aac -ac 2 -shortest "$media/gradients.mp4"
+  # A portrait clip (for the blurred background) and a one-second clip.
+  ff -f lavfi -i "testsrc=s=540x960:r=30:d=4" -c:v libx264 -preset veryfast -pix_fmt yuv420p "$media/portrait.mp4"
+  ff -f lavfi -i "smptehdbars=s=1280x720:r=30:d=1" -f lavfi -i "sine=f=880:d=1:sample_rate=48000" \
+     -c:v libx264 -preset veryfast -pix_fmt yuv420p -c:a aac -ac 2 -shortest "$media/bars.mp4"
+  # Pictures: a fractal, and a wide backdrop.
+  ff -f lavfi -i "mandelbrot=s=960x720:end_pts=1" -frames:v 1 "$media/fractal.png"
+  ff -f lavfi -i "gradients=s=2400x720:n=6:seed=7" -frames:v 1 -q:v 3 "$media/backdrop.jpg"
+  touch "$media/.complete"
+fi
+
+mkdir -p out
+rm -f out/demo.mp4
+# The program's exit status is 1 after every export attempt; the result is
+# in its last line and in the file.
+"$program" "$PWD/examples/demo/draft.json" "$PWD/examples/demo/export.json" || true
+if [ -s out/demo.mp4 ]; then
+  echo "demo: wrote out/demo.mp4"
+  ffprobe -v error -show_entries stream=codec_name,width,height,r_frame_rate:format=duration \
+    -of compact=p=0 out/demo.mp4 || true
+else
+  echo "demo: no video was written" >&2
+  exit 1
+fi

@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Generates the media the engine tests render, with Debian's ffmpeg: plain
+# colours, tones, pictures and a few files that must be refused.
+set -euo pipefail
+out=${1:?usage: make_media.sh FOLDER}
+mkdir -p "$out"
+cd "$out"
+ff() { ffmpeg -v error -y "$@"; }
+size=320x180
+# Clips of one colour with a tone each (3 s, 25 fps), and one without sound.
+ff -f lavfi -i "color=c=red:s=$size:r=25:d=3" -f lavfi -i "sine=f=440:d=3:sample_rate=44100" \
+   -c:v libx264 -pix_fmt yuv420p -c:a aac -ac 2 -shortest red.mp4
+ff -f lavfi -i "color=c=blue:s=$size:r=25:d=3" -f lavfi -i "sine=f=880:d=3:sample_rate=44100" \
+   -c:v libx264 -pix_fmt yuv420p -c:a aac -ac 2 -shortest blue.mp4
+ff -f lavfi -i "color=c=0x00ff00:s=$size:r=25:d=3" -c:v libx264 -pix_fmt yuv420p green.mp4
+# One second: red for half a second, then green.
+ff -f lavfi -i "color=c=red:s=$size:r=25:d=0.5" -f lavfi -i "color=c=0x00ff00:s=$size:r=25:d=0.5" \
+   -filter_complex "[0][1]concat=n=2:v=1" -c:v libx264 -pix_fmt yuv420p redgreen.mp4
+# Pictures: left half red and right half blue; the same twice as wide; yellow.
+ff -f lavfi -i "color=c=red:s=160x180" -f lavfi -i "color=c=blue:s=160x180" \
+   -filter_complex "[0][1]hstack" -frames:v 1 halves.png
+ff -f lavfi -i "color=c=red:s=320x180" -f lavfi -i "color=c=blue:s=320x180" \
+   -filter_complex "[0][1]hstack" -frames:v 1 wide.png
+# Four quarters (red, green, blue, yellow), twice as wide as the canvas.
+ff -f lavfi -i "color=c=red:s=160x180" -f lavfi -i "color=c=0x00ff00:s=160x180" \
+   -f lavfi -i "color=c=blue:s=160x180" -f lavfi -i "color=c=yellow:s=160x180" \
+   -filter_complex "[0][1][2][3]hstack=inputs=4" -frames:v 1 quarters.png
+ff -f lavfi -i "color=c=yellow:s=$size" -frames:v 1 -q:v 2 yellow.jpg
+ff -f lavfi -i "color=c=white:s=$size" -frames:v 1 white.bmp
+# A camera-sized JPEG picture.
+ff -f lavfi -i "color=c=cyan:s=1920x1080" -frames:v 1 -q:v 3 big.jpg
+# A tone alone.
+ff -f lavfi -i "sine=f=440:d=2:sample_rate=44100" -c:a libmp3lame tone.mp3
+# Files that are not media: text named like a clip, and a playlist.
+printf 'not a video\n' > text.mp4
+printf '#EXTM3U\n#EXT-X-TARGETDURATION:3\n#EXTINF:3,\nred.mp4\n#EXT-X-ENDLIST\n' > list.m3u8
+touch "$out/.complete"
