@@ -161,10 +161,10 @@ ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scen
       return Refuse("OrmaSetSceneTransition", kBadState,
                     "the transition mode is not set (call with mode 3 first)");
     if (durationUs < 0) return Refuse("OrmaSetSceneTransition", kBadArgument, "negative duration");
-    TransitionSpec spec;
+    TransitionStyle style;
     std::string error;
-    if (!LoadTransitionSpec(path, &spec, &error)) return Refuse("OrmaSetSceneTransition", kBadFile, error);
-    s.transition = spec;
+    if (!LoadTransitionStyle(path, &style, &error)) return Refuse("OrmaSetSceneTransition", kBadFile, error);
+    s.transition = style;
     s.transitionUs = durationUs;
     return int32_t{kOk};
   });

@@ -97,7 +97,7 @@ struct Mask : Handle {
 };
 
 /// What a transition between two scenes looks like (see docs/resources.md).
-struct TransitionSpec {
+struct TransitionStyle {
   std::string kind;      ///< dissolve, wipe, slide, push, zoom, circle, luma
   std::string direction; ///< left, right, up, down (wipe, slide, push)
   bool reverse = false;  ///< zoom out, circle closing, luma inverted
@@ -136,7 +136,7 @@ struct Scene : Element {
   std::vector<Media*> media;
   Background background;
   int32_t transitionMode = 0;
-  std::optional<TransitionSpec> transition;
+  std::optional<TransitionStyle> transition;
   int64_t transitionUs = 0;
 };
 

@@ -10,7 +10,7 @@ public:
 };
 } // namespace
 
-std::unique_ptr<TransitionEffect> MakeDissolve(const TransitionSpec&, RenderContext&, std::string*) {
+std::unique_ptr<TransitionEffect> MakeDissolve(const TransitionStyle&, RenderContext&, std::string*) {
   return std::make_unique<Dissolve>();
 }
 

@@ -7,9 +7,9 @@
 
 namespace orma {
 
-std::unique_ptr<TransitionEffect> MakeLuma(const TransitionSpec& spec, RenderContext& ctx,
+std::unique_ptr<TransitionEffect> MakeLuma(const TransitionStyle& style, RenderContext& ctx,
                                            std::string* error) {
-  MediaProbe probe = ProbeMedia(spec.lumaPath.c_str(), false);
+  MediaProbe probe = ProbeMedia(style.lumaPath.c_str(), false);
   if (!probe.ok) {
     *error = probe.error;
     return nullptr;
@@ -19,7 +19,7 @@ std::unique_ptr<TransitionEffect> MakeLuma(const TransitionSpec& spec, RenderCon
   Picture map(ctx.width, ctx.height, true);
   if (!ScaleRgba(image.pixels.data(), image.width * 4, 0, 0, image.width, image.height, map.view(),
                  ctx.matrix)) {
-    *error = spec.lumaPath + ": cannot scale the luma map";
+    *error = style.lumaPath + ": cannot scale the luma map";
     return nullptr;
   }
   std::vector<uint8_t> order(static_cast<size_t>(ctx.width) * ctx.height);
@@ -28,9 +28,9 @@ std::unique_ptr<TransitionEffect> MakeLuma(const TransitionSpec& spec, RenderCon
     for (int x = 0; x < ctx.width; ++x) {
       // Limited-range luma back to 0..255.
       int l = std::clamp((v.p[0][y * v.s[0] + x] - 16) * 255 / 219, 0, 255);
-      order[static_cast<size_t>(y) * ctx.width + x] = static_cast<uint8_t>(spec.reverse ? 255 - l : l);
+      order[static_cast<size_t>(y) * ctx.width + x] = static_cast<uint8_t>(style.reverse ? 255 - l : l);
     }
-  return std::make_unique<MaskTransition>(std::move(order), ctx.width, ctx.height, spec.softness);
+  return std::make_unique<MaskTransition>(std::move(order), ctx.width, ctx.height, style.softness);
 }
 
 } // namespace orma

@@ -61,12 +61,12 @@ private:
 
 } // namespace
 
-std::unique_ptr<TransitionEffect> MakeSlide(const TransitionSpec& spec, RenderContext&, std::string*) {
-  return std::make_unique<Slide>(spec.direction.empty() ? "left" : spec.direction, false);
+std::unique_ptr<TransitionEffect> MakeSlide(const TransitionStyle& style, RenderContext&, std::string*) {
+  return std::make_unique<Slide>(style.direction.empty() ? "left" : style.direction, false);
 }
 
-std::unique_ptr<TransitionEffect> MakePush(const TransitionSpec& spec, RenderContext&, std::string*) {
-  return std::make_unique<Slide>(spec.direction.empty() ? "left" : spec.direction, true);
+std::unique_ptr<TransitionEffect> MakePush(const TransitionStyle& style, RenderContext&, std::string*) {
+  return std::make_unique<Slide>(style.direction.empty() ? "left" : style.direction, true);
 }
 
 } // namespace orma

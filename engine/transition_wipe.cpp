@@ -6,10 +6,10 @@
 
 namespace orma {
 
-std::unique_ptr<TransitionEffect> MakeWipe(const TransitionSpec& spec, RenderContext& ctx, std::string*) {
+std::unique_ptr<TransitionEffect> MakeWipe(const TransitionStyle& style, RenderContext& ctx, std::string*) {
   int w = ctx.width, h = ctx.height;
   std::vector<uint8_t> order(static_cast<size_t>(w) * h);
-  const std::string& d = spec.direction.empty() ? std::string("left") : spec.direction;
+  const std::string& d = style.direction.empty() ? std::string("left") : style.direction;
   for (int y = 0; y < h; ++y)
     for (int x = 0; x < w; ++x) {
       double v;
@@ -23,7 +23,7 @@ std::unique_ptr<TransitionEffect> MakeWipe(const TransitionSpec& spec, RenderCon
         v = 1.0 - (y + 0.5) / h; // up
       order[static_cast<size_t>(y) * w + x] = static_cast<uint8_t>(std::lround(v * 255.0));
     }
-  return std::make_unique<MaskTransition>(std::move(order), w, h, spec.softness);
+  return std::make_unique<MaskTransition>(std::move(order), w, h, style.softness);
 }
 
 } // namespace orma

@@ -40,8 +40,8 @@ private:
 
 } // namespace
 
-std::unique_ptr<TransitionEffect> MakeZoom(const TransitionSpec& spec, RenderContext& ctx, std::string*) {
-  return std::make_unique<Zoom>(spec.reverse, ctx.matrix);
+std::unique_ptr<TransitionEffect> MakeZoom(const TransitionStyle& style, RenderContext& ctx, std::string*) {
+  return std::make_unique<Zoom>(style.reverse, ctx.matrix);
 }
 
 } // namespace orma

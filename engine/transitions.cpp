@@ -45,7 +45,7 @@ std::string Folder(const std::string& path) {
   return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 
-bool ReadConfig(const std::string& file, TransitionSpec* spec, std::string* error) {
+bool ReadConfig(const std::string& file, TransitionStyle* style, std::string* error) {
   std::string text;
   if (!platform::ReadWholeFile(file.c_str(), &text)) {
     *error = file + ": cannot be read";
@@ -63,7 +63,7 @@ bool ReadConfig(const std::string& file, TransitionSpec* spec, std::string* erro
     *error = file + ": \"transition\" must name one of the built-in transitions";
     ok = false;
   } else {
-    spec->kind = Lower(name->valuestring);
+    style->kind = Lower(name->valuestring);
   }
   const cJSON* direction = cJSON_GetObjectItem(root, "direction");
   if (ok && direction) {
@@ -72,7 +72,7 @@ bool ReadConfig(const std::string& file, TransitionSpec* spec, std::string* erro
       *error = file + ": \"direction\" must be left, right, up or down";
       ok = false;
     }
-    spec->direction = d;
+    style->direction = d;
   }
   const cJSON* softness = cJSON_GetObjectItem(root, "softness");
   if (ok && softness) {
@@ -80,18 +80,18 @@ bool ReadConfig(const std::string& file, TransitionSpec* spec, std::string* erro
       *error = file + ": \"softness\" must be a number from 0 to 1";
       ok = false;
     }
-    spec->softness = static_cast<float>(softness->valuedouble);
+    style->softness = static_cast<float>(softness->valuedouble);
   }
   const cJSON* reverse = cJSON_GetObjectItem(root, "reverse");
-  if (ok && reverse) spec->reverse = cJSON_IsTrue(reverse);
-  if (ok && spec->kind == "luma") {
+  if (ok && reverse) style->reverse = cJSON_IsTrue(reverse);
+  if (ok && style->kind == "luma") {
     const cJSON* luma = cJSON_GetObjectItem(root, "luma");
     if (!cJSON_IsString(luma) || !*luma->valuestring) {
       *error = file + ": a luma transition needs \"luma\", the name of its picture";
       ok = false;
     } else {
       std::string p = platform::NativePath(luma->valuestring);
-      spec->lumaPath = platform::IsAbsolutePath(luma->valuestring) ? p : Folder(file) + "/" + p;
+      style->lumaPath = platform::IsAbsolutePath(luma->valuestring) ? p : Folder(file) + "/" + p;
     }
   }
   cJSON_Delete(root);
@@ -107,38 +107,38 @@ std::vector<std::string> TransitionNames() {
   return names;
 }
 
-bool LoadTransitionSpec(const char* path, TransitionSpec* spec, std::string* error) {
+bool LoadTransitionStyle(const char* path, TransitionStyle* style, std::string* error) {
   std::string file = ResolveLocalFile(path, error);
   if (file.empty()) return false;
-  *spec = TransitionSpec();
-  spec->source = path;
+  *style = TransitionStyle();
+  style->source = path;
   std::string lower = Lower(file);
   if (EndsWith(lower, ".jpg") || EndsWith(lower, ".jpeg") || EndsWith(lower, ".png") ||
       EndsWith(lower, ".bmp")) {
-    spec->kind = "luma";
-    spec->lumaPath = file;
-  } else if (!ReadConfig(file, spec, error)) {
+    style->kind = "luma";
+    style->lumaPath = file;
+  } else if (!ReadConfig(file, style, error)) {
     return false;
   }
-  if (spec->kind == "luma") {
-    MediaProbe probe = ProbeMedia(spec->lumaPath.c_str(), true);
+  if (style->kind == "luma") {
+    MediaProbe probe = ProbeMedia(style->lumaPath.c_str(), true);
     if (!probe.ok || !probe.still) {
-      *error = probe.ok ? spec->lumaPath + ": a luma map must be a still picture" : probe.error;
+      *error = probe.ok ? style->lumaPath + ": a luma map must be a still picture" : probe.error;
       return false;
     }
-    spec->lumaPath = probe.path;
+    style->lumaPath = probe.path;
   }
   return true;
 }
 
-std::unique_ptr<TransitionEffect> MakeTransition(const TransitionSpec& spec, RenderContext& ctx,
+std::unique_ptr<TransitionEffect> MakeTransition(const TransitionStyle& style, RenderContext& ctx,
                                                  std::string* error) {
-  const TransitionKind* kind = FindKind(spec.kind);
+  const TransitionKind* kind = FindKind(style.kind);
   if (!kind) {
-    *error = "unknown transition " + spec.kind;
+    *error = "unknown transition " + style.kind;
     return nullptr;
   }
-  return kind->make(spec, ctx, error);
+  return kind->make(style, ctx, error);
 }
 
 MaskTransition::MaskTransition(std::vector<uint8_t> order, int width, int height, float softness)

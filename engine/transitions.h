@@ -23,14 +23,14 @@ public:
   virtual void Render(Yuv& dst, const Yuv& a, const Yuv& b, float p) const = 0;
 };
 
-using TransitionFactory = std::unique_ptr<TransitionEffect> (*)(const TransitionSpec&, RenderContext&,
+using TransitionFactory = std::unique_ptr<TransitionEffect> (*)(const TransitionStyle&, RenderContext&,
                                                                 std::string* error);
 
 /// Reads a transition resource given to the API: a luma picture (jpg, jpeg,
 /// png, bmp) or a config.json naming a built-in transition.
-bool LoadTransitionSpec(const char* path, TransitionSpec* spec, std::string* error);
+bool LoadTransitionStyle(const char* path, TransitionStyle* style, std::string* error);
 
-std::unique_ptr<TransitionEffect> MakeTransition(const TransitionSpec& spec, RenderContext& ctx,
+std::unique_ptr<TransitionEffect> MakeTransition(const TransitionStyle& style, RenderContext& ctx,
                                                  std::string* error);
 
 /// Names of the built-in transitions.
@@ -49,12 +49,12 @@ private:
   float softness_;
 };
 
-std::unique_ptr<TransitionEffect> MakeDissolve(const TransitionSpec&, RenderContext&, std::string*);
-std::unique_ptr<TransitionEffect> MakeWipe(const TransitionSpec&, RenderContext&, std::string*);
-std::unique_ptr<TransitionEffect> MakeSlide(const TransitionSpec&, RenderContext&, std::string*);
-std::unique_ptr<TransitionEffect> MakePush(const TransitionSpec&, RenderContext&, std::string*);
-std::unique_ptr<TransitionEffect> MakeZoom(const TransitionSpec&, RenderContext&, std::string*);
-std::unique_ptr<TransitionEffect> MakeCircle(const TransitionSpec&, RenderContext&, std::string*);
-std::unique_ptr<TransitionEffect> MakeLuma(const TransitionSpec&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakeDissolve(const TransitionStyle&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakeWipe(const TransitionStyle&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakeSlide(const TransitionStyle&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakePush(const TransitionStyle&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakeZoom(const TransitionStyle&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakeCircle(const TransitionStyle&, RenderContext&, std::string*);
+std::unique_ptr<TransitionEffect> MakeLuma(const TransitionStyle&, RenderContext&, std::string*);
 
 } // namespace orma
