@@ -75,6 +75,7 @@ int ClipGetImage(mlt_frame frame, uint8_t** image, mlt_image_format* format, int
   int size = Yuv420Size(w, h);
   uint8_t* buffer = static_cast<uint8_t*>(mlt_pool_alloc(size));
   Yuv canvas = Yuv420View(buffer, w, h);
+  if (box->clip->segment->overlay) Fill(canvas, YuvColor{});
   box->clip->segment->Render(box->job, canvas);
   mlt_image_format requested = *format;
   if (requested != mlt_image_yuv420p && requested != mlt_image_none && requested != mlt_image_movit) {
@@ -172,12 +173,23 @@ int ClipGetFrame(mlt_producer producer, mlt_frame_ptr frame, int) {
   mlt_properties_set_int(props, "colorspace", ctx.matrix);
   mlt_properties_set_data(props, "orma.job", box, 0, DeleteClipJob, nullptr);
   mlt_frame_push_get_image(*frame, ClipGetImage);
-  mlt_frame_push_audio(*frame, reinterpret_cast<void*>(ClipGetAudio));
+  if (clip->segment->overlay)
+    mlt_properties_set_int(props, "test_audio", 1);
+  else
+    mlt_frame_push_audio(*frame, reinterpret_cast<void*>(ClipGetAudio));
   mlt_producer_prepare_next(producer);
   return 0;
 }
 
 } // namespace
+
+Segment* ClipSegment(mlt_frame frame, std::shared_ptr<void>* job) {
+  auto* box =
+      static_cast<ClipJob*>(mlt_properties_get_data(MLT_FRAME_PROPERTIES(frame), "orma.job", nullptr));
+  if (!box) return nullptr;
+  *job = box->job;
+  return box->clip->segment;
+}
 
 Timeline::Timeline(VirtualVideo& v, RenderContext& c) : video(v), ctx(c) {
   tractor_ = mlt_tractor_new();

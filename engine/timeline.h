@@ -37,7 +37,14 @@ public:
   virtual void Audio(const std::shared_ptr<void>& job, AudioBlock& out) const = 0;
   int64_t start = 0;
   int64_t end = 0;
+  /// A segment of a stacked element draws over the picture below it (its
+  /// overlay transition hands Render that picture) and has no sound, so the
+  /// tractor keeps the main track's. Shown alone, it draws over black.
+  bool overlay = false;
 };
+
+/// The segment and job behind a frame made by a timeline clip, or null.
+Segment* ClipSegment(mlt_frame frame, std::shared_ptr<void>* job);
 
 class Timeline {
 public:
@@ -59,6 +66,10 @@ public:
   /// free at that time, or a new one.
   int AllocateTrack(int64_t start, int64_t end);
   mlt_field field() const { return mlt_tractor_field(tractor_); }
+  /// Plants, above everything planted so far, a transition that draws the
+  /// overlay segment onto the picture of the tracks below over its span
+  /// (stack_overlay.cpp).
+  bool PlantOverlay(int track, const Segment& segment, std::string* error);
   /// Keeps a renderer alive for the export; it is released once the
   /// rendering passes `lastFrame`.
   SceneRenderer* Own(std::unique_ptr<SceneRenderer> renderer, int64_t lastFrame);
