@@ -94,6 +94,8 @@ public:
   const ItemLayout& layout() const { return layout_; }
   bool HasPicture() const { return media_.probe.hasVideo; }
   bool IsStill() const { return media_.probe.still; }
+  /// Whether the item's sound is played (it has some, and is not muted).
+  bool HasSound() const { return audioWanted_; }
   const Media& media() const { return media_; }
 
 private:
@@ -140,6 +142,8 @@ public:
   /// Adds the frame's sound, times `gain` (ramped from start to end), to out.
   void MixAudio(const Frame& frame, AudioBlock& out, float gainStart, float gainEnd) const;
   void Release();
+  /// Whether any item's sound is played.
+  bool HasSound() const;
 
   int64_t startFrame = 0; ///< on the timeline
   int64_t endFrame = 0;

@@ -9,7 +9,9 @@ SceneRenderer::SceneRenderer(const Scene& scene, RenderContext& ctx) : scene_(sc
   endFrame = UsToFrames(scene.endUs, ctx.fps);
   for (const Media* m : scene.media)
     sources_.push_back(std::make_unique<MediaSource>(*m, endFrame - startFrame, ctx));
-  background_ = MakePainter(scene.background, ctx);
+  // A picture-in-picture scene is drawn over what lies below it: it has no
+  // background of its own.
+  if (scene.kind != ElementKind::PipScene) background_ = MakePainter(scene.background, ctx);
 }
 
 SceneRenderer::~SceneRenderer() { Release(); }
@@ -25,7 +27,7 @@ SceneRenderer::FramePtr SceneRenderer::Fetch(int64_t t, bool withAudio) {
   frame->items.reserve(sources_.size());
   for (auto& s : sources_)
     frame->items.push_back(s->Fetch(t, withAudio));
-  if (!CoversCanvas(*frame)) frame->background = background_->Prepare(*this);
+  if (background_ && !CoversCanvas(*frame)) frame->background = background_->Prepare(*this);
   return frame;
 }
 
@@ -56,9 +58,15 @@ void SceneRenderer::Composite(const Frame& frame, Yuv& canvas) const {
       break;
     }
   }
-  if (!covered) background_->Paint(*this, frame, canvas);
+  if (!covered && background_) background_->Paint(*this, frame, canvas);
   for (size_t i = first; i < frame.items.size(); ++i)
     DrawItem(*frame.items[i], sources_[i]->layout(), canvas, ctx_.matrix);
+}
+
+bool SceneRenderer::HasSound() const {
+  for (const auto& s : sources_)
+    if (s->HasSound()) return true;
+  return false;
 }
 
 const SourceFrame* SceneRenderer::FirstPicture(const Frame& frame, const ItemLayout** layout) const {

@@ -11,6 +11,7 @@ extern "C" {
 #include <cstring>
 
 #include "engine/elements.h"
+#include "engine/limiter.h"
 #include "engine/log.h"
 
 namespace orma {
@@ -124,7 +125,8 @@ int ClipGetAudio(mlt_frame frame, void** buffer, mlt_audio_format* format, int* 
   for (int c = 0; c < ch; ++c) {
     const float* src = block.Plane(c);
     for (int s = 0; s < n; ++s) {
-      float v = std::clamp(src[s], -1.0f, 1.0f);
+      // Float sound goes on to the mixing and the limiter unclipped.
+      float v = out == mlt_audio_float ? src[s] : std::clamp(src[s], -1.0f, 1.0f);
       switch (out) {
       case mlt_audio_s16:
         static_cast<int16_t*>(data)[static_cast<size_t>(s) * ch + c] = static_cast<int16_t>(v * 32767.0f);
@@ -173,6 +175,7 @@ int ClipGetFrame(mlt_producer producer, mlt_frame_ptr frame, int) {
   mlt_properties_set_int(props, "colorspace", ctx.matrix);
   mlt_properties_set_data(props, "orma.job", box, 0, DeleteClipJob, nullptr);
   mlt_frame_push_get_image(*frame, ClipGetImage);
+  if (!clip->segment->picture) mlt_properties_set_int(props, "test_image", 1);
   if (clip->segment->overlay)
     mlt_properties_set_int(props, "test_audio", 1);
   else
@@ -296,6 +299,7 @@ bool Timeline::Build(std::string* error) {
     if (!builderFor(e->kind)->Add(*this, *e, error)) return false;
   for (auto& b : builders)
     if (b && !b->Finish(*this, error)) return false;
+  if (!FinishStack(error)) return false;
   std::sort(renderers_.begin(), renderers_.end(),
             [](const Owned& a, const Owned& b) { return a.lastFrame < b.lastFrame; });
   return true;

@@ -25,6 +25,8 @@
 
 namespace orma {
 
+class Limiter;
+
 /// A stretch [start, end) of a track, rendered by one clip producer.
 class Segment {
 public:
@@ -41,6 +43,9 @@ public:
   /// overlay transition hands Render that picture) and has no sound, so the
   /// tractor keeps the main track's. Shown alone, it draws over black.
   bool overlay = false;
+  /// False for a segment that only sounds (music, sound effects): its frames
+  /// are flagged as having no picture, so the tractor never shows them.
+  bool picture = true;
 };
 
 /// The segment and job behind a frame made by a timeline clip, or null.
@@ -70,6 +75,9 @@ public:
   /// overlay segment onto the picture of the tracks below over its span
   /// (stack_overlay.cpp).
   bool PlantOverlay(int track, const Segment& segment, std::string* error);
+  /// Mixes the sound of the segments of a stacked track into the output
+  /// (stack_audio.cpp); their Audio() is called with the frame's block.
+  void MixSound(int track);
   /// Keeps a renderer alive for the export; it is released once the
   /// rendering passes `lastFrame`.
   SceneRenderer* Own(std::unique_ptr<SceneRenderer> renderer, int64_t lastFrame);
@@ -78,6 +86,12 @@ public:
 
 private:
   mlt_playlist Track(int index);
+  /// After every builder: the main track reaches the end of the stacked
+  /// elements, the sound of stacked tracks is mixed, and the limiter is
+  /// planted last (stack_audio.cpp).
+  bool FinishStack(std::string* error);
+  std::vector<int> soundTracks_;
+  std::unique_ptr<Limiter> limiter_;
   mlt_tractor tractor_ = nullptr;
   std::vector<mlt_playlist> tracks_;
   std::vector<int64_t> trackEnds_;
