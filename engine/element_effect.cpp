@@ -1,39 +1,95 @@
 // Timeline-wide effects (mosaic, Gaussian blur and delogo regions, look-up
-// tables, adjustments, special effects). Each will be a filter on track 0
-// planted in level order with in/out points on its span, so it applies to
-// everything below its level and nothing above; until then they are kept in
-// the model and reported once.
+// tables, adjustments, special effects) as adjustment layers: each is a
+// segment on a stacked track, shared with effects it never overlaps, whose
+// overlay transition hands it the picture made so far (the scenes and every
+// element below its level) to change in place during its span. Elements
+// above its level are drawn afterwards and stay as they are. The effect's
+// data (tables, pictures) is loaded at its first frame and let go after its
+// last.
+#include <algorithm>
+
 #include "engine/elements.h"
 #include "engine/log.h"
+#include "engine/picture_effect.h"
+#include "engine/timeline.h"
 
 namespace orma {
 
 namespace {
-const char* EffectName(EffectKind kind) {
-  switch (kind) {
-  case EffectKind::Mosaic:
-    return "mosaic region";
-  case EffectKind::GaussBlur:
-    return "blur region";
-  case EffectKind::DeLogo:
-    return "delogo region";
-  case EffectKind::Lut:
-    return "look-up table effect";
-  case EffectKind::Adjustment:
-    return "picture adjustment effect";
-  case EffectKind::Special:
-    return "special effect";
-  }
-  return "timeline effect";
+
+struct EffectEntry {
+  EffectKind kind;
+  const char* name;
+  PictureEffectFactory make; ///< null: kept in the model, not rendered yet
+};
+
+const EffectEntry kEffects[] = {
+    {EffectKind::Mosaic, "mosaic region", MakeMosaicEffect},
+    {EffectKind::GaussBlur, "blur region", MakeRegionBlurEffect},
+    {EffectKind::DeLogo, "delogo region", MakeDelogoEffect},
+    {EffectKind::Lut, "look-up table effect", nullptr},
+    {EffectKind::Adjustment, "picture adjustment effect", nullptr},
+    {EffectKind::Special, "special effect", nullptr},
+};
+
+const EffectEntry* FindEffect(EffectKind kind) {
+  for (const auto& e : kEffects)
+    if (e.kind == kind) return &e;
+  return nullptr;
 }
+
+class EffectSegment : public Segment {
+public:
+  explicit EffectSegment(std::unique_ptr<PictureEffect> effect) : effect_(std::move(effect)) {
+    overlay = true;
+  }
+  std::shared_ptr<void> Fetch(int64_t f) override {
+    auto state = effect_->Prepare(f - start, end - start);
+    if (f == end - 1) effect_->Release();
+    return std::const_pointer_cast<void>(state);
+  }
+  void Render(const std::shared_ptr<void>& job, Yuv& canvas) const override {
+    effect_->Apply(job.get(), canvas);
+  }
+  void Audio(const std::shared_ptr<void>&, AudioBlock&) const override {}
+
+private:
+  std::unique_ptr<PictureEffect> effect_;
+};
 
 class EffectBuilder : public ElementBuilder {
 public:
-  bool Add(Timeline&, Element& element, std::string*) override {
-    LogNotRendered(EffectName(static_cast<Effect&>(element).effect));
-    return true;
+  bool Add(Timeline& tl, Element& element, std::string* error) override {
+    auto& effect = static_cast<Effect&>(element);
+    const EffectEntry* entry = FindEffect(effect.effect);
+    if (!entry || !entry->make) {
+      LogNotRendered(entry ? entry->name : "timeline effect");
+      return true;
+    }
+    // Effects do not lengthen the video: they end with it at the latest.
+    int64_t videoEnd = UsToFrames(TimelineLengthUs(tl.video), tl.ctx.fps);
+    int64_t start = UsToFrames(effect.startUs, tl.ctx.fps);
+    int64_t end = std::min(UsToFrames(effect.endUs, tl.ctx.fps), videoEnd);
+    if (end <= start) return true;
+    std::string why;
+    std::unique_ptr<PictureEffect> made = entry->make(effect, tl.ctx, &why);
+    if (!made) {
+      *error = std::string(entry->name) + ": " + why;
+      return false;
+    }
+    auto segment = std::make_unique<EffectSegment>(std::move(made));
+    segment->start = start;
+    segment->end = end;
+    const Segment& placed = *segment;
+    int track = tl.AllocateTrack(start, end);
+    if (!tl.Append(track, std::move(segment))) {
+      *error = std::string("cannot place a ") + entry->name;
+      return false;
+    }
+    return tl.PlantOverlay(track, placed, error);
   }
 };
+
 } // namespace
 
 std::unique_ptr<ElementBuilder> MakeEffectBuilder() { return std::make_unique<EffectBuilder>(); }

@@ -26,6 +26,9 @@ ff -f lavfi -i "color=c=red:s=160x180" -f lavfi -i "color=c=0x00ff00:s=160x180" 
    -f lavfi -i "color=c=blue:s=160x180" -f lavfi -i "color=c=yellow:s=160x180" \
    -filter_complex "[0][1][2][3]hstack=inputs=4" -frames:v 1 quarters.png
 ff -f lavfi -i "color=c=yellow:s=$size" -frames:v 1 -q:v 2 yellow.jpg
+# A black and white checkerboard of 8-pixel squares (detail that filters change).
+ff -f lavfi -i "nullsrc=s=$size,geq=lum='if(mod(floor(X/8)+floor(Y/8),2),235,16)':cb=128:cr=128" \
+   -frames:v 1 checker.png
 ff -f lavfi -i "color=c=white:s=$size" -frames:v 1 white.bmp
 # A camera-sized JPEG picture.
 ff -f lavfi -i "color=c=cyan:s=1920x1080" -frames:v 1 -q:v 3 big.jpg

@@ -1,0 +1,119 @@
+// Timeline effects as adjustment layers: what they change, where, when, and
+// which stacked elements they reach.
+#include <cmath>
+#include <string>
+
+#include "tests/engine/engine_test_support.h"
+
+namespace {
+
+const Rgb kRed{255, 0, 0}, kWhite{255, 255, 255};
+
+int F(double seconds) { return static_cast<int>(std::lround(seconds * 25)); }
+
+#define EXPECT_COLOR(video, frame, x, y, color)                                                              \
+  EXPECT_PRED2(Close, (video).At((frame), (x), (y)), (color))                                                \
+      << "frame " << (frame) << " at " << (x) << "," << (y) << " is "                                        \
+      << ToString((video).At((frame), (x), (y)))
+
+class EngineEffects : public EngineTest {
+protected:
+  // Share of a grid of points in [x0, x1) x [y0, y1) that are neither the
+  // checkerboard's black nor its white: mixed by a filter.
+  static double MixedShare(const DecodedVideo& v, int frame, double x0, double y0, double x1, double y1) {
+    int mixed = 0, total = 0;
+    for (double y = y0 + 0.01; y < y1; y += 0.023)
+      for (double x = x0 + 0.01; x < x1; x += 0.017) {
+        Rgb c = v.At(frame, x, y);
+        mixed += c.g > 60 && c.g < 195;
+        ++total;
+      }
+    return total ? static_cast<double>(mixed) / total : 0.0;
+  }
+
+  OrmaSceneHandle AddPip(OrmaVideoHandle vv, double from, double to, const std::string& media, Rect4 rect,
+                         int level) {
+    OrmaSceneHandle pip =
+        OrmaCreatePIPScene(static_cast<int64_t>(from * kSecond), static_cast<int64_t>(to * kSecond));
+    EXPECT_EQ(OrmaAddScene(vv, pip), 1);
+    if (level > 0) {
+      EXPECT_EQ(OrmaUpdateEffectLevel(pip, level), 1);
+    }
+    OrmaMediaHandle m = OrmaSceneCreateMedia(Media(media).c_str());
+    EXPECT_EQ(OrmaSceneAddMediaHandle(pip, m), 1);
+    EXPECT_EQ(OrmaSetMediaShowRect(m, rect.v), 1);
+    return pip;
+  }
+};
+
+TEST_F(EngineEffects, MosaicChangesOnlyItsRegionDuringItsSpan) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "checker.png");
+  float region[4] = {0.25f, 0.25f, 0.75f, 0.75f};
+  ASSERT_NE(OrmaAddMosaic(vv, region, 1.0f, kSecond / 2, 3 * kSecond / 2), nullptr);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  EXPECT_LT(MixedShare(v, F(0.25), 0.3, 0.3, 0.7, 0.7), 0.35); // before its span
+  EXPECT_GT(MixedShare(v, F(1.0), 0.3, 0.3, 0.7, 0.7), 0.6);   // inside, during it
+  EXPECT_LT(MixedShare(v, F(1.0), 0.0, 0.0, 1.0, 0.2), 0.35);  // outside it
+  EXPECT_LT(MixedShare(v, F(1.0), 0.8, 0.0, 1.0, 1.0), 0.35);
+  EXPECT_LT(MixedShare(v, F(1.75), 0.3, 0.3, 0.7, 0.7), 0.35); // after it
+}
+
+TEST_F(EngineEffects, BlurChangesOnlyItsRegionDuringItsSpan) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "checker.png");
+  float region[4] = {0.0f, 0.5f, 0.5f, 1.0f};
+  ASSERT_NE(OrmaAddGaussBlur(vv, region, 0.5f, kSecond / 2, 3 * kSecond / 2), nullptr);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_LT(MixedShare(v, F(0.25), 0.05, 0.55, 0.45, 0.95), 0.35);
+  EXPECT_GT(MixedShare(v, F(1.0), 0.05, 0.55, 0.45, 0.95), 0.8);
+  EXPECT_LT(MixedShare(v, F(1.0), 0.55, 0.0, 1.0, 1.0), 0.35);
+  EXPECT_LT(MixedShare(v, F(1.0), 0.0, 0.0, 0.5, 0.45), 0.35);
+  EXPECT_LT(MixedShare(v, F(1.75), 0.05, 0.55, 0.45, 0.95), 0.35);
+}
+
+TEST_F(EngineEffects, DelogoFillsItsRegionFromTheSurroundings) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "red.mp4");
+  AddPip(vv, 0, 1, "white.bmp", Rect4{{0.4f, 0.4f, 0.6f, 0.6f}}, 1); // the "logo"
+  float region[4] = {0.35f, 0.35f, 0.65f, 0.65f};
+  ASSERT_NE(OrmaAddDeLogo(vv, region, 0, kSecond / 2), nullptr);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_COLOR(v, F(0.25), 0.5, 0.5, kRed);
+  EXPECT_COLOR(v, F(0.25), 0.42, 0.58, kRed);
+  EXPECT_COLOR(v, F(0.75), 0.5, 0.5, kWhite); // after its span the logo is back
+}
+
+TEST_F(EngineEffects, AnEffectChangesWhatIsBelowItsLevelAndNothingAbove) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "checker.png");
+  AddPip(vv, 0, 1, "checker.png", Rect4{{0.0f, 0.0f, 0.5f, 0.5f}}, 2);
+  AddPip(vv, 0, 1, "checker.png", Rect4{{0.5f, 0.0f, 1.0f, 0.5f}}, 4);
+  float whole[4] = {0.0f, 0.0f, 1.0f, 1.0f};
+  OrmaEffectHandle mosaic = OrmaAddMosaic(vv, whole, 1.0f, 0, kSecond);
+  ASSERT_NE(mosaic, nullptr);
+  ASSERT_EQ(OrmaUpdateEffectLevel(mosaic, 3), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_GT(MixedShare(v, 10, 0.05, 0.05, 0.45, 0.45), 0.6);  // level 2: changed
+  EXPECT_LT(MixedShare(v, 10, 0.55, 0.05, 0.95, 0.45), 0.35); // level 4: untouched
+  EXPECT_GT(MixedShare(v, 10, 0.05, 0.55, 0.95, 0.95), 0.6);  // the scene: changed
+}
+
+TEST_F(EngineEffects, EffectsDoNotLengthenTheVideo) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "checker.png");
+  float region[4] = {0.0f, 0.0f, 1.0f, 1.0f};
+  ASSERT_NE(OrmaAddMosaic(vv, region, 1.0f, kSecond / 2, 3 * kSecond), nullptr);
+  EXPECT_EQ(OrmaGetTotalPlaybackTime(vv), kSecond);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_EQ(v.FrameCount(), 25);
+  EXPECT_GT(MixedShare(v, 24, 0.1, 0.1, 0.9, 0.9), 0.6);
+}
+
+} // namespace
