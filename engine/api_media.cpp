@@ -1,13 +1,16 @@
 // Media attributes. Every value is kept in the media's property bag, named
-// as in docs/engine.md. Attributes the renderer draws (placement, crop,
-// mirroring, opacity, trims, speed of the picture, volume, sound fades) act
-// at once; the others render unchanged at their neutral value and, when set
-// to anything else, are reported once per process as stored but not
+// as in docs/engine.md, and drawn when the export builds the item (plain
+// placement in render.cpp, everything else through the item's look,
+// item_look.h). Resource files (look-up tables, animations) are read and
+// checked here, so a bad one fails its call rather than the export. The few
+// attributes not drawn yet are reported once per process as stored but not
 // rendered yet.
 #include <cmath>
 #include <cstring>
 
+#include "engine/animation.h"
 #include "engine/api.h"
+#include "engine/lut_file.h"
 #include "engine/transitions.h"
 
 using namespace orma;
@@ -23,10 +26,15 @@ template <class Apply> int32_t WithMedia(const char* function, OrmaMediaHandle m
 
 void NotRendered(const char* attribute) { LogNotRendered(std::string("attribute ") + attribute); }
 
+// Level attributes that this version keeps without drawing them.
+const char* const kNotDrawnYet[] = {"audioEffect", "audioNsLevel", "bigEye", "thinFace"};
+
 int32_t Level(const char* function, const char* attribute, OrmaMediaHandle media, int32_t level) {
   return WithMedia(function, media, [&](Media& m) {
     m.attrs.SetInt(attribute, level);
-    if (level != 0) NotRendered(attribute);
+    if (level != 0)
+      for (const char* name : kNotDrawnYet)
+        if (std::strcmp(name, attribute) == 0) NotRendered(attribute);
     return int32_t{kOk};
   });
 }
@@ -120,10 +128,13 @@ ORMA_LEVEL_SETTER(OrmaSetMediaAudioNsLevel, "audioNsLevel")
 
 ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float intensity) {
   int32_t r = WithMedia("OrmaSetMediaLUT", m, [&](Media& media) {
-    std::string native;
+    std::string native, error;
     if (!Resource("OrmaSetMediaLUT", path, &native)) return int32_t{kBadFile};
+    if (!std::isfinite(intensity) || intensity < 0)
+      return Refuse("OrmaSetMediaLUT", kBadArgument, "intensity must be 0 or more");
+    Lut3D lut;
+    if (!LoadLutFile(native, &lut, &error)) return Refuse("OrmaSetMediaLUT", kBadFile, error);
     media.attrs.SetText("lut", native, intensity);
-    if (intensity != 0.0f) NotRendered("look-up table");
     return int32_t{kOk};
   });
   return Traced(
@@ -137,7 +148,6 @@ ORMA_API int32_t OrmaSetMediaBlur(OrmaMediaHandle m, const OrmaBlurBlock* blur) 
   int32_t r = WithMedia("OrmaSetMediaBlur", m, [&](Media& media) {
     if (!blur) return Refuse("OrmaSetMediaBlur", kBadArgument, "no blur block");
     media.attrs.SetBytes("blur", blur, sizeof *blur);
-    if (blur->intensity != 0.0f) NotRendered("blur");
     return int32_t{kOk};
   });
   return Traced(
@@ -190,7 +200,6 @@ ORMA_API int32_t OrmaSetMediaTransparency(OrmaMediaHandle m, double opacity) {
 ORMA_API int32_t OrmaSetMediaAnimationAngle(OrmaMediaHandle m, int32_t degrees) {
   int32_t r = WithMedia("OrmaSetMediaAnimationAngle", m, [&](Media& media) {
     media.attrs.SetInt("angle", degrees);
-    if (degrees % 360 != 0) NotRendered("rotation");
     return int32_t{kOk};
   });
   return Traced(
@@ -240,8 +249,13 @@ ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
 ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath, int32_t type,
                                        int64_t startUs, int64_t durationUs) {
   int32_t r = WithMedia("OrmaSetMediaAnimation", m, [&](Media& media) {
-    std::string native;
+    std::string native, error;
     if (!Resource("OrmaSetMediaAnimation", configPath, &native)) return int32_t{kBadFile};
+    if (durationUs < 0 || startUs < 0) return Refuse("OrmaSetMediaAnimation", kBadArgument, "negative time");
+    if (!AnimationClip::Load(native, &error)) return Refuse("OrmaSetMediaAnimation", kBadFile, error);
+    if (type < kAnimationIn || type > kAnimationLoop)
+      LogOnce("animation-type",
+              "animation types other than 0 (in), 1 (out) and 2 (loop) play as in-animations");
     Attr a;
     a.kind = Attr::Text;
     a.text = native;
@@ -249,7 +263,6 @@ ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath
     a.i[1] = durationUs;
     a.d = type;
     media.attrs.Append("animations", a);
-    NotRendered("animation");
     return int32_t{kOk};
   });
   return Traced(
@@ -269,6 +282,15 @@ ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t c
   int32_t r = WithMedia("OrmaSetMediaAnimationCycleDuration", m, [&](Media& media) {
     if (cycleUs < 0) return Refuse("OrmaSetMediaAnimationCycleDuration", kBadArgument, "negative time");
     media.attrs.SetInt("animationCycle", cycleUs);
+    // The cycle belongs to the animation set just before it.
+    const auto* list = media.attrs.List("animations");
+    if (!list || list->empty())
+      return Refuse("OrmaSetMediaAnimationCycleDuration", kBadState, "no animation to set the cycle of");
+    Attr c;
+    c.kind = Attr::Pair;
+    c.i[0] = static_cast<int64_t>(list->size() - 1);
+    c.i[1] = cycleUs;
+    media.attrs.Append("animationCycles", c);
     return int32_t{kOk};
   });
   return Traced(
@@ -292,7 +314,6 @@ ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyF
     const uint8_t* p = reinterpret_cast<const uint8_t*>(frame);
     a.bytes.assign(p, p + sizeof *frame);
     r = static_cast<int64_t>(media->attrs.Append("keyFrames", a));
-    NotRendered("key frame animation");
   }
   return Traced(
       "OrmaMediaAddKeyFrameAnimation",
@@ -402,7 +423,6 @@ ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_
   int32_t r = WithMedia("OrmaSetMediaChromaKey", m, [&](Media& media) {
     int32_t values[8] = {enable, red, green, blue, factor, alphaLower, alphaUpper, edgeSize};
     media.attrs.SetBytes("chromaKey", values, sizeof values);
-    if (enable) NotRendered("chroma key");
     return int32_t{kOk};
   });
   return Traced(

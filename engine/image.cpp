@@ -432,6 +432,10 @@ void BlurPlane(uint8_t* p, int stride, int w, int h, float sigma) {
 
 } // namespace
 
+void GaussianBlurPlane(uint8_t* plane, int stride, int w, int h, float sigma) {
+  BlurPlane(plane, stride, w, h, sigma);
+}
+
 void GaussianBlur(Yuv& img, float sigma) {
   BlurPlane(img.p[0], img.s[0], img.w, img.h, sigma);
   BlurPlane(img.p[1], img.s[1], Half(img.w), Half(img.h), sigma / 2);

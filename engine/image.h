@@ -84,4 +84,7 @@ void MaskMix(Yuv& dst, const Yuv& a, const Yuv& b, const uint8_t* mask, int mask
 /// three box passes, on the colour planes.
 void GaussianBlur(Yuv& img, float sigma);
 
+/// The same on one plane of `w` x `h` samples (alpha or a mask).
+void GaussianBlurPlane(uint8_t* plane, int stride, int w, int h, float sigma);
+
 } // namespace orma

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "engine/item_look.h"
 #include "engine/log.h"
 #include "engine/mlt_runtime.h"
 #include "engine/render.h"
@@ -129,6 +130,10 @@ MediaSource::MediaSource(const Media& media, int64_t sceneFrames, RenderContext&
   layout_.mirrorH = (flip & 1) != 0;
   layout_.mirrorV = (flip & 2) != 0;
   layout_.opacity = static_cast<float>(std::clamp(a.GetReal("opacity", 1.0), 0.0, 1.0));
+
+  std::string error;
+  look_ = ItemLook::Make(media, ctx, layout_, duration_, &error);
+  if (!look_ && !error.empty()) ctx.Fail(error);
 }
 
 MediaSource::~MediaSource() { Release(); }
@@ -137,6 +142,7 @@ void MediaSource::Release() {
   last_.reset();
   lastPosition_ = INT64_MIN;
   still_.reset();
+  if (look_) look_->Release();
   if (producer_) {
     mlt_producer_close(producer_);
     producer_ = nullptr;
@@ -194,6 +200,7 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
     if (!still_) still_ = LoadStill();
     frame->still = still_;
     frame->visible = still_ != nullptr;
+    if (look_ && frame->visible) frame->look = look_->Prepare(t - offset_);
     return frame;
   }
   if (!producer_ && !OpenProducer()) {
@@ -270,6 +277,7 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
     frame->gainStart = gainAt(u);
     frame->gainEnd = gainAt(u + 1);
   }
+  if (look_ && frame->visible) frame->look = look_->Prepare(t - offset_);
   return frame;
 }
 
@@ -280,6 +288,8 @@ PicturePtr MediaSource::LoadStill() {
     ctx_.Fail(error);
     return nullptr;
   }
+  // An item with a look crops, mirrors and scales its picture per frame.
+  if (look_) return ItemLook::StillPicture(image, ctx_.matrix);
   int sx = EvenFloor(layout_.crop[0] * image.width), sy = EvenFloor(layout_.crop[1] * image.height);
   int sw = std::max(1, static_cast<int>(std::lround((layout_.crop[2] - layout_.crop[0]) * image.width)));
   int sh = std::max(1, static_cast<int>(std::lround((layout_.crop[3] - layout_.crop[1]) * image.height)));

@@ -1,5 +1,7 @@
 #include "engine/render.h"
 
+#include "engine/item_look.h"
+
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -61,6 +63,10 @@ SourceArea CropArea(const ItemLayout& layout, int width, int height) {
 
 void DrawItem(const SourceFrame& frame, const ItemLayout& layout, Yuv& canvas, int matrix) {
   if (!frame.visible) return;
+  if (frame.look) {
+    DrawLook(frame, canvas);
+    return;
+  }
   if (frame.still) {
     Blend(canvas, frame.still->view(), layout.x, layout.y, layout.opacity);
     return;

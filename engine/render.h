@@ -61,6 +61,9 @@ struct Decoded {
   Colorimetry color;
 };
 
+struct LookFrame;
+class ItemLook;
+
 /// What one media item contributes to one frame.
 struct SourceFrame {
   bool visible = false;
@@ -68,6 +71,7 @@ struct SourceFrame {
   std::shared_ptr<Decoded> decoded; ///< a clip's frame at its own size
   bool audio = false;               ///< the decoded frame's sound belongs to this frame
   float gainStart = 1.0f, gainEnd = 1.0f;
+  std::shared_ptr<const LookFrame> look; ///< the item's state, when it has a look (item_look.h)
 };
 using SourceFramePtr = std::shared_ptr<SourceFrame>;
 
@@ -121,6 +125,7 @@ private:
   PicturePtr still_;
   int64_t lastPosition_ = INT64_MIN;
   std::shared_ptr<Decoded> last_;
+  std::unique_ptr<ItemLook> look_; ///< null for an item drawn by the plain path
 };
 
 class Painter;

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "engine/item_look.h"
 #include "engine/render.h"
 
 namespace orma {
@@ -38,6 +39,7 @@ bool SceneRenderer::CoversCanvas(const Frame& frame) const {
     const SourceFrame& f = *frame.items[i];
     const ItemLayout& layout = sources_[i]->layout();
     if (!f.visible || layout.opacity < 1.0f || !layout.FullCanvas(ctx_.width, ctx_.height)) continue;
+    if (f.look && !f.look->covers) continue;
     if (f.still && !f.still->view().HasAlpha()) return true;
     if (f.decoded && !f.decoded->rgba) return true;
   }
@@ -51,7 +53,8 @@ void SceneRenderer::Composite(const Frame& frame, Yuv& canvas) const {
   for (size_t i = frame.items.size(); i-- > 0;) {
     const SourceFrame& f = *frame.items[i];
     const ItemLayout& layout = sources_[i]->layout();
-    if (f.visible && layout.opacity >= 1.0f && layout.FullCanvas(ctx_.width, ctx_.height) &&
+    if (f.visible && (!f.look || f.look->covers) && layout.opacity >= 1.0f &&
+        layout.FullCanvas(ctx_.width, ctx_.height) &&
         ((f.still && !f.still->view().HasAlpha()) || (f.decoded && !f.decoded->rgba))) {
       first = i;
       covered = true;

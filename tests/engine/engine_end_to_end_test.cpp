@@ -182,13 +182,15 @@ TEST_F(EndToEnd, RendersWithoutADisplay) {
 }
 
 TEST_F(EndToEnd, AttributesNotRenderedYetAreReportedOnce) {
-  WriteTwoScenes(R"(, "brightness": 0.5)");
+  WriteTwoScenes(R"(, "brightness": 0.5, "audioFilterType": 2)");
   WriteSettings("");
   ProgramRun run = Ormadraft();
-  const std::string line = "attribute brightness is stored but not rendered yet";
+  const std::string line = "attribute audioEffect is stored but not rendered yet";
   size_t first = run.output.find(line);
   EXPECT_NE(first, std::string::npos) << run.output;
   EXPECT_EQ(run.output.find(line, first + 1), std::string::npos) << run.output;
+  // Drawn attributes are not reported.
+  EXPECT_EQ(run.output.find("attribute brightness"), std::string::npos) << run.output;
   EXPECT_TRUE(FileExists(Path("video.mp4")));
 }
 

@@ -37,4 +37,12 @@ ff -f lavfi -i "sine=f=440:d=2:sample_rate=44100" -c:a libmp3lame tone.mp3
 # Files that are not media: text named like a clip, and a playlist.
 printf 'not a video\n' > text.mp4
 printf '#EXTM3U\n#EXT-X-TARGETDURATION:3\n#EXTINF:3,\nred.mp4\n#EXT-X-ENDLIST\n' > list.m3u8
+# Media attributes: a skin-coloured subject with soft edges (where green
+# mixes in, as around hair) on a standard chroma green (3 s),
+# a flat mid grey picture, and a HALD CLUT (level 4) that inverts colours.
+ff -f lavfi -i "color=c=0x00b140:s=$size:r=25:d=3" \
+   -vf "drawbox=x=110:y=50:w=100:h=80:color=0xd09070:t=fill,gblur=sigma=3" -c:v libx264 -pix_fmt yuv420p \
+   greenscreen.mp4
+ff -f lavfi -i "color=c=0x808080:s=$size" -frames:v 1 grey.png
+ff -f lavfi -i "haldclutsrc=level=4" -vf negate -frames:v 1 hald_invert.png
 touch "$out/.complete"

@@ -1,0 +1,272 @@
+#include "engine/color_table.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace orma {
+
+namespace {
+
+struct Weights {
+  float kr, kg, kb;
+};
+
+Weights LumaWeights(int matrix) {
+  return matrix == 709 ? Weights{0.2126f, 0.7152f, 0.0722f} : Weights{0.299f, 0.587f, 0.114f};
+}
+
+float Luma(const Weights& w, const float c[3]) { return w.kr * c[0] + w.kg * c[1] + w.kb * c[2]; }
+
+float Smoothstep(float a, float b, float x) {
+  float t = std::clamp((x - a) / (b - a), 0.0f, 1.0f);
+  return t * t * (3.0f - 2.0f * t);
+}
+
+// Limited-range Y'CbCr code values to R'G'B' 0..1 (not clamped).
+void ToRgb(const Weights& w, float y, float cb, float cr, float rgb[3]) {
+  float l = (y - 16.0f) / 219.0f, u = (cb - 128.0f) / 224.0f, v = (cr - 128.0f) / 224.0f;
+  rgb[0] = l + 2.0f * (1.0f - w.kr) * v;
+  rgb[2] = l + 2.0f * (1.0f - w.kb) * u;
+  rgb[1] = (l - w.kr * rgb[0] - w.kb * rgb[2]) / w.kg;
+}
+
+void ToYuv(const Weights& w, const float rgb[3], float* y, float* cb, float* cr) {
+  float l = Luma(w, rgb);
+  *y = 16.0f + 219.0f * l;
+  *cb = 128.0f + 224.0f * (rgb[2] - l) / (2.0f * (1.0f - w.kb));
+  *cr = 128.0f + 224.0f * (rgb[0] - l) / (2.0f * (1.0f - w.kr));
+}
+
+float Level(int value, int lo, int hi, float scale) {
+  return static_cast<float>(std::clamp(value, lo, hi)) / scale;
+}
+
+} // namespace
+
+bool ColorLevels::Neutral() const {
+  return brightness == 0 && contrast == 0 && saturation == 0 && whiteBalance == 0 && tint == 0 &&
+         highlight == 0 && shadows == 0 && lightSensation == 0 && fade == 0 && beautyBright == 0 &&
+         beautyTone == 0;
+}
+
+bool ColorLevels::operator==(const ColorLevels& o) const {
+  return brightness == o.brightness && contrast == o.contrast && saturation == o.saturation &&
+         whiteBalance == o.whiteBalance && tint == o.tint && highlight == o.highlight &&
+         shadows == o.shadows && lightSensation == o.lightSensation && fade == o.fade &&
+         beautyBright == o.beautyBright && beautyTone == o.beautyTone;
+}
+
+void Lut3D::Sample(const float in[3], float out[3]) const {
+  if (size < 2) {
+    std::copy(in, in + 3, out);
+    return;
+  }
+  int i0[3], i1[3];
+  float f[3];
+  for (int k = 0; k < 3; ++k) {
+    float span = domainMax[k] - domainMin[k];
+    float t = span > 0 ? (in[k] - domainMin[k]) / span : in[k];
+    float x = std::clamp(t, 0.0f, 1.0f) * static_cast<float>(size - 1);
+    i0[k] = std::min(static_cast<int>(x), size - 2);
+    f[k] = x - static_cast<float>(i0[k]);
+    i1[k] = i0[k] + 1;
+  }
+  auto at = [&](int r, int g, int b) {
+    return &rgb[3 *
+                ((static_cast<size_t>(b) * size + static_cast<size_t>(g)) * size + static_cast<size_t>(r))];
+  };
+  for (int c = 0; c < 3; ++c) {
+    float c00 = at(i0[0], i0[1], i0[2])[c] * (1 - f[0]) + at(i1[0], i0[1], i0[2])[c] * f[0];
+    float c10 = at(i0[0], i1[1], i0[2])[c] * (1 - f[0]) + at(i1[0], i1[1], i0[2])[c] * f[0];
+    float c01 = at(i0[0], i0[1], i1[2])[c] * (1 - f[0]) + at(i1[0], i0[1], i1[2])[c] * f[0];
+    float c11 = at(i0[0], i1[1], i1[2])[c] * (1 - f[0]) + at(i1[0], i1[1], i1[2])[c] * f[0];
+    float c0 = c00 * (1 - f[1]) + c10 * f[1];
+    float c1 = c01 * (1 - f[1]) + c11 * f[1];
+    out[c] = c0 * (1 - f[2]) + c1 * f[2];
+  }
+}
+
+float SkinLikelihood(float cb, float cr) {
+  // An ellipse around the usual skin chroma (Cb 77..127, Cr 133..173).
+  float u = (cb - 102.0f) / 25.0f, v = (cr - 153.0f) / 20.0f;
+  return std::clamp(1.5f * (1.0f - (u * u + v * v)), 0.0f, 1.0f);
+}
+
+void AdjustRgb(const ColorLevels& levels, const Lut3D* lut, float lutIntensity, int matrix, float skin,
+               float c[3]) {
+  const Weights w = LumaWeights(matrix);
+  if (levels.beautyBright) {
+    // Brightening lifts the middle tones most and leaves black and white.
+    float b = Level(levels.beautyBright, 0, 100, 100.0f);
+    for (int k = 0; k < 3; ++k) {
+      float x = std::clamp(c[k], 0.0f, 1.0f);
+      c[k] += 0.6f * b * x * (1.0f - x);
+    }
+  }
+  if (levels.beautyTone && skin > 0.0f) {
+    // Skin gets a rosier, more even tone: a little less saturated, warmer.
+    float t = Level(levels.beautyTone, 0, 100, 100.0f) * skin;
+    float l = Luma(w, c);
+    for (int k = 0; k < 3; ++k)
+      c[k] = l + (c[k] - l) * (1.0f - 0.15f * t);
+    c[0] += 0.08f * t;
+    c[1] += 0.01f * t;
+    c[2] += 0.03f * t;
+  }
+  if (lut && lutIntensity > 0.0f) {
+    float out[3];
+    lut->Sample(c, out);
+    float k = std::clamp(lutIntensity, 0.0f, 1.0f);
+    for (int i = 0; i < 3; ++i)
+      c[i] += (out[i] - c[i]) * k;
+  }
+  if (levels.lightSensation) {
+    // Exposure: linear light times 2^(1.2 e), which on gamma-coded values
+    // (gamma 2.2) is a gain of 2^(1.2 e / 2.2).
+    float gain = std::exp2(1.2f * Level(levels.lightSensation, -100, 100, 100.0f) / 2.2f);
+    for (int k = 0; k < 3; ++k)
+      c[k] *= gain;
+  }
+  if (levels.brightness) {
+    float b = Level(levels.brightness, -255, 255, 255.0f);
+    for (int k = 0; k < 3; ++k)
+      c[k] += 0.4f * b;
+  }
+  if (levels.contrast) {
+    float v = Level(levels.contrast, -100, 100, 100.0f);
+    float k = v < 0 ? 1.0f + v : 1.0f + 2.0f * v;
+    for (int i = 0; i < 3; ++i)
+      c[i] = (c[i] - 0.5f) * k + 0.5f;
+  }
+  if (levels.highlight || levels.shadows) {
+    float l = std::clamp(Luma(w, c), 0.0f, 1.0f);
+    float d = 0.3f * Level(levels.highlight, -100, 100, 100.0f) * Smoothstep(0.45f, 1.0f, l) +
+              0.3f * Level(levels.shadows, -100, 100, 100.0f) * (1.0f - Smoothstep(0.0f, 0.55f, l));
+    for (int k = 0; k < 3; ++k)
+      c[k] += d;
+  }
+  if (levels.whiteBalance) {
+    float t = Level(levels.whiteBalance, -100, 100, 100.0f);
+    c[0] *= 1.0f + 0.15f * t;
+    c[2] *= 1.0f - 0.15f * t;
+  }
+  if (levels.tint) c[1] *= 1.0f - 0.15f * Level(levels.tint, -100, 100, 100.0f);
+  if (levels.saturation) {
+    float f = 1.0f + Level(levels.saturation, -100, 100, 100.0f);
+    float l = Luma(w, c);
+    for (int k = 0; k < 3; ++k)
+      c[k] = l + (c[k] - l) * f;
+  }
+  if (levels.fade) {
+    // A faded print: raised blacks, lowered whites, paler colours.
+    float f = Level(levels.fade, 0, 100, 100.0f);
+    for (int k = 0; k < 3; ++k)
+      c[k] = 0.1f * f + c[k] * (1.0f - 0.25f * f);
+    float l = Luma(w, c);
+    for (int k = 0; k < 3; ++k)
+      c[k] = l + (c[k] - l) * (1.0f - 0.3f * f);
+  }
+}
+
+std::shared_ptr<const ColorTable> ColorTable::Build(const ColorLevels& levels, const Lut3D* lut,
+                                                    float lutIntensity, int matrix) {
+  bool useLut = lut && lut->size >= 2 && lutIntensity > 0.0f;
+  if (levels.Neutral() && !useLut) return nullptr;
+  auto table = std::make_shared<ColorTable>();
+  const size_t n = static_cast<size_t>(kNodes) * kNodes * kNodes;
+  table->y_.resize(n);
+  table->cb_.resize(n);
+  table->cr_.resize(n);
+  const Weights w = LumaWeights(matrix);
+  for (int ci = 0; ci < kNodes; ++ci)
+    for (int ri = 0; ri < kNodes; ++ri) {
+      float cb = static_cast<float>(ci * 8), cr = static_cast<float>(ri * 8);
+      float skin = SkinLikelihood(cb, cr);
+      for (int yi = 0; yi < kNodes; ++yi) {
+        float rgb[3];
+        ToRgb(w, static_cast<float>(yi * 8), cb, cr, rgb);
+        AdjustRgb(levels, useLut ? lut : nullptr, lutIntensity, matrix, skin, rgb);
+        float oy, ob, orr;
+        ToYuv(w, rgb, &oy, &ob, &orr);
+        size_t i = (static_cast<size_t>(ci) * kNodes + ri) * kNodes + yi;
+        table->y_[i] = static_cast<int16_t>(std::lround(std::clamp(oy, 0.0f, 255.0f) * 4.0f));
+        table->cb_[i] = static_cast<int16_t>(std::lround(std::clamp(ob, 0.0f, 255.0f) * 4.0f));
+        table->cr_[i] = static_cast<int16_t>(std::lround(std::clamp(orr, 0.0f, 255.0f) * 4.0f));
+      }
+    }
+  return table;
+}
+
+namespace {
+
+// Trilinear interpolation in the table at one luma value, with the chroma
+// corners and weights of the 2x2 block prepared by the caller.
+struct Corners {
+  int base[4];
+  int weight[4]; // sum 64
+};
+
+inline Corners ChromaCorners(int cb, int cr) {
+  constexpr int n = ColorTable::kNodes;
+  int ci = cb >> 3, cf = cb & 7, ri = cr >> 3, rf = cr & 7;
+  Corners c;
+  c.base[0] = (ci * n + ri) * n;
+  c.base[1] = ((ci + 1) * n + ri) * n;
+  c.base[2] = (ci * n + ri + 1) * n;
+  c.base[3] = ((ci + 1) * n + ri + 1) * n;
+  c.weight[0] = (8 - cf) * (8 - rf);
+  c.weight[1] = cf * (8 - rf);
+  c.weight[2] = (8 - cf) * rf;
+  c.weight[3] = cf * rf;
+  return c;
+}
+
+inline uint8_t Lookup(const int16_t* t, const Corners& c, int y) {
+  int yi = y >> 3, yf = y & 7;
+  int a0 = t[c.base[0] + yi] * c.weight[0] + t[c.base[1] + yi] * c.weight[1] +
+           t[c.base[2] + yi] * c.weight[2] + t[c.base[3] + yi] * c.weight[3];
+  ++yi;
+  int a1 = t[c.base[0] + yi] * c.weight[0] + t[c.base[1] + yi] * c.weight[1] +
+           t[c.base[2] + yi] * c.weight[2] + t[c.base[3] + yi] * c.weight[3];
+  int v = (a0 * (8 - yf) + a1 * yf + 1024) >> 11;
+  return static_cast<uint8_t>(std::min(v, 255));
+}
+
+} // namespace
+
+void ColorTable::Map(int y, int cb, int cr, int* outY, int* outCb, int* outCr) const {
+  Corners c = ChromaCorners(std::clamp(cb, 0, 255), std::clamp(cr, 0, 255));
+  y = std::clamp(y, 0, 255);
+  *outY = Lookup(y_.data(), c, y);
+  *outCb = Lookup(cb_.data(), c, y);
+  *outCr = Lookup(cr_.data(), c, y);
+}
+
+void ColorTable::Apply(Yuv& img) const {
+  const int16_t* ty = y_.data();
+  const int16_t* tb = cb_.data();
+  const int16_t* tr = cr_.data();
+  int cw = (img.w + 1) / 2, ch = (img.h + 1) / 2;
+  for (int cy = 0; cy < ch; ++cy) {
+    uint8_t* row0 = img.p[0] + static_cast<size_t>(2 * cy) * img.s[0];
+    uint8_t* row1 = 2 * cy + 1 < img.h ? row0 + img.s[0] : row0;
+    uint8_t* u = img.p[1] + static_cast<size_t>(cy) * img.s[1];
+    uint8_t* v = img.p[2] + static_cast<size_t>(cy) * img.s[2];
+    bool twoRows = row1 != row0;
+    for (int cx = 0; cx < cw; ++cx) {
+      Corners c = ChromaCorners(u[cx], v[cx]);
+      int x0 = 2 * cx, x1 = std::min(x0 + 1, img.w - 1);
+      int mean = (row0[x0] + row0[x1] + row1[x0] + row1[x1] + 2) >> 2;
+      u[cx] = Lookup(tb, c, mean);
+      v[cx] = Lookup(tr, c, mean);
+      row0[x0] = Lookup(ty, c, row0[x0]);
+      if (x1 != x0) row0[x1] = Lookup(ty, c, row0[x1]);
+      if (twoRows) {
+        row1[x0] = Lookup(ty, c, row1[x0]);
+        if (x1 != x0) row1[x1] = Lookup(ty, c, row1[x1]);
+      }
+    }
+  }
+}
+
+} // namespace orma

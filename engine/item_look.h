@@ -1,0 +1,100 @@
+// The look of a media item: everything beyond plain placement that its
+// attributes ask for (picture adjustments, look-up table, blur, chroma key,
+// rotation, blend mode, key frames, animations, masks, special effects,
+// beauty). An item whose attributes are all neutral has no look and is
+// drawn by the plain path of render.cpp.
+//
+// Like the rest of the renderer it works in two steps: Prepare (sequential,
+// in timeline order) works out the item's state at a frame; Draw (on MLT's
+// worker threads) scales the source into a working picture of a fixed size,
+// processes it and composites it onto the canvas.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "engine/animation.h"
+#include "engine/color_table.h"
+#include "engine/key_frames.h"
+#include "engine/picture_filters.h"
+#include "engine/render.h"
+
+namespace orma {
+
+class ItemLook;
+
+/// The item's state at one frame.
+struct LookFrame {
+  const ItemLook* look = nullptr;
+  int64_t frame = 0; ///< frames since the item's start
+  int64_t us = 0;    ///< the same in microseconds
+  float crop[4] = {0, 0, 1, 1};
+  float show[4] = {0, 0, 0, 0}; ///< canvas pixels
+  float rotation = 0;           ///< degrees, clockwise
+  float opacity = 1;
+  AnimationPose pose;
+  ColorLevels color;
+  int sharpness = 0, vignette = 0, graininess = 0;
+  BlurSettings blur;
+  bool covers = false; ///< an opaque picture over the whole canvas
+};
+
+class ItemLook {
+public:
+  /// Null when the item needs nothing beyond plain placement (and when it
+  /// cannot be built: then *error says why).
+  static std::unique_ptr<ItemLook> Make(const Media& media, RenderContext& ctx, const ItemLayout& layout,
+                                        int64_t durationFrames, std::string* error);
+  ~ItemLook();
+
+  /// Sequential: the state at `itemFrame` frames from the item's start.
+  std::shared_ptr<const LookFrame> Prepare(int64_t itemFrame);
+  /// Parallel: draws the item's source frame onto the canvas.
+  void Draw(const SourceFrame& source, const LookFrame& frame, Yuv& canvas) const;
+  void Release();
+
+  /// A still picture at its own size (at most 4096 pixels a side), kept
+  /// whole: the look crops, mirrors and scales it per frame.
+  static PicturePtr StillPicture(const RgbaImage& image, int matrix);
+
+  int workWidth() const { return workW_; }
+  int workHeight() const { return workH_; }
+
+private:
+  ItemLook(const Media& media, RenderContext& ctx);
+  bool Build(const ItemLayout& layout, int64_t durationFrames, std::string* error);
+  bool Needed() const;
+  std::shared_ptr<const ColorTable> TableFor(const ColorLevels& levels) const;
+
+  const Media& media_;
+  RenderContext& ctx_;
+  ItemLayout layout_;
+  int workW_ = 2, workH_ = 2;
+  int64_t itemUs_ = 0;
+
+  int angle_ = 0;
+  int blendMode_ = 0;
+  ColorLevels color_;
+  int sharpness_ = 0, vignette_ = 0, graininess_ = 0;
+  int beautyBlur_ = 0;
+  bool blurShown_ = false; ///< display mode 1: the item's blur block is drawn
+  BlurSettings blur_;
+  bool chroma_ = false;
+  ChromaKeySettings chromaKey_;
+  std::unique_ptr<Lut3D> lut_;
+  float lutIntensity_ = 0;
+  KeyFrameTrack keyFrames_;
+  std::vector<PlacedAnimation> animations_;
+
+  std::shared_ptr<const ColorTable> table_; ///< for levels that do not change
+  mutable std::mutex tableMutex_;
+  mutable std::vector<std::pair<ColorLevels, std::shared_ptr<const ColorTable>>> tables_;
+};
+
+/// Draws an item that has a look (render.cpp's DrawItem hands it over).
+void DrawLook(const SourceFrame& source, Yuv& canvas);
+
+} // namespace orma
