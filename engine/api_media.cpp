@@ -27,7 +27,7 @@ template <class Apply> int32_t WithMedia(const char* function, OrmaMediaHandle m
 void NotRendered(const char* attribute) { LogNotRendered(std::string("attribute ") + attribute); }
 
 // Level attributes that this version keeps without drawing them.
-const char* const kNotDrawnYet[] = {"audioEffect", "audioNsLevel", "bigEye", "thinFace"};
+const char* const kNotDrawnYet[] = {"bigEye", "thinFace"};
 
 int32_t Level(const char* function, const char* attribute, OrmaMediaHandle media, int32_t level) {
   return WithMedia(function, media, [&](Media& m) {
@@ -238,8 +238,6 @@ ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
     if (!std::isfinite(speed) || speed < 0 || speed > 100)
       return Refuse("OrmaSetMediaPlaySpeed", kBadArgument, "speed out of range");
     media.attrs.SetReal("speed", speed);
-    if (speed != 0 && speed != 1 && media.probe.hasAudio)
-      NotRendered("play speed of the sound (the sound is left out)");
     return int32_t{kOk};
   });
   return Traced(

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "engine/item_audio.h"
 #include "engine/item_look.h"
 #include "engine/log.h"
 #include "engine/mlt_runtime.h"
@@ -48,8 +49,8 @@ Decoded::~Decoded() {
 // absolute path with FFmpeg's protocol whitelist, or, for a path the
 // producer would misread (one holding ':'), a /proc/self/fd alias of a
 // descriptor opened here that lives as long as the producer.
-static mlt_producer OpenAvformat(const MediaProbe& probe, RenderContext& ctx, const std::string& extra,
-                                 std::string* error) {
+mlt_producer OpenAvformat(const MediaProbe& probe, RenderContext& ctx, const std::string& extra,
+                          std::string* error) {
   std::string path = probe.path;
   int fd = -1;
   if (!PathIsPlainForAvformat(path)) {
@@ -101,9 +102,20 @@ MediaSource::MediaSource(const Media& media, int64_t sceneFrames, RenderContext&
   }
   speed_ = a.GetReal("speed", 1.0);
   if (!(speed_ > 0.0)) speed_ = 1.0;
+  if (speed_ < 0.1 || speed_ > 10.0) {
+    LogOnce("speed-range", "play speeds are limited to 0.1 to 10");
+    speed_ = std::clamp(speed_, 0.1, 10.0);
+  }
   sourceLast_ = media.probe.still ? 0 : std::max<int64_t>(0, UsToFrames(media.probe.durationUs, fps) - 1);
-  volume_ = static_cast<float>(std::max(0.0, a.GetReal("volume", 1.0)));
-  audioWanted_ = media.probe.hasAudio && volume_ > 0.0f && std::fabs(speed_ - 1.0) < 1e-9;
+  volume_ = static_cast<float>(std::clamp(a.GetReal("volume", 1.0), 0.0, 4.0));
+  audioWanted_ = media.probe.hasAudio && volume_ > 0.0f;
+  // Sound at another speed, with a voice effect or noise suppression is read
+  // on its own and processed (item_audio.h); otherwise it comes with the
+  // picture's frames.
+  soundSettings_.speed = speed_;
+  soundSettings_.effect = static_cast<int>(a.GetInt("audioEffect", 0));
+  soundSettings_.noiseLevel = static_cast<int>(a.GetInt("audioNsLevel", 0));
+  processedSound_ = audioWanted_ && AudioChain::Changes(soundSettings_);
   int64_t fadeIn = 0, fadeOut = 0;
   if (a.GetPair("audioFade", &fadeIn, &fadeOut)) {
     fadeInFrames_ = std::max<int64_t>(0, UsToFrames(fadeIn, fps));
@@ -142,6 +154,7 @@ void MediaSource::Release() {
   last_.reset();
   lastPosition_ = INT64_MIN;
   still_.reset();
+  sound_.reset();
   if (look_) look_->Release();
   if (producer_) {
     mlt_producer_close(producer_);
@@ -157,7 +170,7 @@ bool MediaSource::OpenProducer() {
     return false;
   }
   mlt_properties props = MLT_PRODUCER_PROPERTIES(producer_);
-  if (!audioWanted_) {
+  if (!audioWanted_ || processedSound_) {
     mlt_properties_set_int(props, "audio_index", -1);
   } else {
     // Sound in the output's rate and channel layout.
@@ -195,6 +208,20 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
   int64_t position = SourceFrameAt(t, &clamped, &visible);
   if (!visible) return frame;
   frame->visible = media_.probe.hasVideo;
+  if (processedSound_ && withAudio) {
+    int64_t u = t - offset_;
+    if (u >= 0 && u < duration_) {
+      if (!sound_) {
+        int64_t last = trimLast_ >= 0 ? std::min(trimLast_, sourceLast_) : sourceLast_;
+        sound_ = std::make_shared<ItemAudio>(media_.probe, ctx_, soundSettings_, trimStart_, last);
+      }
+      frame->sound = sound_;
+      frame->soundFrame = u;
+      frame->gainStart = GainAt(u);
+      frame->gainEnd = GainAt(u + 1);
+    }
+    if (!media_.probe.hasVideo) return frame;
+  }
 
   if (media_.probe.still) {
     if (!still_) still_ = LoadStill();
@@ -265,20 +292,21 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
   }
 
   if (frame->audio) {
-    auto gainAt = [&](int64_t u) {
-      double g = volume_;
-      if (fadeInFrames_ > 0 && u < fadeInFrames_)
-        g *= std::max<double>(0.0, static_cast<double>(u) / fadeInFrames_);
-      if (fadeOutFrames_ > 0 && duration_ - u < fadeOutFrames_)
-        g *= std::max<double>(0.0, static_cast<double>(duration_ - u) / fadeOutFrames_);
-      return static_cast<float>(g);
-    };
     int64_t u = t - offset_;
-    frame->gainStart = gainAt(u);
-    frame->gainEnd = gainAt(u + 1);
+    frame->gainStart = GainAt(u);
+    frame->gainEnd = GainAt(u + 1);
   }
   if (look_ && frame->visible) frame->look = look_->Prepare(t - offset_);
   return frame;
+}
+
+float MediaSource::GainAt(int64_t u) const {
+  double g = volume_;
+  if (fadeInFrames_ > 0 && u < fadeInFrames_)
+    g *= std::max<double>(0.0, static_cast<double>(u) / fadeInFrames_);
+  if (fadeOutFrames_ > 0 && duration_ - u < fadeOutFrames_)
+    g *= std::max<double>(0.0, static_cast<double>(duration_ - u) / fadeOutFrames_);
+  return static_cast<float>(g);
 }
 
 PicturePtr MediaSource::LoadStill() {

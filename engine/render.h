@@ -18,6 +18,7 @@
 
 #include <mlt-7/framework/mlt.h>
 
+#include "engine/audio_chain.h"
 #include "engine/image.h"
 #include "engine/model.h"
 
@@ -63,6 +64,7 @@ struct Decoded {
 
 struct LookFrame;
 class ItemLook;
+class ItemAudio;
 
 /// What one media item contributes to one frame.
 struct SourceFrame {
@@ -72,6 +74,8 @@ struct SourceFrame {
   bool audio = false;               ///< the decoded frame's sound belongs to this frame
   float gainStart = 1.0f, gainEnd = 1.0f;
   std::shared_ptr<const LookFrame> look; ///< the item's state, when it has a look (item_look.h)
+  std::shared_ptr<ItemAudio> sound;      ///< the item's processed sound (item_audio.h), mixed in order
+  int64_t soundFrame = 0;                ///< the frame of the item that sound is asked for
 };
 using SourceFramePtr = std::shared_ptr<SourceFrame>;
 
@@ -126,7 +130,16 @@ private:
   int64_t lastPosition_ = INT64_MIN;
   std::shared_ptr<Decoded> last_;
   std::unique_ptr<ItemLook> look_; ///< null for an item drawn by the plain path
+  float GainAt(int64_t itemFrame) const;
+  bool processedSound_ = false;
+  AudioChain::Settings soundSettings_;
+  std::shared_ptr<ItemAudio> sound_;
 };
+
+/// Opens a media file through MLT's avformat producer, safely (see
+/// media_source.cpp).
+mlt_producer OpenAvformat(const MediaProbe& probe, RenderContext& ctx, const std::string& extraOptions,
+                          std::string* error);
 
 class Painter;
 

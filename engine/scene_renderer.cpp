@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "engine/item_audio.h"
 #include "engine/item_look.h"
 #include "engine/render.h"
 
@@ -83,6 +84,10 @@ const SourceFrame* SceneRenderer::FirstPicture(const Frame& frame, const ItemLay
 
 void SceneRenderer::MixAudio(const Frame& frame, AudioBlock& out, float gainStart, float gainEnd) const {
   for (const auto& item : frame.items) {
+    if (item->sound) {
+      item->sound->Mix(item->soundFrame, out, item->gainStart * gainStart, item->gainEnd * gainEnd);
+      continue;
+    }
     if (!item->audio || !item->decoded) continue;
     void* buffer = nullptr;
     mlt_audio_format format = mlt_audio_float;

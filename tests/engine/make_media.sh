@@ -45,4 +45,13 @@ ff -f lavfi -i "color=c=0x00b140:s=$size:r=25:d=3" \
    greenscreen.mp4
 ff -f lavfi -i "color=c=0x808080:s=$size" -frames:v 1 grey.png
 ff -f lavfi -i "haldclutsrc=level=4" -vf negate -frames:v 1 hald_invert.png
+# Sound: a short tone then silence (echo tails), a loud tone (limiting) and
+# a tone in white noise (noise suppression), each with a black picture.
+ff -f lavfi -i "color=c=black:s=$size:r=25:d=2" -f lavfi -i "sine=f=440:d=0.3:sample_rate=44100,apad=pad_dur=1.7" \
+   -c:v libx264 -pix_fmt yuv420p -c:a aac -ac 2 -shortest burst.mp4
+ff -f lavfi -i "color=c=black:s=$size:r=25:d=2" -f lavfi -i "aevalsrc=0.8*sin(2*PI*440*t):s=44100:d=2" \
+   -c:v libx264 -pix_fmt yuv420p -c:a aac -ac 2 -shortest loud.mp4
+ff -f lavfi -i "color=c=black:s=$size:r=25:d=3" \
+   -filter_complex "sine=f=440:d=3:sample_rate=44100[t];anoisesrc=a=0.1:c=white:d=3:r=44100[n];[t][n]amix=inputs=2:normalize=0[a]" \
+   -map 0:v -map "[a]" -c:v libx264 -pix_fmt yuv420p -c:a aac -ac 2 -shortest noisy.mp4
 touch "$out/.complete"
