@@ -56,6 +56,15 @@ void TakeVideo(Input& in, AVFrame* frame, DecodedVideo& out) {
 }
 
 void TakeAudio(Input& in, AVFrame* frame, DecodedVideo& out) {
+  // The loudest sample of any channel, before the mix-down.
+  int channels = frame->ch_layout.nb_channels;
+  if (frame->format == AV_SAMPLE_FMT_FLTP)
+    for (int c = 0; c < channels; ++c)
+      for (int i = 0; i < frame->nb_samples; ++i)
+        out.peak = std::max(out.peak, std::fabs(reinterpret_cast<const float*>(frame->extended_data[c])[i]));
+  if (frame->format == AV_SAMPLE_FMT_FLT)
+    for (int i = 0; i < frame->nb_samples * channels; ++i)
+      out.peak = std::max(out.peak, std::fabs(reinterpret_cast<const float*>(frame->data[0])[i]));
   if (!in.swr) {
     AVChannelLayout mono = AV_CHANNEL_LAYOUT_MONO;
     swr_alloc_set_opts2(&in.swr, &mono, AV_SAMPLE_FMT_FLT, frame->sample_rate, &frame->ch_layout,

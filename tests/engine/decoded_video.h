@@ -24,6 +24,7 @@ struct DecodedVideo {
   int sampleRate = 0;
   int channels = 0;
   std::vector<float> mono; ///< the sound mixed down to one channel
+  float peak = 0;          ///< the largest absolute sample of any channel (float sound)
 
   int FrameCount() const { return static_cast<int>(frames.size()); }
   /// Colour of a pixel; x and y in 0..1 of the frame.
