@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "engine/api.h"
+#include "engine/lut_file.h"
 
 using namespace orma;
 
@@ -98,8 +99,15 @@ ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float
   Effect* e = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(path, &error);
+  Lut3D table;
+  // The table is read now so that a file that is not a table is refused
+  // here (the caller skips that filter) rather than failing the export.
   if (native.empty())
     Refuse("OrmaAddLUT", kBadFile, error);
+  else if (!LoadLutFile(native, &table, &error))
+    Refuse("OrmaAddLUT", kBadFile, error);
+  else if (!std::isfinite(intensity))
+    Refuse("OrmaAddLUT", kBadArgument, "intensity is not a number");
   else if ((e = NewEffect("OrmaAddLUT", vv, EffectKind::Lut, fromUs, toUs))) {
     e->path = native;
     e->intensity = intensity;

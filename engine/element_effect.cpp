@@ -27,8 +27,8 @@ const EffectEntry kEffects[] = {
     {EffectKind::Mosaic, "mosaic region", MakeMosaicEffect},
     {EffectKind::GaussBlur, "blur region", MakeRegionBlurEffect},
     {EffectKind::DeLogo, "delogo region", MakeDelogoEffect},
-    {EffectKind::Lut, "look-up table effect", nullptr},
-    {EffectKind::Adjustment, "picture adjustment effect", nullptr},
+    {EffectKind::Lut, "look-up filter", MakeLutEffect},
+    {EffectKind::Adjustment, "picture adjustment", MakeAdjustmentEffect},
     {EffectKind::Special, "special effect", nullptr},
 };
 

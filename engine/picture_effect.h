@@ -35,5 +35,7 @@ using PictureEffectFactory = std::unique_ptr<PictureEffect> (*)(const Effect& ef
 std::unique_ptr<PictureEffect> MakeMosaicEffect(const Effect&, RenderContext&, std::string*);
 std::unique_ptr<PictureEffect> MakeRegionBlurEffect(const Effect&, RenderContext&, std::string*);
 std::unique_ptr<PictureEffect> MakeDelogoEffect(const Effect&, RenderContext&, std::string*);
+std::unique_ptr<PictureEffect> MakeLutEffect(const Effect&, RenderContext&, std::string*);
+std::unique_ptr<PictureEffect> MakeAdjustmentEffect(const Effect&, RenderContext&, std::string*);
 
 } // namespace orma

@@ -7,7 +7,8 @@
 
 namespace {
 
-const Rgb kRed{255, 0, 0}, kWhite{255, 255, 255};
+const Rgb kRed{255, 0, 0}, kWhite{255, 255, 255}, kGreen{0, 255, 0}, kMagenta{255, 0, 255},
+    kCyan{0, 255, 255};
 
 int F(double seconds) { return static_cast<int>(std::lround(seconds * 25)); }
 
@@ -114,6 +115,70 @@ TEST_F(EngineEffects, EffectsDoNotLengthenTheVideo) {
   DecodedVideo v = Decode();
   EXPECT_EQ(v.FrameCount(), 25);
   EXPECT_GT(MixedShare(v, 24, 0.1, 0.1, 0.9, 0.9), 0.6);
+}
+
+TEST_F(EngineEffects, AToningBrightensOnlyItsSpan) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "grey.png");
+  OrmaAdjustmentBlock block{};
+  block.brightness = 0.3f * 255; // a toning's brightness 0.3, as the program sends it
+  ASSERT_NE(OrmaAddFilterAdjustment(vv, &block, kSecond / 2, 3 * kSecond / 2), nullptr);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  Rgb before = v.At(F(0.25), 0.5, 0.5), during = v.At(F(1.0), 0.5, 0.5), after = v.At(F(1.75), 0.5, 0.5);
+  EXPECT_NEAR(before.g, 128, 10) << ToString(before);
+  EXPECT_GT(during.g, before.g + 20) << ToString(during);
+  EXPECT_NEAR(during.r, during.b, 10) << ToString(during); // still grey
+  EXPECT_NEAR(after.g, 128, 10) << ToString(after);
+}
+
+TEST_F(EngineEffects, AdjustmentVignetteDarkensTheCorners) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "white.bmp");
+  OrmaAdjustmentBlock block{};
+  block.vignette = 100;
+  ASSERT_NE(OrmaAddFilterAdjustment(vv, &block, 0, kSecond), nullptr);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_COLOR(v, 10, 0.5, 0.5, kWhite);
+  EXPECT_LT(v.At(10, 0.02, 0.03).g, 150);
+}
+
+TEST_F(EngineEffects, ALookUpFilterAtLevel3ChangesAnOverlayAtLevel2ButNotOneAtLevel4) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "red.mp4");
+  AddPip(vv, 0, 1, "green.mp4", Rect4{{0.0f, 0.0f, 0.5f, 0.5f}}, 2);
+  AddPip(vv, 0, 1, "green.mp4", Rect4{{0.5f, 0.0f, 1.0f, 0.5f}}, 4);
+  OrmaEffectHandle lut = OrmaAddLUT(vv, Media("hald_invert.png").c_str(), 1.0f, 0, kSecond); // inverts
+  ASSERT_NE(lut, nullptr);
+  ASSERT_EQ(OrmaUpdateEffectLevel(lut, 3), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_COLOR(v, 10, 0.25, 0.25, kMagenta); // level 2: inverted
+  EXPECT_COLOR(v, 10, 0.75, 0.25, kGreen);   // level 4: untouched
+  EXPECT_COLOR(v, 10, 0.5, 0.75, kCyan);     // the scene: inverted
+}
+
+TEST_F(EngineEffects, ALookUpFilterActsOnlyDuringItsSpanAndByItsIntensity) {
+  WriteFile(Path("invert.cube"), "LUT_3D_SIZE 2\n1 1 1\n0 1 1\n1 0 1\n0 0 1\n1 1 0\n0 1 0\n1 0 0\n0 0 0\n");
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "red.mp4");
+  ASSERT_NE(OrmaAddLUT(vv, Path("invert.cube").c_str(), 1.0f, 0, kSecond / 2), nullptr);
+  ASSERT_NE(OrmaAddLUT(vv, Path("invert.cube").c_str(), 0.5f, kSecond, 2 * kSecond), nullptr);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_COLOR(v, F(0.25), 0.5, 0.5, kCyan);
+  EXPECT_COLOR(v, F(0.75), 0.5, 0.5, kRed);
+  Rgb half = v.At(F(1.5), 0.5, 0.5); // half way between red and cyan
+  EXPECT_NEAR(half.r, 128, 30) << ToString(half);
+  EXPECT_NEAR(half.g, 128, 30) << ToString(half);
+}
+
+TEST_F(EngineEffects, AFileThatIsNoLookUpTableIsRefused) {
+  OrmaVideoHandle vv = NewVideo();
+  WriteFile(Path("bad.cube"), "LUT_3D_SIZE 2\n1 1 1\n");
+  EXPECT_EQ(OrmaAddLUT(vv, Path("bad.cube").c_str(), 1.0f, 0, kSecond), nullptr);
+  EXPECT_EQ(OrmaAddLUT(vv, Media("red.mp4").c_str(), 1.0f, 0, kSecond), nullptr);
 }
 
 } // namespace
