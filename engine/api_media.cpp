@@ -11,6 +11,8 @@
 #include "engine/animation.h"
 #include "engine/api.h"
 #include "engine/lut_file.h"
+#include "engine/mask_shape.h"
+#include "engine/special_effect.h"
 #include "engine/transitions.h"
 
 using namespace orma;
@@ -334,8 +336,8 @@ ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path) {
   int32_t r = WithMedia("OrmaSetMediaMaskVideo", m, [&](Media& media) {
     MediaProbe probe = ProbeMedia(path, true);
     if (!probe.ok) return Refuse("OrmaSetMediaMaskVideo", kBadFile, probe.error);
+    if (!probe.hasVideo) return Refuse("OrmaSetMediaMaskVideo", kBadFile, probe.path + ": has no picture");
     media.attrs.SetText("maskVideo", probe.path);
-    NotRendered("mask video");
     return int32_t{kOk};
   });
   return Traced(
@@ -345,19 +347,26 @@ ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path) {
 ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char* configPath) {
   Mask* mask = nullptr;
   Media* media = MediaOf(m);
-  std::string native;
+  std::string native, error;
+  MaskConfig config;
   if (!media)
     Refuse("OrmaAddMediaMaskFromConfig", kBadHandle, "not a media handle");
-  else if (Resource("OrmaAddMediaMaskFromConfig", configPath, &native)) {
+  else if (media->scene && Exporting(media->scene->video))
+    Refuse("OrmaAddMediaMaskFromConfig", kBadState, "an export is running");
+  else if (!Resource("OrmaAddMediaMaskFromConfig", configPath, &native))
+    mask = nullptr; // refused and logged by Resource
+  else if (!LoadMaskConfig(native, &config, &error))
+    Refuse("OrmaAddMediaMaskFromConfig", kBadFile, error);
+  else {
     mask = new Mask();
     mask->media = media;
     mask->configPath = native;
     RegisterHandle(mask);
+    media->masks.push_back(mask);
     Attr a;
     a.kind = Attr::Text;
     a.text = native;
     media->attrs.Append("masks", a);
-    NotRendered("mask");
   }
   return Traced(
       "OrmaAddMediaMaskFromConfig",
@@ -443,15 +452,17 @@ ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_
 ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* configPath, int64_t startUs,
                                            int64_t durationUs) {
   int32_t r = WithMedia("OrmaSetMediaSpecialEffect", m, [&](Media& media) {
-    std::string native;
+    std::string native, error;
     if (!Resource("OrmaSetMediaSpecialEffect", configPath, &native)) return int32_t{kBadFile};
+    if (startUs < 0 || durationUs < 0)
+      return Refuse("OrmaSetMediaSpecialEffect", kBadArgument, "negative time");
+    if (!SpecialEffect::Load(native, &error)) return Refuse("OrmaSetMediaSpecialEffect", kBadFile, error);
     Attr a;
     a.kind = Attr::Text;
     a.text = native;
     a.i[0] = startUs;
     a.i[1] = durationUs;
     media.attrs.Append("specialEffects", a);
-    NotRendered("special effect of a media item");
     return int32_t{kOk};
   });
   return Traced(

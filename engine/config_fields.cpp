@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "engine/easing.h"
 #include "platform/platform.h"
 
 namespace orma {
@@ -149,6 +150,53 @@ bool ReadNumbers(const cJSON* item, const std::string& where, const char* name, 
     values.push_back(static_cast<float>(value));
   }
   *out = std::move(values);
+  return true;
+}
+
+bool ReadKeyedNumber(const cJSON* item, const std::string& where, const char* name, Range range,
+                     KeyedNumber* out, std::string* error) {
+  if (cJSON_IsNumber(item)) {
+    double value = 0;
+    if (!ReadNumber(item, where, name, range, &value, error)) return false;
+    *out = KeyedNumber(static_cast<float>(value));
+    return true;
+  }
+  if (!cJSON_IsArray(item) || cJSON_GetArraySize(item) < 1) {
+    *error = Quote(where, name) + " must be a number or an array of keys {\"at\", \"value\", \"easing\"}";
+    return false;
+  }
+  KeyedNumber result;
+  int index = 0;
+  for (const cJSON* k = item->child; k; k = k->next, ++index) {
+    std::string element = std::string(name) + "[" + std::to_string(index) + "]";
+    if (!cJSON_IsObject(k)) {
+      *error = Quote(where, element.c_str()) + " must be an object";
+      return false;
+    }
+    KeyedNumber::Key key;
+    const cJSON* at = cJSON_GetObjectItem(k, "at");
+    const cJSON* value = cJSON_GetObjectItem(k, "value");
+    const cJSON* easing = cJSON_GetObjectItem(k, "easing");
+    double number = 0;
+    std::string atName = element + ".at", valueName = element + ".value", easingName = element + ".easing";
+    if (!at || !value) {
+      *error = Quote(where, element.c_str()) + " needs \"at\" and \"value\"";
+      return false;
+    }
+    if (!ReadNumber(at, where, atName.c_str(), Range(0, 1), &number, error)) return false;
+    key.at = static_cast<float>(number);
+    if (!result.keys.empty() && key.at < result.keys.back().at) {
+      *error = Quote(where, atName.c_str()) + " must not be below the previous key's";
+      return false;
+    }
+    if (!ReadNumber(value, where, valueName.c_str(), range, &number, error)) return false;
+    key.value = static_cast<float>(number);
+    if (easing && !ReadChoice(easing, where, easingName.c_str(), Choices(kEasingNames), &key.easing, error))
+      return false;
+    result.keys.push_back(key);
+  }
+  result.value = result.keys.front().value;
+  *out = std::move(result);
   return true;
 }
 

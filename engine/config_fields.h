@@ -42,12 +42,28 @@ struct Choices {
 
 using Rgba = std::array<float, 4>; ///< red, green, blue, alpha 0..1
 
+/// A number that may change over time: written as a plain number, or as an
+/// array of keys {"at": 0..1, "value": v, "easing": name} in order of "at"
+/// (easing names of engine/easing.h, "linear" when absent). The field's
+/// range applies to every value.
+struct KeyedNumber {
+  struct Key {
+    float at = 0;
+    float value = 0;
+    std::string easing = "linear";
+  };
+  float value = 0;       ///< the plain number, or the first key's value
+  std::vector<Key> keys; ///< empty for a plain number
+  KeyedNumber() = default;
+  KeyedNumber(float v) : value(v) {}
+};
+
 /// A field that is required must be present; the others keep the member's
 /// value when absent. A colour is [r, g, b] or [r, g, b, a] (0..1), or a text
 /// "#rrggbb" / "#rrggbbaa".
 template <class T> struct FieldSpec {
   using Member = std::variant<float T::*, double T::*, int T::*, int64_t T::*, bool T::*, std::string T::*,
-                              Rgba T::*, std::vector<float> T::*>;
+                              Rgba T::*, std::vector<float> T::*, KeyedNumber T::*>;
   const char* name;
   Member member;
   Range range{};
@@ -75,6 +91,8 @@ bool ReadChoice(const cJSON* item, const std::string& where, const char* name, C
 bool ReadColor(const cJSON* item, const std::string& where, const char* name, Rgba* out, std::string* error);
 bool ReadNumbers(const cJSON* item, const std::string& where, const char* name, Range range,
                  std::vector<float>* out, std::string* error);
+bool ReadKeyedNumber(const cJSON* item, const std::string& where, const char* name, Range range,
+                     KeyedNumber* out, std::string* error);
 std::string Quote(const std::string& where, const char* name);
 } // namespace detail
 
@@ -113,6 +131,8 @@ bool ReadFields(const cJSON* object, const FieldSpec<T> (&specs)[N], T* out, con
             return detail::ReadColor(item, where, f.name, &target, error);
           } else if constexpr (std::is_same_v<V, std::vector<float>>) {
             return detail::ReadNumbers(item, where, f.name, f.range, &target, error);
+          } else if constexpr (std::is_same_v<V, KeyedNumber>) {
+            return detail::ReadKeyedNumber(item, where, f.name, f.range, &target, error);
           } else {
             double value = 0;
             if (!detail::ReadNumber(item, where, f.name, f.range, &value, error)) return false;

@@ -147,6 +147,23 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
     }
   }
 
+  for (const Mask* mask : media_.masks) {
+    std::unique_ptr<MaskLayer> layer = MaskLayer::Make(*mask, error);
+    if (!layer) return false;
+    masks_.push_back(std::move(layer));
+  }
+  if (const Attr* matte = a.Get("maskVideo"); matte && !matte->text.empty())
+    matte_ = std::make_unique<LumaMatte>(matte->text, ctx_);
+  if (const auto* list = a.List("specialEffects"))
+    for (const Attr& entry : *list) {
+      PlacedEffect e;
+      e.effect = SpecialEffect::Load(entry.text, error);
+      if (!e.effect) return false;
+      e.startUs = entry.i[0];
+      e.durationUs = entry.i[1];
+      effects_.push_back(std::move(e));
+    }
+
   // The working picture: the item's size on the canvas, or the largest size
   // its key frames give it (at most twice the canvas).
   workW_ = layout_.w;
@@ -165,10 +182,11 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
 bool ItemLook::Needed() const {
   return angle_ % 360 != 0 || blendMode_ > 1 || !color_.Neutral() || lut_ || sharpness_ != 0 ||
          vignette_ > 0 || graininess_ > 0 || beautyBlur_ > 0 || blurShown_ || chroma_ ||
-         !keyFrames_.Empty() || !animations_.empty();
+         !keyFrames_.Empty() || !animations_.empty() || !masks_.empty() || matte_ || !effects_.empty();
 }
 
 void ItemLook::Release() {
+  if (matte_) matte_->Release();
   std::lock_guard<std::mutex> lock(tableMutex_);
   tables_.clear();
 }
@@ -220,10 +238,13 @@ std::shared_ptr<const LookFrame> ItemLook::Prepare(int64_t itemFrame) {
       if (keyFrames_.AnimatesLevel(l)) *targets[l] = k.levels[l];
   }
   if (!animations_.empty()) f->pose = EvaluateAnimations(animations_, f->us, itemUs_);
+  for (const auto& mask : masks_)
+    f->maskShapes.push_back(mask->ShapeAt(f->us));
+  if (matte_) f->matte = matte_->Fetch(itemFrame);
 
   f->covers = f->opacity >= 1.0f && f->pose.Neutral() && std::fmod(f->rotation, 360.0f) == 0.0f &&
               f->show[0] == 0 && f->show[1] == 0 && f->show[2] == ctx_.width && f->show[3] == ctx_.height &&
-              !chroma_ && blendMode_ <= 1;
+              !chroma_ && blendMode_ <= 1 && masks_.empty() && !matte_;
   return f;
 }
 
@@ -233,7 +254,7 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
   bool rgba = source.decoded && source.decoded->rgba;
   bool sourceAlpha = rgba || (source.still && source.still->view().HasAlpha());
   bool clip = f.pose.clip[0] > 0 || f.pose.clip[1] > 0 || f.pose.clip[2] > 0 || f.pose.clip[3] > 0;
-  bool alpha = sourceAlpha || chroma_;
+  bool alpha = sourceAlpha || chroma_ || !masks_.empty() || matte_;
   Picture& work = ScratchPicture(40, workW_, workH_, true);
   Yuv view = work.view();
   if (!alpha) view.p[3] = nullptr;
@@ -265,6 +286,17 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
   if (f.pose.blur > 0) BlurAll(view, f.pose.blur * 0.05f * std::min(view.w, view.h));
   if (f.vignette > 0) Vignette(view, f.vignette / 100.0f);
   if (f.graininess > 0) AddGrain(view, f.graininess / 100.0f, static_cast<uint32_t>(f.frame));
+  for (const PlacedEffect& e : effects_)
+    if (f.us >= e.startUs && f.us < e.startUs + e.durationUs) {
+      EffectClock clock;
+      clock.seconds = static_cast<double>(f.us - e.startUs) / 1e6;
+      clock.span = static_cast<double>(e.durationUs) / 1e6;
+      clock.frame = f.frame;
+      e.effect->Apply(view, clock, matrix);
+    }
+  for (size_t i = 0; i < masks_.size() && i < f.maskShapes.size(); ++i)
+    masks_[i]->Apply(view, f.maskShapes[i], matrix);
+  if (matte_) matte_->Apply(view, f.matte);
 
   // Placement: the working picture stretched to the show rectangle, then
   // scaled, turned and moved about its centre by the animations.

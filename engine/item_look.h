@@ -19,8 +19,10 @@
 #include "engine/animation.h"
 #include "engine/color_table.h"
 #include "engine/key_frames.h"
+#include "engine/mask_shape.h"
 #include "engine/picture_filters.h"
 #include "engine/render.h"
+#include "engine/special_effect.h"
 
 namespace orma {
 
@@ -39,7 +41,9 @@ struct LookFrame {
   ColorLevels color;
   int sharpness = 0, vignette = 0, graininess = 0;
   BlurSettings blur;
-  bool covers = false; ///< an opaque picture over the whole canvas
+  bool covers = false;                        ///< an opaque picture over the whole canvas
+  std::vector<OrmaMaskShapeBlock> maskShapes; ///< one per mask layer
+  std::shared_ptr<const void> matte;          ///< the mask video's or picture's frame
 };
 
 class ItemLook {
@@ -88,6 +92,13 @@ private:
   float lutIntensity_ = 0;
   KeyFrameTrack keyFrames_;
   std::vector<PlacedAnimation> animations_;
+  std::vector<std::unique_ptr<MaskLayer>> masks_;
+  std::unique_ptr<LumaMatte> matte_;
+  struct PlacedEffect {
+    std::unique_ptr<SpecialEffect> effect;
+    int64_t startUs, durationUs;
+  };
+  std::vector<PlacedEffect> effects_;
 
   std::shared_ptr<const ColorTable> table_; ///< for levels that do not change
   mutable std::mutex tableMutex_;

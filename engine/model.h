@@ -81,11 +81,14 @@ Rational RationalFps(double fps);
 struct Scene;
 struct VirtualVideo;
 
+struct Mask;
+
 struct Media : Handle {
   Media() : Handle(HandleType::Media) {}
   MediaProbe probe;
   PropertyBag attrs;
   Scene* scene = nullptr;
+  std::vector<Mask*> masks; ///< masks from OrmaAddMediaMaskFromConfig, in the order added
 };
 
 struct Mask : Handle {

@@ -254,14 +254,16 @@ TEST_F(EngineApi, EveryAttributeIsAcceptedAndKept) {
   // A resource that is missing fails the call.
   EXPECT_LT(OrmaSetMediaLUT(m, Path("none.cube").c_str(), 1.0f), 1);
   EXPECT_EQ(OrmaAddMediaMaskFromConfig(m, Path("none.json").c_str()), nullptr);
-  WriteFile(Path("mask.json"), "{}");
+  WriteFile(Path("mask.json"), "{}"); // a mask must name its shape
+  EXPECT_EQ(OrmaAddMediaMaskFromConfig(m, Path("mask.json").c_str()), nullptr);
+  WriteFile(Path("mask.json"), R"({"shape": "circle"})");
   OrmaMaskHandle mask = OrmaAddMediaMaskFromConfig(m, Path("mask.json").c_str());
   ASSERT_NE(mask, nullptr);
   OrmaMaskShapeBlock shape{};
   EXPECT_EQ(OrmaUpdateMediaMaskParam(m, mask, &shape), 1);
   OrmaMaskKeyFrameBlock maskFrame{};
   EXPECT_EQ(OrmaMediaAddMaskKeyFrameAnimation(m, mask, &maskFrame), 1);
-  // Stored but not drawn yet: the export still succeeds.
+  // All of it drawn together: the export succeeds.
   ASSERT_EQ(Export(vv), 1);
 }
 

@@ -54,4 +54,10 @@ ff -f lavfi -i "color=c=black:s=$size:r=25:d=2" -f lavfi -i "aevalsrc=0.8*sin(2*
 ff -f lavfi -i "color=c=black:s=$size:r=25:d=3" \
    -filter_complex "sine=f=440:d=3:sample_rate=44100[t];anoisesrc=a=0.1:c=white:d=3:r=44100[n];[t][n]amix=inputs=2:normalize=0[a]" \
    -map 0:v -map "[a]" -c:v libx264 -pix_fmt yuv420p -c:a aac -ac 2 -shortest noisy.mp4
+# Luma mattes: white on the left half, black on the right, as a picture and
+# as a one-second video.
+ff -f lavfi -i "color=c=white:s=160x180" -f lavfi -i "color=c=black:s=160x180" \
+   -filter_complex "[0][1]hstack" -frames:v 1 matte.png
+ff -f lavfi -i "color=c=white:s=160x180:r=25:d=1" -f lavfi -i "color=c=black:s=160x180:r=25:d=1" \
+   -filter_complex "[0][1]hstack" -c:v libx264 -pix_fmt yuv420p matte.mp4
 touch "$out/.complete"

@@ -2,8 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <set>
 
 #include "engine/animation.h"
+#include "engine/mask_shape.h"
+#include "engine/special_effect.h"
 
 namespace {
 
@@ -29,5 +32,26 @@ TEST(ShippedResources, EveryAnimationLoadsAndMoves) {
     for (float p = 0; p <= 1.0f; p += 0.125f)
       changes = changes || !clip->At(p).Neutral();
     EXPECT_TRUE(changes) << path;
+  }
+}
+
+TEST(ShippedResources, EveryMaskLoadsAndTheSixShapesAreThere) {
+  std::vector<std::string> configs = Configs("masks");
+  std::set<std::string> shapes;
+  for (const std::string& path : configs) {
+    orma::MaskConfig config;
+    std::string error;
+    ASSERT_TRUE(orma::LoadMaskConfig(path, &config, &error)) << error;
+    shapes.insert(config.shape);
+  }
+  EXPECT_EQ(shapes, (std::set<std::string>{"linear", "mirror", "circle", "rectangle", "heart", "star"}));
+}
+
+TEST(ShippedResources, EveryEffectLoads) {
+  std::vector<std::string> configs = Configs("effects");
+  EXPECT_GE(configs.size(), 10u);
+  for (const std::string& path : configs) {
+    std::string error;
+    EXPECT_NE(orma::SpecialEffect::Load(path, &error), nullptr) << error;
   }
 }

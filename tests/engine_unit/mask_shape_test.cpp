@@ -1,0 +1,188 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "engine/mask_shape.h"
+#include "tests/engine_unit/picture_util.h"
+
+using namespace orma;
+
+namespace {
+
+MaskConfig Config(const char* shape) {
+  MaskConfig c;
+  c.shape = shape;
+  return c;
+}
+
+OrmaMaskShapeBlock Shape(float cx, float cy, float w, float h) {
+  OrmaMaskShapeBlock s;
+  std::memset(&s, 0, sizeof s);
+  s.centerX = cx;
+  s.centerY = cy;
+  s.width = w;
+  s.height = h;
+  return s;
+}
+
+int At(const MaskRaster& r, int x, int y) { return r.alpha[static_cast<size_t>(y) * r.width + x]; }
+
+} // namespace
+
+TEST(MaskShape, EveryShapeIsInsideAtItsCentreAndOutsideFarAway) {
+  for (const char* shape : {"circle", "rectangle", "heart", "star", "mirror"}) {
+    MaskConfig c = Config(shape);
+    OrmaMaskShapeBlock s = Shape(0.5f, 0.5f, 0.5f, 0.5f);
+    EXPECT_LT(MaskDistance(c, s, 100, 100, 50, 50), 0) << shape;
+    EXPECT_GT(MaskDistance(c, s, 100, 100, 2, 2), 0) << shape;
+  }
+}
+
+TEST(MaskShape, CircleDistanceIsInPixels) {
+  MaskConfig c = Config("circle");
+  OrmaMaskShapeBlock s = Shape(0.5f, 0.5f, 0.5f, 0.5f); // radius 25 in a 100 x 100 item
+  EXPECT_NEAR(MaskDistance(c, s, 100, 100, 80, 50), 5.0f, 0.5f);
+  EXPECT_NEAR(MaskDistance(c, s, 100, 100, 70, 50), -5.0f, 1.0f);
+}
+
+TEST(MaskShape, RectangleCornersRoundWithTheRadius) {
+  MaskConfig c = Config("rectangle");
+  OrmaMaskShapeBlock square = Shape(0.5f, 0.5f, 0.6f, 0.6f), rounded = square;
+  rounded.cornerRadius = 1.0f; // a circle of radius 30
+  EXPECT_LT(MaskDistance(c, square, 100, 100, 78, 78), 0);
+  EXPECT_GT(MaskDistance(c, rounded, 100, 100, 78, 78), 0);
+  EXPECT_LT(MaskDistance(c, rounded, 100, 100, 78, 50), 0);
+}
+
+TEST(MaskShape, RectangleCornersMakeAFreeQuadrilateral) {
+  MaskConfig c = Config("rectangle");
+  OrmaMaskShapeBlock s = Shape(0.5f, 0.5f, 0.2f, 0.2f);
+  float tl[2] = {0.0f, 0.0f}, tr[2] = {1.0f, 0.0f}, br[2] = {1.0f, 0.5f}, bl[2] = {0.0f, 1.0f};
+  std::memcpy(s.topLeft, tl, sizeof tl);
+  std::memcpy(s.topRight, tr, sizeof tr);
+  std::memcpy(s.bottomRight, br, sizeof br);
+  std::memcpy(s.bottomLeft, bl, sizeof bl);
+  EXPECT_LT(MaskDistance(c, s, 100, 100, 10, 90), 0); // inside the quadrilateral
+  EXPECT_GT(MaskDistance(c, s, 100, 100, 90, 90), 0); // below its slanted bottom edge
+}
+
+TEST(MaskShape, HeartHasADipBetweenItsLobesAndAPointBelow) {
+  MaskConfig c = Config("heart");
+  OrmaMaskShapeBlock s = Shape(0.5f, 0.5f, 0.8f, 0.8f); // box 10..90
+  EXPECT_GT(MaskDistance(c, s, 100, 100, 50, 12), 0);   // the dip at the top middle
+  EXPECT_LT(MaskDistance(c, s, 100, 100, 30, 30), 0);   // a lobe
+  EXPECT_LT(MaskDistance(c, s, 100, 100, 50, 85), 0);   // near the tip
+  EXPECT_GT(MaskDistance(c, s, 100, 100, 20, 85), 0);   // beside the tip
+}
+
+TEST(MaskShape, StarHasPointsAndNotches) {
+  MaskConfig c = Config("star");
+  OrmaMaskShapeBlock s = Shape(0.5f, 0.5f, 0.8f, 0.8f);
+  EXPECT_LT(MaskDistance(c, s, 100, 100, 50, 14), 0); // the top point
+  // Between the top point and the next one, at the outer radius.
+  EXPECT_GT(MaskDistance(c, s, 100, 100, 50 + 40 * std::sin(0.6283f), 50 - 40 * std::cos(0.6283f)), 0);
+}
+
+TEST(MaskShape, LinearKeepsTheSideBelowItsTurnedLine) {
+  MaskConfig c = Config("linear");
+  OrmaMaskShapeBlock s = Shape(0.5f, 0.5f, 0.5f, 0.5f);
+  EXPECT_LT(MaskDistance(c, s, 100, 100, 50, 80), 0);
+  EXPECT_GT(MaskDistance(c, s, 100, 100, 50, 20), 0);
+  s.degrees = 90; // the kept side is now on the left
+  EXPECT_LT(MaskDistance(c, s, 100, 100, 20, 50), 0);
+  EXPECT_GT(MaskDistance(c, s, 100, 100, 80, 50), 0);
+  s.degrees = 0;
+  s.distance = 0.4f; // the line moved down to y = 90
+  EXPECT_GT(MaskDistance(c, s, 100, 100, 50, 80), 0);
+}
+
+TEST(MaskShape, RenderedMaskFeathersInvertsAndDrawsItsEdge) {
+  MaskConfig c = Config("circle");
+  OrmaMaskShapeBlock s = Shape(0.5f, 0.5f, 0.5f, 0.5f);
+  MaskRaster hard, soft, inverted, edged;
+  RenderMask(c, s, 64, 64, &hard);
+  EXPECT_EQ(At(hard, 32, 32), 255);
+  EXPECT_EQ(At(hard, 2, 2), 0);
+  s.featherStep = 0.2f;
+  RenderMask(c, s, 64, 64, &soft);
+  int border = At(soft, 48, 32);
+  EXPECT_GT(border, 40);
+  EXPECT_LT(border, 215);
+  s.featherStep = 0;
+  s.invert = 1;
+  RenderMask(c, s, 64, 64, &inverted);
+  EXPECT_EQ(At(inverted, 32, 32), 0);
+  EXPECT_EQ(At(inverted, 2, 2), 255);
+  s.invert = 0;
+  s.edgeSize = 0.1f;
+  s.edgeColor[0] = 1;
+  s.edgeColor[3] = 1;
+  RenderMask(c, s, 64, 64, &edged);
+  ASSERT_FALSE(edged.edge.empty());
+  EXPECT_EQ(edged.edge[32 * 64 + 48], 255);
+  EXPECT_EQ(edged.edge[32 * 64 + 32], 0);
+}
+
+TEST(MaskShape, AppliedMaskCutsTheAlphaAndPaintsTheEdge) {
+  Picture p(64, 64, true);
+  testpic::FillRgb(p.view(), 0, 0, 1);
+  for (int y = 0; y < 64; ++y)
+    std::memset(p.view().p[3] + y * p.view().s[3], 255, 64);
+  MaskConfig c = Config("circle");
+  OrmaMaskShapeBlock s = Shape(0.5f, 0.5f, 0.5f, 0.5f);
+  s.edgeSize = 0.1f;
+  s.edgeColor[0] = 1;
+  s.edgeColor[3] = 1;
+  MaskRaster r;
+  RenderMask(c, s, 64, 64, &r);
+  ApplyMask(p.view(), r, 601);
+  EXPECT_EQ(testpic::Alpha(p.view(), 2, 2), 0);
+  EXPECT_EQ(testpic::Alpha(p.view(), 32, 32), 255);
+  EXPECT_EQ(testpic::Alpha(p.view(), 48, 32), 255); // the edge line shows
+  EXPECT_TRUE(testpic::Near(testpic::At(p.view(), 48, 32), {255, 0, 0}, 20))
+      << testpic::Text(testpic::At(p.view(), 48, 32));
+}
+
+TEST(MaskShape, AnEmptyBlockTakesTheConfigsDefaults) {
+  MaskConfig c = Config("star");
+  c.width = 0.3f;
+  c.height = 0.4f;
+  OrmaMaskShapeBlock s = EffectiveShape(c, OrmaMaskShapeBlock{});
+  EXPECT_FLOAT_EQ(s.centerX, 0.5f);
+  EXPECT_FLOAT_EQ(s.width, 0.3f);
+  EXPECT_FLOAT_EQ(s.height, 0.4f);
+  OrmaMaskShapeBlock placed = Shape(0.2f, 0.3f, 0, 0);
+  s = EffectiveShape(c, placed);
+  EXPECT_FLOAT_EQ(s.centerX, 0.2f);
+  EXPECT_FLOAT_EQ(s.width, 0.3f);
+}
+
+TEST(MaskShape, KeyFramesInterpolateEveryFieldAndSwitchInversionAtTheLaterOne) {
+  OrmaMaskKeyFrameBlock a, b;
+  std::memset(&a, 0, sizeof a);
+  std::memset(&b, 0, sizeof b);
+  a.atTimeUs = 0;
+  b.atTimeUs = 2000000;
+  a.shape = Shape(0.2f, 0.5f, 0.2f, 0.2f);
+  b.shape = Shape(0.8f, 0.5f, 0.4f, 0.2f);
+  b.shape.degrees = 90;
+  b.shape.invert = 1;
+  OrmaMaskShapeBlock s = ShapeAt({a, b}, 1000000);
+  EXPECT_FLOAT_EQ(s.centerX, 0.5f);
+  EXPECT_FLOAT_EQ(s.width, 0.3f);
+  EXPECT_FLOAT_EQ(s.degrees, 45.0f);
+  EXPECT_EQ(s.invert, 0);
+  EXPECT_EQ(ShapeAt({a, b}, 3000000).invert, 1);
+  EXPECT_FLOAT_EQ(ShapeAt({a, b}, -5).centerX, 0.2f);
+}
+
+TEST(MaskConfigFile, ShapeIsRequiredAndChecked) {
+  MaskConfig c;
+  std::string error;
+  EXPECT_TRUE(ParseMaskConfig(R"({"shape": "Heart", "width": 0.4})", "m/config.json", &c, &error)) << error;
+  EXPECT_EQ(c.shape, "heart");
+  EXPECT_FALSE(ParseMaskConfig(R"({"width": 0.4})", "m/config.json", &c, &error));
+  EXPECT_NE(error.find("m/config.json: \"shape\" is required"), std::string::npos) << error;
+  EXPECT_FALSE(ParseMaskConfig(R"({"shape": "blob"})", "m/config.json", &c, &error));
+  EXPECT_FALSE(ParseMaskConfig(R"({"shape": "star", "points": 2})", "m/config.json", &c, &error));
+}
