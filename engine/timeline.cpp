@@ -9,6 +9,7 @@ extern "C" {
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "engine/elements.h"
 #include "engine/limiter.h"
@@ -214,23 +215,57 @@ mlt_playlist Timeline::Track(int index) {
     mlt_tractor_set_track(tractor_, MLT_PLAYLIST_PRODUCER(p), static_cast<int>(tracks_.size()));
     tracks_.push_back(p);
     trackEnds_.push_back(0);
+    busy_.emplace_back();
   }
   return tracks_[index];
 }
 
 int Timeline::AllocateTrack(int64_t start, int64_t end) {
+  // Stacked elements come in level order, not in time order: any track with
+  // room over [start, end) will do, wherever its other elements lie.
   for (size_t i = 1; i < tracks_.size(); ++i)
-    if (trackEnds_[i] <= start) return static_cast<int>(i);
-  (void)end;
+    if (TrackFree(i, start, end)) return static_cast<int>(i);
   int index = static_cast<int>(tracks_.size());
   Track(index);
   return index;
 }
 
+bool Timeline::TrackFree(size_t track, int64_t start, int64_t end) const {
+  const auto& busy = busy_[track];
+  auto next = busy.lower_bound(end); // the first element starting at or after the end
+  if (next == busy.begin()) return true;
+  return std::prev(next)->second <= start;
+}
+
 bool Timeline::Append(int track, std::unique_ptr<Segment> segment) {
+  Track(track);
+  if (segment->end <= segment->start) return true;
+  if (track == 0) return AppendClip(0, std::move(segment));
+  // Stacked segments are put on their tracks in time order once all are
+  // known (PlaceStacked).
+  if (!TrackFree(track, segment->start, segment->end)) return false;
+  busy_[track][segment->start] = segment->end;
+  length_ = std::max(length_, segment->end);
+  pending_.push_back({track, std::move(segment)});
+  return true;
+}
+
+bool Timeline::PlaceStacked(std::string* error) {
+  std::stable_sort(pending_.begin(), pending_.end(), [](const Pending& a, const Pending& b) {
+    return a.track != b.track ? a.track < b.track : a.segment->start < b.segment->start;
+  });
+  for (Pending& p : pending_)
+    if (!AppendClip(p.track, std::move(p.segment))) {
+      *error = "cannot place the stacked elements";
+      return false;
+    }
+  pending_.clear();
+  return true;
+}
+
+bool Timeline::AppendClip(int track, std::unique_ptr<Segment> segment) {
   mlt_playlist playlist = Track(track);
   int64_t length = segment->end - segment->start;
-  if (length <= 0) return true;
   if (segment->start < trackEnds_[track]) return false;
   if (segment->start > trackEnds_[track])
     mlt_playlist_blank(playlist, static_cast<int>(segment->start - trackEnds_[track] - 1));
@@ -299,7 +334,7 @@ bool Timeline::Build(std::string* error) {
     if (!builderFor(e->kind)->Add(*this, *e, error)) return false;
   for (auto& b : builders)
     if (b && !b->Finish(*this, error)) return false;
-  if (!FinishStack(error)) return false;
+  if (!PlaceStacked(error) || !FinishStack(error)) return false;
   std::sort(renderers_.begin(), renderers_.end(),
             [](const Owned& a, const Owned& b) { return a.lastFrame < b.lastFrame; });
   return true;

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -66,9 +67,11 @@ public:
   VirtualVideo& video;
   RenderContext& ctx;
   /// Appends a segment as a clip to a track (blank-filled up to its start).
+  /// The main track (0) takes segments in time order; a stacked track takes
+  /// them in any order as long as they do not overlap (false if they do).
   bool Append(int track, std::unique_ptr<Segment> segment);
-  /// A track for an element over [start, end): an existing stacked track
-  /// free at that time, or a new one.
+  /// A track for an element over [start, end): the first stacked track free
+  /// over that time, whatever lies before or after it, or a new one.
   int AllocateTrack(int64_t start, int64_t end);
   mlt_field field() const { return mlt_tractor_field(tractor_); }
   /// Plants, above everything planted so far, a transition that draws the
@@ -86,6 +89,16 @@ public:
 
 private:
   mlt_playlist Track(int index);
+  bool TrackFree(size_t track, int64_t start, int64_t end) const;
+  bool AppendClip(int track, std::unique_ptr<Segment> segment);
+  /// Puts the stacked segments on their tracks, in time order per track.
+  bool PlaceStacked(std::string* error);
+  struct Pending {
+    int track;
+    std::unique_ptr<Segment> segment;
+  };
+  std::vector<Pending> pending_;
+  std::vector<std::map<int64_t, int64_t>> busy_; ///< per track: start -> end of its segments
   /// After every builder: the main track reaches the end of the stacked
   /// elements, the sound of stacked tracks is mixed, and the limiter is
   /// planted last (stack_audio.cpp).

@@ -125,6 +125,20 @@ TEST_F(EngineStack, OverlaysThatNeverOverlapAllRender) {
   }
 }
 
+TEST_F(EngineStack, OverlaysWhoseLevelsDoNotFollowTimeAllRender) {
+  // The latest overlay has the lowest level: tracks are shared all the same.
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "red.mp4");
+  for (int i = 0; i < 8; ++i)
+    AddPip(vv, (7 - i) * 0.25, (7 - i) * 0.25 + 0.25, i % 2 ? "blue.mp4" : "green.mp4",
+           Rect4{{0.5f, 0.0f, 1.0f, 0.5f}}, i + 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  for (int i = 0; i < 8; ++i)
+    EXPECT_COLOR(v, F((7 - i) * 0.25 + 0.12), 0.75, 0.25, i % 2 ? kBlue : kGreen);
+  EXPECT_COLOR(v, F(1.0), 0.25, 0.75, kRed);
+}
+
 TEST_F(EngineStack, OverlaySoundIsMixedDuringItsSpan) {
   OrmaVideoHandle vv = NewVideo();
   AddScene(vv, 0, 3, "green.mp4");                              // no sound

@@ -1,0 +1,80 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "engine/mlt_runtime.h"
+#include "engine/timeline.h"
+
+namespace {
+
+class Nothing : public orma::Segment {
+public:
+  Nothing(int64_t from, int64_t to) {
+    start = from;
+    end = to;
+    overlay = true;
+  }
+  std::shared_ptr<void> Fetch(int64_t) override { return nullptr; }
+  void Render(const std::shared_ptr<void>&, orma::Yuv&) const override {}
+  void Audio(const std::shared_ptr<void>&, orma::AudioBlock&) const override {}
+};
+
+class TimelineTracks : public ::testing::Test {
+protected:
+  void SetUp() override {
+    ASSERT_TRUE(orma::EnsureMlt());
+    video.settings.width = 320;
+    video.settings.height = 180;
+    profile = orma::MakeProfile(video.settings);
+    ctx.profile = profile;
+    ctx.width = 320;
+    ctx.height = 180;
+    timeline = std::make_unique<orma::Timeline>(video, ctx);
+  }
+  void TearDown() override {
+    timeline.reset();
+    mlt_profile_close(profile);
+  }
+  int Place(int64_t from, int64_t to) {
+    int track = timeline->AllocateTrack(from, to);
+    EXPECT_TRUE(timeline->Append(track, std::make_unique<Nothing>(from, to)));
+    return track;
+  }
+  orma::VirtualVideo video;
+  orma::RenderContext ctx;
+  mlt_profile profile = nullptr;
+  std::unique_ptr<orma::Timeline> timeline;
+};
+
+TEST_F(TimelineTracks, ElementsOutOfTimeOrderShareOneTrackWhenTheyNeverOverlap) {
+  // Levels need not follow time: the latest element comes first.
+  for (int i = 9; i >= 0; --i)
+    EXPECT_EQ(Place(i * 10, i * 10 + 10), 1) << i;
+  EXPECT_EQ(Place(35, 36), 2); // overlaps one of them
+  EXPECT_EQ(Place(200, 210), 1);
+}
+
+TEST_F(TimelineTracks, OverlappingElementsGetTracksOfTheirOwn) {
+  EXPECT_EQ(Place(0, 100), 1);
+  EXPECT_EQ(Place(50, 60), 2);
+  EXPECT_EQ(Place(55, 58), 3);
+  EXPECT_EQ(Place(60, 70), 2); // starts where the second one ends
+  EXPECT_EQ(Place(100, 101), 1);
+}
+
+TEST_F(TimelineTracks, AStackedTrackRefusesAnOverlappingSegment) {
+  EXPECT_EQ(Place(10, 20), 1);
+  EXPECT_FALSE(timeline->Append(1, std::make_unique<Nothing>(15, 25)));
+  EXPECT_FALSE(timeline->Append(1, std::make_unique<Nothing>(0, 11)));
+  EXPECT_TRUE(timeline->Append(1, std::make_unique<Nothing>(0, 10)));
+}
+
+TEST_F(TimelineTracks, TheVideoLastsToTheEndOfItsLatestElement) {
+  Place(40, 50);
+  Place(0, 10);
+  std::string error;
+  ASSERT_TRUE(timeline->Build(&error)) << error;
+  EXPECT_EQ(timeline->length(), 50);
+}
+
+} // namespace
