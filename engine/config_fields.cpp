@@ -48,8 +48,8 @@ bool ReadNumber(const cJSON* item, const std::string& where, const char* name, R
     return false;
   }
   if (item->valuedouble < range.min || item->valuedouble > range.max) {
-    *error = Quote(where, name) + " must be from " + Number(range.min) + " to " + Number(range.max) + ", not " +
-             Number(item->valuedouble);
+    *error = Quote(where, name) + " must be from " + Number(range.min) + " to " + Number(range.max) +
+             ", not " + Number(item->valuedouble);
     return false;
   }
   *out = item->valuedouble;
@@ -64,8 +64,8 @@ static bool SameIgnoringCase(std::string_view a, std::string_view b) {
   return true;
 }
 
-bool ReadChoice(const cJSON* item, const std::string& where, const char* name, Choices choices, std::string* out,
-                std::string* error) {
+bool ReadChoice(const cJSON* item, const std::string& where, const char* name, Choices choices,
+                std::string* out, std::string* error) {
   if (!cJSON_IsString(item) || !item->valuestring) {
     *error = Quote(where, name) + " must be a text";
     return false;
@@ -131,7 +131,8 @@ bool ReadColor(const cJSON* item, const std::string& where, const char* name, Rg
       }
     }
   }
-  *error = Quote(where, name) + " must be a colour: [r, g, b] or [r, g, b, a] from 0 to 1, or \"#rrggbb[aa]\"";
+  *error =
+      Quote(where, name) + " must be a colour: [r, g, b] or [r, g, b, a] from 0 to 1, or \"#rrggbb[aa]\"";
   return false;
 }
 
@@ -197,6 +198,25 @@ bool ReadKeyedNumber(const cJSON* item, const std::string& where, const char* na
   }
   result.value = result.keys.front().value;
   *out = std::move(result);
+  return true;
+}
+
+bool ReadTexts(const cJSON* item, const std::string& where, const char* name, std::vector<std::string>* out,
+               std::string* error) {
+  if (!cJSON_IsArray(item)) {
+    *error = Quote(where, name) + " must be an array of texts";
+    return false;
+  }
+  std::vector<std::string> values;
+  int index = 0;
+  for (const cJSON* v = item->child; v; v = v->next, ++index) {
+    if (!cJSON_IsString(v) || !v->valuestring) {
+      *error = Quote(where, name) + "[" + std::to_string(index) + "] must be a text";
+      return false;
+    }
+    values.emplace_back(v->valuestring);
+  }
+  *out = std::move(values);
   return true;
 }
 

@@ -60,18 +60,21 @@ struct KeyedNumber {
 
 /// A field that is required must be present; the others keep the member's
 /// value when absent. A colour is [r, g, b] or [r, g, b, a] (0..1), or a text
-/// "#rrggbb" / "#rrggbbaa".
+/// "#rrggbb" / "#rrggbbaa". A list of texts is an array of strings.
 template <class T> struct FieldSpec {
-  using Member = std::variant<float T::*, double T::*, int T::*, int64_t T::*, bool T::*, std::string T::*,
-                              Rgba T::*, std::vector<float> T::*, KeyedNumber T::*>;
+  using Member =
+      std::variant<float T::*, double T::*, int T::*, int64_t T::*, bool T::*, std::string T::*, Rgba T::*,
+                   std::vector<float> T::*, KeyedNumber T::*, std::vector<std::string> T::*>;
   const char* name;
   Member member;
   Range range{};
   Choices choices{};
   bool required = false;
 
-  FieldSpec(const char* n, Member m, Range r = Range(), bool req = false) : name(n), member(m), range(r), required(req) {}
-  FieldSpec(const char* n, Member m, Choices c, bool req = false) : name(n), member(m), choices(c), required(req) {}
+  FieldSpec(const char* n, Member m, Range r = Range(), bool req = false)
+      : name(n), member(m), range(r), required(req) {}
+  FieldSpec(const char* n, Member m, Choices c, bool req = false)
+      : name(n), member(m), choices(c), required(req) {}
 };
 
 /// Tells apart a missing resource file, one that is not JSON and one whose
@@ -86,13 +89,15 @@ std::unique_ptr<ConfigFile> LoadConfigFile(const std::string& path, std::string*
 namespace detail {
 bool ReadNumber(const cJSON* item, const std::string& where, const char* name, Range range, double* out,
                 std::string* error);
-bool ReadChoice(const cJSON* item, const std::string& where, const char* name, Choices choices, std::string* out,
-                std::string* error);
+bool ReadChoice(const cJSON* item, const std::string& where, const char* name, Choices choices,
+                std::string* out, std::string* error);
 bool ReadColor(const cJSON* item, const std::string& where, const char* name, Rgba* out, std::string* error);
 bool ReadNumbers(const cJSON* item, const std::string& where, const char* name, Range range,
                  std::vector<float>* out, std::string* error);
 bool ReadKeyedNumber(const cJSON* item, const std::string& where, const char* name, Range range,
                      KeyedNumber* out, std::string* error);
+bool ReadTexts(const cJSON* item, const std::string& where, const char* name, std::vector<std::string>* out,
+               std::string* error);
 std::string Quote(const std::string& where, const char* name);
 } // namespace detail
 
@@ -133,6 +138,8 @@ bool ReadFields(const cJSON* object, const FieldSpec<T> (&specs)[N], T* out, con
             return detail::ReadNumbers(item, where, f.name, f.range, &target, error);
           } else if constexpr (std::is_same_v<V, KeyedNumber>) {
             return detail::ReadKeyedNumber(item, where, f.name, f.range, &target, error);
+          } else if constexpr (std::is_same_v<V, std::vector<std::string>>) {
+            return detail::ReadTexts(item, where, f.name, &target, error);
           } else {
             double value = 0;
             if (!detail::ReadNumber(item, where, f.name, f.range, &value, error)) return false;
