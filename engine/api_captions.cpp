@@ -1,12 +1,13 @@
 // Captions and stickers: created from a style's config.json, placed on the
 // timeline, and filled item by item.
-#include <cjson/cJSON.h>
-
 #include <cmath>
 #include <cstring>
+#include <memory>
 
 #include "engine/api.h"
-#include "platform/platform.h"
+#include "engine/caption_style.h"
+#include "engine/sticker.h"
+#include "engine/word_art.h"
 
 using namespace orma;
 
@@ -39,6 +40,79 @@ std::string Copied(const char* text, size_t size) {
   return std::string(text, n);
 }
 
+// What each caption kind reads from its config.json, and the items it starts
+// with.
+bool LoadStyledPieces(Caption& caption, std::string* error) {
+  caption.style = LoadCaptionStyle(caption.configPath, 0, error);
+  return caption.style != nullptr;
+}
+
+bool LoadTemplateLines(Caption& caption, std::string* error) {
+  caption.style = LoadCaptionStyle(caption.configPath, 1, error);
+  return caption.style != nullptr;
+}
+
+bool LoadSticker(Caption& caption, std::string* error) {
+  caption.sticker = LoadStickerSheet(caption.configPath, error);
+  return caption.sticker != nullptr;
+}
+
+/// A template caption has one item per item of its style, with the style's
+/// text and look, for the program to fill with its lines.
+void TemplateItems(Caption& caption) {
+  for (const StyleItem& look : caption.style->items) {
+    CaptionItem* item = NewItem(caption);
+    item->block = StyleItemBlock(*caption.style, look);
+    if (look.hasStroke) {
+      OrmaStrokeBlock stroke = StrokeBlock(look.stroke);
+      item->attrs.SetBytes("stroke", &stroke, sizeof stroke);
+    }
+    if (look.hasShadow) {
+      OrmaShadowBlock shadow = ShadowBlock(look.shadow);
+      item->attrs.SetBytes("shadow", &shadow, sizeof shadow);
+    }
+    if (look.hasBox) {
+      OrmaCaptionBackgroundBlock box = BackgroundBlock(look.box);
+      item->attrs.SetInt("backgroundEnabled", 1);
+      item->attrs.SetBytes("background", &box, sizeof box);
+    }
+    if (!look.wordArt.empty()) item->attrs.SetText("wordArt", look.wordArt);
+  }
+}
+
+struct CaptionKindEntry {
+  int32_t kind;
+  bool (*load)(Caption&, std::string*);
+  void (*items)(Caption&);
+};
+
+const CaptionKindEntry kCaptionKinds[] = {
+    {0, LoadStyledPieces, nullptr},
+    {1, LoadTemplateLines, TemplateItems},
+    {2, LoadSticker, nullptr},
+};
+
+const CaptionKindEntry* FindCaptionKind(int32_t kind) {
+  for (const auto& k : kCaptionKinds)
+    if (k.kind == kind) return &k;
+  return nullptr;
+}
+
+/// A piece's item before the program fills it: its text, white, centred in
+/// the whole caption box, with the style's own values.
+void PieceDefaults(const Caption& caption, CaptionItem* item, const char* text) {
+  std::strncpy(item->block.text, text, sizeof item->block.text - 1);
+  item->block.centerX = 0.5f;
+  item->block.centerY = 0.5f;
+  item->block.width = 1.0f;
+  item->block.height = 1.0f;
+  item->block.textAlignment = 1;
+  item->block.opacity = 1.0f;
+  for (float& c : item->block.textColor)
+    c = 1.0f;
+  if (caption.style) ApplyStyleKeys(*caption.style, &item->block);
+}
+
 } // namespace
 
 extern "C" {
@@ -47,24 +121,22 @@ ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath
   Caption* caption = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(configPath, &error);
-  std::string text;
-  if (kind < 0 || kind > 2) {
+  const CaptionKindEntry* entry = FindCaptionKind(kind);
+  if (!entry) {
     Refuse("OrmaCreateCaptionFromConfigure", kBadArgument, "kind must be 0, 1 or 2");
   } else if (native.empty()) {
     Refuse("OrmaCreateCaptionFromConfigure", kBadFile, error);
-  } else if (!platform::ReadWholeFile(native.c_str(), &text)) {
-    Refuse("OrmaCreateCaptionFromConfigure", kBadFile, native + ": cannot be read");
   } else {
-    cJSON* root = cJSON_Parse(text.c_str());
-    if (!root) {
-      Refuse("OrmaCreateCaptionFromConfigure", kBadFile, native + ": not JSON");
+    auto made = std::make_unique<Caption>();
+    made->configPath = native;
+    made->captionKind = kind;
+    if (!entry->load(*made, &error)) {
+      Refuse("OrmaCreateCaptionFromConfigure", kBadFile, error);
     } else {
-      caption = new Caption();
-      caption->configPath = native;
-      caption->captionKind = kind;
+      caption = made.release();
       RegisterHandle(caption);
+      if (entry->items) entry->items(*caption);
     }
-    cJSON_Delete(root);
   }
   return Traced(
       "OrmaCreateCaptionFromConfigure",
@@ -216,7 +288,7 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
       }
     if (!item) {
       item = NewItem(*caption);
-      std::strncpy(item->block.text, text, sizeof item->block.text - 1);
+      PieceDefaults(*caption, item, text);
     }
   }
   return Traced(
@@ -250,6 +322,7 @@ ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, cons
     std::string error;
     std::string native = ResolveLocalFile(path, &error);
     if (native.empty()) return Refuse("OrmaSetCaptionItemEffectConfigure", kBadFile, error);
+    if (!LoadWordArt(native, &error)) return Refuse("OrmaSetCaptionItemEffectConfigure", kBadFile, error);
     item.attrs.SetText("wordArt", native);
     return int32_t{kOk};
   });

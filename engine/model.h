@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -169,6 +170,8 @@ struct AudioTrack : Element {
 };
 
 struct CaptionItem;
+struct CaptionStyle;
+struct StickerSheet;
 
 struct Caption : Element {
   Caption() : Element(HandleType::Caption, ElementKind::Caption) {}
@@ -181,6 +184,8 @@ struct Caption : Element {
   float angle = 0.0f;
   std::vector<CaptionItem*> items;
   std::vector<OrmaCaptionKeyFrameBlock> keyFrames;
+  std::shared_ptr<const CaptionStyle> style;   ///< kinds 0 and 1 (caption_style.h)
+  std::shared_ptr<const StickerSheet> sticker; ///< kind 2 (sticker.h)
 };
 
 struct CaptionItem : Handle {

@@ -288,7 +288,7 @@ TEST_F(EngineApi, TimelineElementsAreKept) {
   ASSERT_NE(music, nullptr);
   EXPECT_EQ(OrmaSetAudioMediaFadeTime(music, 1000, 1000), 1);
   EXPECT_EQ(OrmaSetAudioMediaPlaySpeed(music, 1.0), 1);
-  WriteFile(Path("caption.json"), R"({"items": []})");
+  WriteFile(Path("caption.json"), R"({"width": 600, "height": 200, "stretchability": 1, "items": []})");
   OrmaCaptionHandle caption = OrmaCreateCaptionFromConfigure(Path("caption.json").c_str(), 0);
   ASSERT_NE(caption, nullptr);
   EXPECT_EQ(OrmaAddCaption(vv, caption), 1);
