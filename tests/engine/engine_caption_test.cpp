@@ -1,0 +1,421 @@
+// Captions rendered through the core library's API, as the program drives
+// it: the output is decoded and the text read back with OCR, colours looked
+// at where stroke, box and highlight should be.
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <string>
+
+#include <sys/stat.h>
+
+#include "tests/engine/engine_test_support.h"
+#include "tests/engine/ocr.h"
+
+namespace {
+
+int F(double seconds) { return static_cast<int>(std::lround(seconds * 25)); }
+
+const Rgb kBlue{0, 0, 255}, kWhite{255, 255, 255}, kRed{255, 0, 0}, kYellow{255, 255, 0}, kGreen{0, 255, 0};
+
+/// Pixels of a frame near a colour (within the tolerance of lossy coding).
+int CountNear(const DecodedVideo& v, int frame, Rgb color, FrameArea area = {}) {
+  int n = 0;
+  for (int y = static_cast<int>(area.y0 * v.height); y < static_cast<int>(area.y1 * v.height); ++y)
+    for (int x = static_cast<int>(area.x0 * v.width); x < static_cast<int>(area.x1 * v.width); ++x)
+      if (Near(v.At(frame, (x + 0.5) / v.width, (y + 0.5) / v.height), color, 40)) ++n;
+  return n;
+}
+
+/// Bounding box (pixels) of what differs from the background colour.
+struct Box {
+  int x0 = 1 << 30, y0 = 1 << 30, x1 = -1, y1 = -1;
+  int w() const { return x1 - x0 + 1; }
+  int h() const { return y1 - y0 + 1; }
+};
+Box InkBox(const DecodedVideo& v, int frame, Rgb background) {
+  Box b;
+  for (int y = 0; y < v.height; ++y)
+    for (int x = 0; x < v.width; ++x)
+      if (!Near(v.At(frame, (x + 0.5) / v.width, (y + 0.5) / v.height), background, 60)) {
+        b.x0 = std::min(b.x0, x);
+        b.y0 = std::min(b.y0, y);
+        b.x1 = std::max(b.x1, x);
+        b.y1 = std::max(b.y1, y);
+      }
+  return b;
+}
+
+/// A style file for captions of styled pieces: a fixed 600x200 box whose
+/// text box is the whole box, plus what `extra` adds.
+std::string PlainStyle(const std::string& extra = "") {
+  return R"({"name": "test", "width": 600, "height": 200, "textWidth": 600, "textHeight": 200,
+             "textPadding": [0, 0, 0, 0], "stretchability": 0)" +
+         extra + "}";
+}
+
+class EngineCaption : public EngineTest {
+protected:
+  /// A caption of kind `kind` from a style written into the test folder,
+  /// placed over [from, to) seconds with its box centred at (x, y), w x h
+  /// canvas units, as the program places it.
+  OrmaCaptionHandle AddCaption(OrmaVideoHandle vv, const std::string& style, double from, double to,
+                               float x = 0.5f, float y = 0.5f, float w = 1.0f, float h = 1.0f, int kind = 0,
+                               int level = 0) {
+    std::string folder = Path("style" + std::to_string(++styles_));
+    mkdir(folder.c_str(), 0755);
+    WriteFile(folder + "/config.json", style);
+    OrmaCaptionHandle c = OrmaCreateCaptionFromConfigure((folder + "/config.json").c_str(), kind);
+    EXPECT_NE(c, nullptr);
+    if (!c) return nullptr;
+    EXPECT_EQ(OrmaAddCaption(vv, c), 1);
+    if (level > 0) {
+      EXPECT_EQ(OrmaUpateCaptionLevel(c, level), 1);
+    }
+    EXPECT_EQ(OrmaUpdateCaptionTimeline(c, static_cast<int64_t>(from * kSecond),
+                                        static_cast<int64_t>(to * kSecond)),
+              1);
+    EXPECT_EQ(OrmaSetCaptionTransparency(c, 1.0f), 1);
+    EXPECT_EQ(OrmaSetCaptionPosition(c, OrmaFloatPair{x, y}), 1);
+    OrmaSetCaptionSize(c, OrmaFloatPair{w, h});
+    EXPECT_EQ(OrmaSetCaptionScale(c, 1.0f), 1);
+    EXPECT_EQ(OrmaSetCaptionAngle(c, 0.0f), 1);
+    return c;
+  }
+
+  /// A piece filling the caption's box, in `rgba`, at `size` output pixels.
+  OrmaCaptionItemHandle AddPiece(OrmaCaptionHandle c, const std::string& text, int size,
+                                 Rgb color = {255, 255, 255}, const std::string& family = "",
+                                 bool vertical = false) {
+    OrmaCaptionItemHandle item = OrmaGetCaptionItem(c, text.c_str());
+    EXPECT_NE(item, nullptr);
+    OrmaCaptionItemBlock block;
+    EXPECT_EQ(OrmaCaptionGetItemCaptionParam(c, OrmaCaptionGetItemCount(c) - 1, &block), 1);
+    std::strncpy(block.text, text.c_str(), sizeof block.text - 1);
+    block.fontSize = size;
+    block.centerX = 0.5f;
+    block.centerY = 0.5f;
+    block.width = 1.0f;
+    block.height = 1.0f;
+    block.opacity = 1.0f;
+    block.textColor[0] = color.r / 255.0f;
+    block.textColor[1] = color.g / 255.0f;
+    block.textColor[2] = color.b / 255.0f;
+    block.textColor[3] = 1.0f;
+    block.isVertical = vertical;
+    std::strncpy(block.fontFamily, family.c_str(), sizeof block.fontFamily - 1);
+    EXPECT_EQ(OrmaUpdateCaptionItemParam(item, &block), 1);
+    return item;
+  }
+
+  int styles_ = 0;
+};
+
+TEST_F(EngineCaption, LatinCaptionReadsBack) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 1);
+  AddPiece(c, "Hello World", 40);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  EXPECT_EQ(ReadText(v, 10, folder(), "eng"), "HelloWorld");
+}
+
+TEST_F(EngineCaption, ChineseCaptionReadsBack) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 1);
+  AddPiece(c, "你好世界", 48, {255, 255, 255}, "\xE9\xBB\x91\xE4\xBD\x93");
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  EXPECT_EQ(ReadText(v, 10, folder(), "chi_sim"), "你好世界");
+}
+
+TEST_F(EngineCaption, VerticalCaptionIsTallerThanWideAndReadsTopToBottom) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 1);
+  AddPiece(c, "上下左右", 34, kWhite, "", true);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  Box ink = InkBox(v, 10, kBlue);
+  ASSERT_GT(ink.x1, ink.x0);
+  EXPECT_GT(ink.h(), 3 * ink.w()) << ink.w() << "x" << ink.h();
+  // Upright glyphs, one under the other: each quarter of the column reads
+  // as one character.
+  FrameArea column{(ink.x0 - 8.0) / v.width, (ink.y0 - 2.0) / v.height, (ink.x1 + 8.0) / v.width,
+                   (ink.y1 + 3.0) / v.height};
+  EXPECT_EQ(ReadColumn(v, 10, folder(), "chi_sim", column, 4), "上下左右");
+}
+
+TEST_F(EngineCaption, StyleVerticalKeyTurnsPiecesVertical) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(R"(, "vertical": 1)"), 0, 1);
+  AddPiece(c, "竖排文字", 30);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  Box ink = InkBox(v, 10, kBlue);
+  EXPECT_GT(ink.h(), 3 * ink.w()) << ink.w() << "x" << ink.h();
+}
+
+TEST_F(EngineCaption, StrokeSurroundsTheFill) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 1);
+  OrmaCaptionItemHandle item = AddPiece(c, "I", 120);
+  OrmaStrokeBlock stroke{};
+  stroke.width = 6;
+  stroke.color[0] = 1;
+  stroke.color[3] = 1;
+  ASSERT_EQ(OrmaSetCaptionItemStroke(item, &stroke), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  // Across the middle of the letter: blue, then red (the stroke), white
+  // (the fill), red again, blue.
+  std::string runs;
+  for (int x = 0; x < v.width; ++x) {
+    Rgb p = v.At(10, (x + 0.5) / v.width, 0.5);
+    char k = Near(p, kBlue, 60) ? 'b' : Near(p, kRed, 60) ? 'r' : Near(p, kWhite, 60) ? 'w' : '?';
+    if (k != '?' && (runs.empty() || runs.back() != k)) runs += k;
+  }
+  EXPECT_EQ(runs, "brwrb");
+  EXPECT_GT(CountNear(v, 10, kRed), 150);
+}
+
+TEST_F(EngineCaption, BackgroundBoxSurroundsTheTextWithItsPadding) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 1);
+  OrmaCaptionItemHandle item = AddPiece(c, "Box", 40);
+  OrmaCaptionBackgroundBlock box{};
+  box.type = 1;
+  box.color[1] = 1; // green
+  box.color[3] = 1;
+  box.roundFactor = 0;
+  box.padding[0] = 20;
+  box.padding[1] = 16;
+  ASSERT_EQ(OrmaSetCaptionItemBackground(item, 1, &box), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  Box green;
+  for (int y = 0; y < v.height; ++y)
+    for (int x = 0; x < v.width; ++x)
+      if (Near(v.At(10, (x + 0.5) / v.width, (y + 0.5) / v.height), kGreen, 60)) {
+        green.x0 = std::min(green.x0, x);
+        green.y0 = std::min(green.y0, y);
+        green.x1 = std::max(green.x1, x);
+        green.y1 = std::max(green.y1, y);
+      }
+  ASSERT_GT(green.x1, green.x0);
+  // The box is centred and larger than the text by its padding; the text
+  // inside it stays white, the scene around it blue.
+  EXPECT_NEAR((green.x0 + green.x1) / 2.0, v.width / 2.0, 4);
+  EXPECT_NEAR((green.y0 + green.y1) / 2.0, v.height / 2.0, 4);
+  EXPECT_GT(green.w(), 40 + 40);
+  EXPECT_GT(green.h(), 40 + 20);
+  EXPECT_PRED2(Close, v.At(10, (green.x0 + 4.0) / v.width, (green.y0 + 4.0) / v.height), kGreen);
+  EXPECT_PRED2(Close, v.At(10, (green.x0 - 4.0) / v.width, 0.5), kBlue);
+  EXPECT_GT(CountNear(v, 10, kWhite), 200);
+}
+
+TEST_F(EngineCaption, ShadowFallsInItsDirection) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 1);
+  OrmaCaptionItemHandle item = AddPiece(c, "I", 100);
+  OrmaShadowBlock shadow{};
+  shadow.angle = 0; // to the right
+  shadow.distance = 20;
+  shadow.blur = 0;
+  shadow.color[3] = 1; // black
+  ASSERT_EQ(OrmaSetCaptionItemShadow(item, &shadow), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  Box white;
+  for (int x = 0; x < v.width; ++x)
+    if (Near(v.At(10, (x + 0.5) / v.width, 0.5), kWhite, 60)) {
+      white.x0 = std::min(white.x0, x);
+      white.x1 = std::max(white.x1, x);
+    }
+  ASSERT_GT(white.x1, white.x0);
+  const Rgb black{0, 0, 0};
+  // The letter's twin, 20 pixels to the right, in the shadow's colour.
+  EXPECT_PRED2(Close, v.At(10, ((white.x0 + white.x1) / 2.0 + 20.5) / v.width, 0.5), black);
+  EXPECT_PRED2(Close, v.At(10, (white.x0 - 6.0) / v.width, 0.5), kBlue);
+}
+
+TEST_F(EngineCaption, KaraokeHighlightSweepsOverThePiecesTime) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(R"(, "ktvColor": [1, 1, 0, 1])"), 0, 2);
+  OrmaCaptionItemHandle item = OrmaGetCaptionItem(c, "MMMMMM");
+  ASSERT_NE(item, nullptr);
+  OrmaCaptionItemBlock block;
+  ASSERT_EQ(OrmaCaptionGetItemCaptionParam(c, 0, &block), 1);
+  EXPECT_EQ(block.hasKtvColor, 1);
+  block.fontSize = 40;
+  block.startUs = 0;
+  block.endUs = 2 * kSecond;
+  ASSERT_EQ(OrmaUpdateCaptionItemParam(item, &block), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  FrameArea left{0, 0, 0.5, 1}, right{0.5, 0, 1, 1};
+  int early = F(0.4), late = F(1.6);
+  // Early: yellow only on the left; late: the left all yellow, the right
+  // turning; the white shrinks as the yellow grows. (A few edge pixels
+  // take a tint from their neighbours in 4:2:0, hence the margins.)
+  EXPECT_GT(CountNear(v, early, kYellow, left), 30);
+  EXPECT_LT(CountNear(v, early, kYellow, right), 5);
+  EXPECT_LT(CountNear(v, late, kWhite, left) * 5, CountNear(v, early, kWhite, left));
+  EXPECT_GT(CountNear(v, late, kYellow, right), 30);
+  EXPECT_GT(CountNear(v, late, kYellow), 2 * CountNear(v, early, kYellow));
+  EXPECT_LT(CountNear(v, late, kWhite), CountNear(v, early, kWhite));
+}
+
+TEST_F(EngineCaption, TemplateCaptionHasTheItemsOfItsStyle) {
+  std::string style = PlainStyle(R"(, "items": [
+      {"text": "TOP", "rect": [0, 0, 1, 0.5], "fontSize": 70, "color": "#ffff00"},
+      {"text": "BOTTOM", "rect": [0, 0.5, 1, 0.5], "fontSize": 70, "color": "#ffffff",
+       "stroke": {"width": 4, "color": "#ff0000"}}])");
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, style, 0, 1, 0.5f, 0.5f, 1.0f, 1.0f, 1);
+  ASSERT_EQ(OrmaCaptionGetItemCount(c), 2);
+  OrmaCaptionItemBlock block;
+  ASSERT_EQ(OrmaCaptionGetItemCaptionParam(c, 0, &block), 1);
+  EXPECT_STREQ(block.text, "TOP");
+  EXPECT_EQ(block.fontSize, 70);
+  EXPECT_FLOAT_EQ(block.centerY, 0.25f);
+  // The program replaces the first line only.
+  std::strcpy(block.text, "NEW");
+  ASSERT_EQ(OrmaUpdateCaptionItemParam(OrmaCaptionGetItemCaption(c, 0), &block), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_EQ(ReadText(v, 10, folder(), "eng", FrameArea{0, 0, 1, 0.5}), "NEW");
+  EXPECT_EQ(ReadText(v, 10, folder(), "eng", FrameArea{0, 0.5, 1, 1}), "BOTTOM");
+  EXPECT_GT(CountNear(v, 10, kYellow, FrameArea{0, 0, 1, 0.5}), 100);
+  EXPECT_GT(CountNear(v, 10, kRed, FrameArea{0, 0.5, 1, 1}), 50);
+}
+
+TEST_F(EngineCaption, PositionScaleAndAngleAsTheProgramSetsThem) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 1, 0.25f, 0.25f, 0.5f, 0.5f);
+  AddPiece(c, "WIDE TEXT", 24);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo plain = Decode();
+  Box a = InkBox(plain, 10, kBlue);
+  EXPECT_NEAR((a.x0 + a.x1) / 2.0, 80, 4);
+  EXPECT_NEAR((a.y0 + a.y1) / 2.0, 45, 4);
+
+  OrmaVideoHandle turned = NewVideo(25.0, "turned.mp4");
+  AddScene(turned, 0, 1, "blue.mp4");
+  OrmaCaptionHandle t = AddCaption(turned, PlainStyle(), 0, 1, 0.5f, 0.5f, 0.5f, 0.5f);
+  AddPiece(t, "WIDE TEXT", 24);
+  ASSERT_EQ(OrmaSetCaptionScale(t, 1.5f), 1);
+  ASSERT_EQ(OrmaSetCaptionAngle(t, 90.0f), 1);
+  ASSERT_EQ(Export(turned), 1);
+  DecodedVideo v = Decode("turned.mp4");
+  Box b = InkBox(v, 10, kBlue);
+  // A quarter turn: the wide line stands upright, half as large again.
+  EXPECT_NEAR(b.h(), a.w() * 1.5, 8);
+  EXPECT_NEAR(b.w(), a.h() * 1.5, 8);
+  EXPECT_NEAR((b.x0 + b.x1) / 2.0, 160, 4);
+}
+
+TEST_F(EngineCaption, KeyFramesMoveAndFadeTheCaption) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 2, 0.5f, 0.5f, 0.25f, 0.25f);
+  AddPiece(c, "KEY", 30);
+  OrmaCaptionKeyFrameBlock k{};
+  k.atTimeUs = 0;
+  float left[4] = {0, 60, 80, 120}; // centre (40, 90)
+  std::memcpy(k.showRect, left, sizeof left);
+  k.alpha = 1;
+  k.scale = 1;
+  ASSERT_EQ(OrmaCreateCaptionKeyFrameAniamtion(c, &k), 1);
+  k.atTimeUs = 2 * kSecond;
+  float right[4] = {240, 60, 320, 120}; // centre (280, 90)
+  std::memcpy(k.showRect, right, sizeof right);
+  k.alpha = 0;
+  ASSERT_EQ(OrmaCreateCaptionKeyFrameAniamtion(c, &k), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  Box start = InkBox(v, 0, kBlue), middle = InkBox(v, F(1.0), kBlue);
+  EXPECT_NEAR((start.x0 + start.x1) / 2.0, 40, 4);
+  EXPECT_NEAR((middle.x0 + middle.x1) / 2.0, 160, 4);
+  // Half faded at the middle: the text is a mix of white and blue.
+  Rgb core = v.At(F(1.0), 0.5, 0.5);
+  int whiteAtStart = CountNear(v, 0, kWhite);
+  EXPECT_GT(whiteAtStart, 50);
+  EXPECT_EQ(CountNear(v, F(1.0), kWhite), 0) << ToString(core);
+  EXPECT_EQ(InkBox(v, F(2.0) - 1, kBlue).x1, -1); // faded out by the end
+}
+
+TEST_F(EngineCaption, StackedCaptionsCoverEachOtherByLevel) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  // Level 3 added first, level 2 after: the level decides, not the order.
+  OrmaCaptionHandle upper = AddCaption(vv, PlainStyle(), 0, 1, 0.5f, 0.5f, 1, 1, 0, 3);
+  OrmaCaptionItemHandle top = AddPiece(upper, "  ", 40);
+  OrmaCaptionBackgroundBlock box{};
+  box.type = 1;
+  box.color[0] = 1; // red block over the middle
+  box.color[3] = 1;
+  box.padding[0] = 60;
+  box.padding[1] = 40;
+  ASSERT_EQ(OrmaSetCaptionItemBackground(top, 1, &box), 1);
+  OrmaCaptionHandle lower = AddCaption(vv, PlainStyle(), 0, 1, 0.5f, 0.5f, 1, 1, 0, 2);
+  AddPiece(lower, "III", 40);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_PRED2(Close, v.At(10, 0.5, 0.5), kRed);
+  EXPECT_EQ(CountNear(v, 10, kWhite), 0);
+}
+
+TEST_F(EngineCaption, MissingFontFallsBackWithOneLogLine) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 1);
+  AddPiece(c, "Fallback", 40, kWhite, "No Such Font Family");
+  testing::internal::CaptureStdout();
+  ASSERT_EQ(Export(vv), 1);
+  std::string out = testing::internal::GetCapturedStdout();
+  const std::string line = "font No Such Font Family is not installed";
+  size_t at = out.find(line);
+  EXPECT_NE(at, std::string::npos) << out;
+  EXPECT_EQ(out.find(line, at + 1), std::string::npos) << "logged once only: " << out;
+  DecodedVideo v = Decode();
+  EXPECT_EQ(ReadText(v, 10, folder(), "eng"), "Fallback");
+}
+
+TEST_F(EngineCaption, MissingGlyphsComeFromAnotherInstalledFont) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 1);
+  // DejaVu Sans has no Chinese glyphs: they must come from Noto CJK.
+  AddPiece(c, "中文", 60, kWhite, "DejaVu Sans");
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_EQ(ReadText(v, 10, folder(), "chi_sim"), "中文");
+}
+
+TEST_F(EngineCaption, FontFileIsUsedForItsPiece) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 1);
+  OrmaCaptionItemHandle item = AddPiece(c, "Serif", 50);
+  OrmaCaptionItemBlock block;
+  ASSERT_EQ(OrmaCaptionGetItemCaptionParam(c, 0, &block), 1);
+  std::strcpy(block.fontFile, "/usr/share/fonts/truetype/dejavu/DejaVuSans-Bold.ttf");
+  ASSERT_EQ(OrmaUpdateCaptionItemParam(item, &block), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_EQ(ReadText(v, 10, folder(), "eng"), "Serif");
+}
+
+} // namespace
