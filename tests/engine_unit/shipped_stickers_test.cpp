@@ -1,0 +1,53 @@
+// The stickers the project ships (drawn by scripts/make-stickers.sh) load
+// through the sticker reader and move: every folder decodes to several
+// frames, each different from the one before, that loop.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "engine/sticker.h"
+
+namespace {
+
+std::vector<std::string> StickerConfigs() {
+  std::vector<std::string> out;
+  for (const auto& entry :
+       std::filesystem::directory_iterator(std::string(ORMA_SOURCE_DIR) + "/resources/stickers"))
+    if (entry.is_directory()) out.push_back(entry.path().string() + "/config.json");
+  std::sort(out.begin(), out.end());
+  return out;
+}
+
+} // namespace
+
+TEST(ShippedStickers, EveryStickerDecodesToMovingFrames) {
+  std::vector<std::string> configs = StickerConfigs();
+  EXPECT_GE(configs.size(), 6u);
+  bool sawFrameList = false, sawAnimation = false;
+  for (const std::string& path : configs) {
+    std::string error;
+    auto sheet = orma::LoadStickerSheet(path, &error);
+    ASSERT_NE(sheet, nullptr) << error;
+    sawFrameList = sawFrameList || !sheet->frames.empty();
+    sawAnimation = sawAnimation || !sheet->animation.empty();
+    orma::StickerFrames frames;
+    ASSERT_TRUE(orma::LoadStickerFrames(*sheet, &frames, &error)) << error;
+    ASSERT_GE(frames.sprites.size(), 2u) << path;
+    EXPECT_TRUE(frames.loop) << path;
+    EXPECT_GT(frames.totalUs, 0) << path;
+    for (size_t i = 1; i < frames.sprites.size(); ++i) {
+      const orma::Sprite& before = *frames.sprites[i - 1];
+      const orma::Sprite& now = *frames.sprites[i];
+      EXPECT_TRUE(before.width != now.width || before.height != now.height || before.argb != now.argb)
+          << path << ": frame " << i << " is the same picture as the one before it";
+    }
+    const orma::Sprite& first = *frames.sprites.front();
+    EXPECT_GT(first.width, 0);
+    bool visible =
+        std::any_of(first.argb.begin(), first.argb.end(), [](uint32_t p) { return (p >> 24) > 0; });
+    EXPECT_TRUE(visible) << path << ": the first frame is fully transparent";
+  }
+  EXPECT_TRUE(sawFrameList);
+  EXPECT_TRUE(sawAnimation);
+}
