@@ -2,14 +2,13 @@
 // as in docs/engine.md, and drawn when the export builds the item (plain
 // placement in render.cpp, everything else through the item's look,
 // item_look.h). Resource files (look-up tables, animations) are read and
-// checked here, so a bad one fails its call rather than the export. The few
-// attributes not drawn yet are reported once per process as stored but not
-// rendered yet.
+// checked here, so a bad one fails its call rather than the export.
 #include <cmath>
 #include <cstring>
 
 #include "engine/animation.h"
 #include "engine/api.h"
+#include "engine/face_count.h"
 #include "engine/lut_file.h"
 #include "engine/mask_shape.h"
 #include "engine/special_effect.h"
@@ -26,17 +25,9 @@ template <class Apply> int32_t WithMedia(const char* function, OrmaMediaHandle m
   return apply(*m);
 }
 
-void NotRendered(const char* attribute) { LogNotRendered(std::string("attribute ") + attribute); }
-
-// Level attributes that this version keeps without drawing them.
-const char* const kNotDrawnYet[] = {"bigEye", "thinFace"};
-
 int32_t Level(const char* function, const char* attribute, OrmaMediaHandle media, int32_t level) {
   return WithMedia(function, media, [&](Media& m) {
     m.attrs.SetInt(attribute, level);
-    if (level != 0)
-      for (const char* name : kNotDrawnYet)
-        if (std::strcmp(name, attribute) == 0) NotRendered(attribute);
     return int32_t{kOk};
   });
 }
@@ -164,12 +155,14 @@ ORMA_LEVEL_SETTER(OrmaSetMediaBigEyeIntensity, "bigEye")
 ORMA_LEVEL_SETTER(OrmaSetMediaThinFaceIntensity, "thinFace")
 
 ORMA_API int32_t OrmaGetMediaFaceCount(OrmaMediaHandle m, int32_t* count) {
-  // No face detection yet: no face is found, which callers treat as "skip
-  // face shaping" (a result of 0 with a count of 0).
-  int32_t r = WithMedia("OrmaGetMediaFaceCount", m, [&](Media&) {
+  // The result is the number of faces too, so 0 (no face) tells callers to
+  // skip face shaping; see face_count.h for the frames looked at.
+  int32_t r = WithMedia("OrmaGetMediaFaceCount", m, [&](Media& media) {
     if (!count) return Refuse("OrmaGetMediaFaceCount", kBadArgument, "no count");
-    *count = 0;
-    return int32_t{0};
+    int64_t from = 0, to = 0;
+    media.attrs.GetPair("cut", &from, &to);
+    *count = CountMediaFaces(media.probe, from, to);
+    return *count;
   });
   return Traced(
       "OrmaGetMediaFaceCount", [&] { return TraceArgs().Ptr("media", m).Ptr("count", count); }, r);

@@ -90,6 +90,9 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
   vignette_ = Int(a, "vignette");
   graininess_ = Int(a, "graininess");
   beautyBlur_ = Int(a, "beautyBlur");
+  faceLevels_.bigEye = Int(a, "bigEye");
+  faceLevels_.thinFace = Int(a, "thinFace");
+  if (faceLevels_.Active()) faceTracker_ = std::make_unique<FaceTracker>(FaceDetector::Shared());
 
   if (const Attr* lut = a.Get("lut"); lut && lut->d > 0.0) {
     lut_ = std::make_unique<Lut3D>();
@@ -181,8 +184,9 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
 
 bool ItemLook::Needed() const {
   return angle_ % 360 != 0 || blendMode_ > 1 || !color_.Neutral() || lut_ || sharpness_ != 0 ||
-         vignette_ > 0 || graininess_ > 0 || beautyBlur_ > 0 || blurShown_ || chroma_ ||
-         !keyFrames_.Empty() || !animations_.empty() || !masks_.empty() || matte_ || !effects_.empty();
+         vignette_ > 0 || graininess_ > 0 || beautyBlur_ > 0 || faceLevels_.Active() || blurShown_ ||
+         chroma_ || !keyFrames_.Empty() || !animations_.empty() || !masks_.empty() || matte_ ||
+         !effects_.empty();
 }
 
 void ItemLook::Release() {
@@ -205,7 +209,7 @@ std::shared_ptr<const ColorTable> ItemLook::TableFor(const ColorLevels& levels) 
   return table;
 }
 
-std::shared_ptr<const LookFrame> ItemLook::Prepare(int64_t itemFrame) {
+std::shared_ptr<const LookFrame> ItemLook::Prepare(int64_t itemFrame, const SourceFrame* source) {
   auto f = std::make_shared<LookFrame>();
   f->look = this;
   f->frame = itemFrame;
@@ -241,6 +245,8 @@ std::shared_ptr<const LookFrame> ItemLook::Prepare(int64_t itemFrame) {
   for (const auto& mask : masks_)
     f->maskShapes.push_back(mask->ShapeAt(f->us));
   if (matte_) f->matte = matte_->Fetch(itemFrame);
+  if (faceTracker_ && source)
+    f->faces = faceTracker_->At(itemFrame, *source, f->crop, layout_.mirrorH, layout_.mirrorV);
 
   f->covers = f->opacity >= 1.0f && f->pose.Neutral() && std::fmod(f->rotation, 360.0f) == 0.0f &&
               f->show[0] == 0 && f->show[1] == 0 && f->show[2] == ctx_.width && f->show[3] == ctx_.height &&
@@ -277,6 +283,7 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
     return;
   }
   Mirror(view, layout_.mirrorH, layout_.mirrorV);
+  if (f.faces) WarpFaces(view, *f.faces, faceLevels_);
 
   if (chroma_) ChromaKey(view, chromaKey_, matrix);
   if (auto table = TableFor(f.color)) table->Apply(view);

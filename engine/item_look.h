@@ -18,6 +18,7 @@
 
 #include "engine/animation.h"
 #include "engine/color_table.h"
+#include "engine/face_warp.h"
 #include "engine/key_frames.h"
 #include "engine/mask_shape.h"
 #include "engine/picture_filters.h"
@@ -44,6 +45,7 @@ struct LookFrame {
   bool covers = false;                        ///< an opaque picture over the whole canvas
   std::vector<OrmaMaskShapeBlock> maskShapes; ///< one per mask layer
   std::shared_ptr<const void> matte;          ///< the mask video's or picture's frame
+  std::shared_ptr<const FaceList> faces;      ///< faces to shape (face_warp.h)
 };
 
 class ItemLook {
@@ -54,8 +56,9 @@ public:
                                         int64_t durationFrames, std::string* error);
   ~ItemLook();
 
-  /// Sequential: the state at `itemFrame` frames from the item's start.
-  std::shared_ptr<const LookFrame> Prepare(int64_t itemFrame);
+  /// Sequential: the state at `itemFrame` frames from the item's start;
+  /// `source` is the frame fetched for it (faces are found on it).
+  std::shared_ptr<const LookFrame> Prepare(int64_t itemFrame, const SourceFrame* source = nullptr);
   /// Parallel: draws the item's source frame onto the canvas.
   void Draw(const SourceFrame& source, const LookFrame& frame, Yuv& canvas) const;
   void Release();
@@ -84,6 +87,8 @@ private:
   ColorLevels color_;
   int sharpness_ = 0, vignette_ = 0, graininess_ = 0;
   int beautyBlur_ = 0;
+  FaceWarpLevels faceLevels_;
+  std::unique_ptr<FaceTracker> faceTracker_;
   bool blurShown_ = false; ///< display mode 1: the item's blur block is drawn
   BlurSettings blur_;
   bool chroma_ = false;

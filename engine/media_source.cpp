@@ -227,7 +227,7 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
     if (!still_) still_ = LoadStill();
     frame->still = still_;
     frame->visible = still_ != nullptr;
-    if (look_ && frame->visible) frame->look = look_->Prepare(t - offset_);
+    if (look_ && frame->visible) frame->look = look_->Prepare(t - offset_, frame.get());
     return frame;
   }
   if (!producer_ && !OpenProducer()) {
@@ -296,7 +296,7 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
     frame->gainStart = GainAt(u);
     frame->gainEnd = GainAt(u + 1);
   }
-  if (look_ && frame->visible) frame->look = look_->Prepare(t - offset_);
+  if (look_ && frame->visible) frame->look = look_->Prepare(t - offset_, frame.get());
   return frame;
 }
 
