@@ -60,4 +60,6 @@ ff -f lavfi -i "color=c=white:s=160x180" -f lavfi -i "color=c=black:s=160x180" \
    -filter_complex "[0][1]hstack" -frames:v 1 matte.png
 ff -f lavfi -i "color=c=white:s=160x180:r=25:d=1" -f lavfi -i "color=c=black:s=160x180:r=25:d=1" \
    -filter_complex "[0][1]hstack" -c:v libx264 -pix_fmt yuv420p matte.mp4
+# Faces (face count, big eye, thin face).
+bash "$(dirname "${BASH_SOURCE[0]}")/make_face.sh" "$PWD"
 touch "$out/.complete"
