@@ -13,15 +13,18 @@ namespace orma {
 
 namespace {
 
-// Thin face: a pixel at u half face widths from the middle line shows what
+// Thin face: a pixel at u half box widths from the middle line shows what
 // lay at u + k·u·(1 − u²/T²)² (nothing moves beyond T half widths). The bump
-// u·(1 − u²/T²)² peaks near u = 1, the side of the face, at 0.63; its
-// slope never falls below −0.8, so k < 1.25 cannot fold the picture.
-constexpr float kThinReach = 2.2f; // T
-constexpr float kBumpPeak = 0.63f;
-// Rows of the face box (shares of its height) where the sides move: from
-// the cheekbones, fully from the cheeks to the chin, fading out below it.
-constexpr float kCheekFrom = 0.35f, kCheekFull = 0.6f, kChinFull = 0.95f, kChinTo = 1.25f;
+// u·(1 − u²/T²)² peaks at u = T/√5 = 0.8, where the cheeks are (a face's box
+// is wider than the face), at 0.8·(4/5)² = 0.515; its slope never falls
+// below −0.8, so k < 1.25 cannot fold the picture.
+constexpr float kThinReach = 1.8f; // T
+constexpr float kBumpPeak = 0.4472136f * kThinReach * 0.64f;
+// Rows of the face box (shares of its height) where the sides move: more
+// and more from the cheekbones down to the jaw (a slow ramp draws the jaw
+// into a V without a kink at the cheekbones), fully to the chin, fading out
+// below it.
+constexpr float kCheekFrom = 0.3f, kCheekFull = 0.8f, kChinFull = 0.95f, kChinTo = 1.25f;
 
 float SmoothStep(float a, float b, float x) {
   float t = std::clamp((x - a) / (b - a), 0.0f, 1.0f);
@@ -33,6 +36,7 @@ float SmoothStep(float a, float b, float x) {
 struct FacePx {
   float cx, halfW, top, h;
   float ex[2], ey[2], rx, ry;
+  float invHalfW, invRx;
 };
 
 struct Box {
@@ -61,6 +65,8 @@ public:
       p.rx = kEyeRadius * f.w * width;
       p.ry = kEyeRadius * f.h * height;
       if (p.halfW < 2 || p.h < 2) continue;
+      p.invHalfW = 1.0f / p.halfW;
+      p.invRx = 1.0f / p.rx;
       for (int e = 0; e < 2; ++e) {
         p.ex[e] = f.eyes[e][0] * width;
         p.ey[e] = f.eyes[e][1] * height;
@@ -81,37 +87,60 @@ public:
   bool Empty() const { return faces_.empty() || box_.x1 <= box_.x0 || box_.y1 <= box_.y0; }
   const Box& box() const { return box_; }
 
-  // Where the picture at (x, y) is taken from.
-  bool Source(float x, float y, float* sx, float* sy) const {
+  // Per row: what depends on y only (the thin-face weight, the eyes'
+  // vertical distances), so that a pixel costs a few multiplications.
+  void StartRow(float y) {
+    y_ = y;
+    rows_.resize(faces_.size());
+    for (size_t i = 0; i < faces_.size(); ++i) {
+      const FacePx& p = faces_[i];
+      Row& r = rows_[i];
+      float fy = (y - p.top) / p.h;
+      r.thin = thin_ > 0 ? thin_ * p.halfW * SmoothStep(kCheekFrom, kCheekFull, fy) *
+                               (1.0f - SmoothStep(kChinFull, kChinTo, fy))
+                         : 0.0f;
+      for (int e = 0; e < 2; ++e) {
+        float v = (y - p.ey[e]) / p.ry;
+        r.v2[e] = eye_ > 0 ? v * v : 1.0f;
+      }
+    }
+  }
+
+  // Where the picture at (x, y of the row started) is taken from.
+  bool Source(float x, float* sx, float* sy) const {
     float dx = 0, dy = 0;
-    for (const FacePx& p : faces_) {
-      if (eye_ > 0)
-        for (int e = 0; e < 2; ++e) {
-          float u = (x - p.ex[e]) / p.rx, v = (y - p.ey[e]) / p.ry;
-          float t = u * u + v * v;
-          if (t >= 1.0f) continue;
-          float s = eye_ * (1.0f - t) * (1.0f - t);
-          dx -= (x - p.ex[e]) * s;
-          dy -= (y - p.ey[e]) * s;
-        }
-      if (thin_ > 0) {
-        float fy = (y - p.top) / p.h;
-        float w = SmoothStep(kCheekFrom, kCheekFull, fy) * (1.0f - SmoothStep(kChinFull, kChinTo, fy));
-        if (w <= 0) continue;
-        float u = (x - p.cx) / p.halfW;
-        float q = u * u / (kThinReach * kThinReach);
-        if (q >= 1.0f) continue;
-        dx += thin_ * w * u * (1.0f - q) * (1.0f - q) * p.halfW;
+    for (size_t i = 0; i < faces_.size(); ++i) {
+      const FacePx& p = faces_[i];
+      const Row& r = rows_[i];
+      for (int e = 0; e < 2; ++e) {
+        if (r.v2[e] >= 1.0f) continue;
+        float u = (x - p.ex[e]) * p.invRx;
+        float t = u * u + r.v2[e];
+        if (t >= 1.0f) continue;
+        float s = eye_ * (1.0f - t) * (1.0f - t);
+        dx -= (x - p.ex[e]) * s;
+        dy -= (y_ - p.ey[e]) * s;
+      }
+      if (r.thin > 0) {
+        float u = (x - p.cx) * p.invHalfW;
+        float q = u * u * (1.0f / (kThinReach * kThinReach));
+        if (q < 1.0f) dx += r.thin * u * (1.0f - q) * (1.0f - q);
       }
     }
     *sx = x + dx;
-    *sy = y + dy;
+    *sy = y_ + dy;
     return dx != 0 || dy != 0;
   }
 
 private:
+  struct Row {
+    float thin;  // displacement scale of the thin face at this row
+    float v2[2]; // squared vertical distance from each eye (radii; 1: none)
+  };
   float eye_ = 0, thin_ = 0;
   std::vector<FacePx> faces_;
+  std::vector<Row> rows_;
+  float y_ = 0;
   Box box_;
 };
 
@@ -263,24 +292,28 @@ void WarpFaces(Yuv& img, const FaceList& faces, FaceWarpLevels levels) {
     CopyArea(img.p[k], img.s[k], c.p[k], c.s[k], m.x0 / 2, m.y0 / 2, (m.x1 + 1) / 2, (m.y1 + 1) / 2);
 
   float sx, sy;
-  for (int y = b.y0; y < b.y1; ++y)
+  for (int y = b.y0; y < b.y1; ++y) {
+    warp.StartRow(y + 0.5f);
     for (int x = b.x0; x < b.x1; ++x) {
-      if (!warp.Source(x + 0.5f, y + 0.5f, &sx, &sy)) continue;
+      if (!warp.Source(x + 0.5f, &sx, &sy)) continue;
       for (int k : {0, 3})
         if (img.p[k])
           img.p[k][static_cast<size_t>(y) * img.s[k] + x] =
               Sample(c.p[k], c.s[k], img.w, img.h, sx - 0.5f, sy - 0.5f);
     }
+  }
   // Chroma samples are displaced as the middle of the four pixels they
   // belong to.
   int cw = (img.w + 1) / 2, ch = (img.h + 1) / 2;
-  for (int y = b.y0 / 2; y < b.y1 / 2; ++y)
+  for (int y = b.y0 / 2; y < b.y1 / 2; ++y) {
+    warp.StartRow(2.0f * y + 1.0f);
     for (int x = b.x0 / 2; x < b.x1 / 2; ++x) {
-      if (!warp.Source(2.0f * x + 1.0f, 2.0f * y + 1.0f, &sx, &sy)) continue;
+      if (!warp.Source(2.0f * x + 1.0f, &sx, &sy)) continue;
       for (int k = 1; k <= 2; ++k)
         img.p[k][static_cast<size_t>(y) * img.s[k] + x] =
             Sample(c.p[k], c.s[k], cw, ch, sx * 0.5f - 0.5f, sy * 0.5f - 0.5f);
     }
+  }
 }
 
 } // namespace orma

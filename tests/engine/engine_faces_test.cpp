@@ -1,7 +1,10 @@
 // Face count and face shaping through the API, on the drawn test face of
 // make_face.sh: the rendered video is decoded and its eyes and cheeks
 // measured.
+#include <sys/stat.h>
+
 #include <cmath>
+#include <cstdio>
 #include <string>
 
 #include "tests/engine/engine_test_support.h"
@@ -114,4 +117,78 @@ TEST_F(EngineFaces, BigEyeFollowsAFaceThatAppearsInAClip) {
     for (double t : {2.0, 2.8})
       EXPECT_GT(DarkAround(v, F(t), kEyeX[e], kEyeY, 8), drawn * 1.5) << "at " << t << " s, eye " << e;
   }
+}
+
+// The whole program: a draft's big eye goes through the face count to the
+// rendered video, and without cascades nothing is shaped.
+class EngineFacesProgram : public EngineTest {
+protected:
+  void SetUp() override {
+    EngineTest::SetUp();
+#ifndef ORMADRAFT_EXE
+    GTEST_SKIP() << "the ormadraft program is not part of this build";
+#endif
+    WriteFile(Path("face.png"), ReadFile(Media("face.png")));
+    std::string scenes;
+    for (int i = 0; i < 2; ++i)
+      scenes += std::string(i ? "," : "") + R"({"media": [{"path": "face.png", "trimTimeStart": 0,
+        "trimTimeEnd": 1, "timelineFrom": )" +
+                std::to_string(i) + R"(, "timelineTo": )" + std::to_string(i + 1) +
+                R"(, "speed": 1, "alpha": 1, "volume": 1, "beautyBigEyeIntensity": )" + (i ? "1.0" : "0") +
+                "}]}";
+    WriteFile(
+        Path("draft.json"),
+        R"({"ver": 5, "name": "faces", "size": {"width": 320, "height": 180}, "mediaInfo": [], "scenes": [)" +
+            scenes + "]}");
+    WriteFile(Path("export.json"), R"({"video": {"fps": 25, "bitrate": 800, "encoder": "libx264"},
+      "audio": {"channels": 2, "samples": 44100, "bitrate": 128}, "outUrl": ")" +
+                                       Path("out.mp4") + R"("})");
+  }
+
+  // Runs the program on the test's draft; returns its output.
+  std::string Run(const std::string& environment) {
+    std::string output;
+#ifdef ORMADRAFT_EXE
+    std::string command = "cd '" + folder() + "' && ORMA_TRACE='" + Path("trace.txt") + "' " + environment +
+                          " '" + ORMADRAFT_EXE + "' '" + Path("draft.json") + "' '" + Path("export.json") +
+                          "' 2>&1";
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) return output;
+    char buffer[4096];
+    size_t n;
+    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
+      output.append(buffer, n);
+    pclose(pipe);
+#endif
+    return output;
+  }
+};
+
+TEST_F(EngineFacesProgram, BigEyeOfADraftIsDrawn) {
+  std::string output = Run("");
+  ASSERT_NE(output.find("export success!"), std::string::npos) << output;
+  std::string trace = ReadFile(Path("trace.txt"));
+  EXPECT_NE(trace.find("OrmaSetMediaBigEyeIntensity("), std::string::npos) << trace;
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  for (int e = 0; e < 2; ++e)
+    EXPECT_GT(DarkAround(v, F(1.5), kEyeX[e], kEyeY, 8), DarkAround(v, F(0.5), kEyeX[e], kEyeY, 8) * 1.5)
+        << "eye " << e;
+}
+
+TEST_F(EngineFacesProgram, WithoutCascadesNoFaceIsFoundAndOneLineSaysWhy) {
+  std::string empty = Path("no-cascades");
+  ASSERT_EQ(mkdir(empty.c_str(), 0755), 0);
+  std::string output = Run("ORMA_FACE_CASCADES='" + empty + "'");
+  ASSERT_NE(output.find("export success!"), std::string::npos) << output;
+  size_t line = output.find("face detection is off");
+  EXPECT_NE(line, std::string::npos) << output;
+  EXPECT_EQ(output.find("face detection is off", line + 1), std::string::npos) << output;
+  std::string trace = ReadFile(Path("trace.txt"));
+  EXPECT_NE(trace.find("OrmaGetMediaFaceCount("), std::string::npos) << trace;
+  EXPECT_EQ(trace.find("OrmaSetMediaBigEyeIntensity("), std::string::npos) << trace;
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  for (int e = 0; e < 2; ++e)
+    EXPECT_NEAR(DarkAround(v, F(1.5), kEyeX[e], kEyeY, 8), DarkAround(v, F(0.5), kEyeX[e], kEyeY, 8), 4);
 }

@@ -229,3 +229,27 @@ TEST_F(Faces, TrackerReusesItsFacesBetweenDetections) {
   ASSERT_TRUE(m && m->size() == 1u);
   EXPECT_NEAR((*m)[0].x + (*m)[0].w, 1.0f - (*first)[0].x, 0.02);
 }
+
+TEST_F(Faces, TrackerFindsFacesInRgbaFramesAndCropAreas) {
+  MediaProbe probe = ProbeMedia(File("face.png").c_str(), true);
+  ASSERT_TRUE(probe.ok) << probe.error;
+  RenderContext ctx;
+  RgbaImage rgba;
+  std::string error;
+  ASSERT_TRUE(LoadRgba(probe, ctx, &rgba, &error)) << error;
+  SourceFrame frame;
+  frame.decoded = std::make_shared<Decoded>();
+  frame.decoded->rgba = rgba.pixels.data();
+  frame.decoded->width = rgba.width;
+  frame.decoded->height = rgba.height;
+  const float whole[4] = {0, 0, 1, 1}, right[4] = {0.25f, 0, 1, 1};
+  FaceTracker tracker(FaceDetector::Shared());
+  auto faces = tracker.At(0, frame, whole, false, false);
+  ASSERT_TRUE(faces && faces->size() == 1u);
+  EXPECT_NEAR((*faces)[0].x + (*faces)[0].w / 2, 0.5, 0.03);
+  // In the right three quarters the face's middle is at 80 of 240 pixels.
+  FaceTracker cropped(FaceDetector::Shared());
+  auto inCrop = cropped.At(0, frame, right, false, false);
+  ASSERT_TRUE(inCrop && inCrop->size() == 1u);
+  EXPECT_NEAR((*inCrop)[0].x + (*inCrop)[0].w / 2, 80.0 / 240.0, 0.03);
+}
