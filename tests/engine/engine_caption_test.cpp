@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -419,3 +420,77 @@ TEST_F(EngineCaption, FontFileIsUsedForItsPiece) {
 }
 
 } // namespace
+
+TEST_F(EngineCaption, ShippedStylesDrawTheirDefaultLinesReadably) {
+  // Each shipped style as a template caption across the canvas, its box
+  // with the style's proportions; the lines it starts with read back.
+  const struct {
+    const char* style;
+    const char* language;
+    const char* lines; ///< as OCR returns them
+    FrameArea area;    ///< where they are read
+  } kStyles[] = {
+      {"plain", "eng", "Plaincaption", {}},
+      {"outlined", "eng", "Outlinedcaption", {}},
+      // Tesseract reads light text on a dark box better without the
+      // blue around it.
+      {"boxed", "eng", "Boxedcaption", {0.2, 0.35, 0.8, 0.65}},
+      {"shadowed", "eng", "Shadowedcaption", {}},
+      {"gradient", "eng", "Goldencaption", {}},
+      {"karaoke", "eng", "Singalong", {}},
+      // Both lines read at once: the Chinese line alone, cut from the frame,
+      // is not found by tesseract.
+      {"bilingual", "chi_sim+eng", "双语字幕Two-linecaption", {}},
+  };
+  for (const auto& s : kStyles) {
+    SCOPED_TRACE(s.style);
+    std::string config = std::string(ORMA_SOURCE_DIR) + "/resources/captions/" + s.style + "/config.json";
+    OrmaVideoHandle vv = NewVideo(25.0, std::string(s.style) + ".mp4");
+    AddScene(vv, 0, 1, "blue.mp4");
+    OrmaCaptionHandle c = OrmaCreateCaptionFromConfigure(config.c_str(), 1);
+    ASSERT_NE(c, nullptr);
+    ASSERT_EQ(OrmaCaptionGetItemCount(c), std::string(s.style) == "bilingual" ? 2 : 1);
+    ASSERT_EQ(OrmaAddCaption(vv, c), 1);
+    ASSERT_EQ(OrmaUpdateCaptionTimeline(c, 0, kSecond), 1);
+    ASSERT_EQ(OrmaSetCaptionTransparency(c, 1.0f), 1);
+    ASSERT_EQ(OrmaSetCaptionPosition(c, OrmaFloatPair{0.5f, 0.5f}), 1);
+    OrmaCaptionItemBlock block;
+    ASSERT_EQ(OrmaCaptionGetItemCaptionParam(c, 0, &block), 1);
+    float h = 320.0f * block.styleHeight / block.styleWidth / 180.0f;
+    ASSERT_EQ(OrmaSetCaptionSize(c, OrmaFloatPair{1.0f, h}), 1);
+    ASSERT_EQ(Export(vv), 1);
+    DecodedVideo v = Decode(std::string(s.style) + ".mp4");
+    ASSERT_TRUE(v.ok) << v.error;
+    // The last frame: a karaoke line is fully swept by then.
+    int frame = F(1.0) - 1;
+    EXPECT_EQ(ReadText(v, frame, folder(), s.language, s.area), s.lines);
+  }
+}
+
+TEST_F(EngineCaption, ShippedVerticalStyleIsTallerThanWide) {
+  std::string config = std::string(ORMA_SOURCE_DIR) + "/resources/captions/vertical/config.json";
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = OrmaCreateCaptionFromConfigure(config.c_str(), 1);
+  ASSERT_NE(c, nullptr);
+  ASSERT_EQ(OrmaAddCaption(vv, c), 1);
+  ASSERT_EQ(OrmaUpdateCaptionTimeline(c, 0, kSecond), 1);
+  ASSERT_EQ(OrmaSetCaptionTransparency(c, 1.0f), 1);
+  ASSERT_EQ(OrmaSetCaptionPosition(c, OrmaFloatPair{0.5f, 0.5f}), 1);
+  // 200 x 800 style pixels at 0.2 output pixels each: 40 x 160.
+  ASSERT_EQ(OrmaSetCaptionSize(c, OrmaFloatPair{40.0f / 320, 160.0f / 180}), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  Box ink = InkBox(v, 10, kBlue);
+  ASSERT_GT(ink.x1, 0);
+  EXPECT_GT(ink.h(), 2 * ink.w());
+  // The four characters, one under the other, read as a row of four cells.
+  FrameArea column{(ink.x0 - 8.0) / v.width, (ink.y0 - 2.0) / v.height, (ink.x1 + 8.0) / v.width,
+                   (ink.y1 + 3.0) / v.height};
+  // At this size tesseract's simplified Chinese data mistakes the dense 竖
+  // and 幕 for other characters; the middle two, in order, are enough to
+  // show upright glyphs read top to bottom.
+  std::string read = ReadColumn(v, 10, folder(), "chi_sim", column, 4);
+  EXPECT_NE(read.find("排字"), std::string::npos) << read;
+}
