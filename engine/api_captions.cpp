@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 
+#include "engine/animation.h"
 #include "engine/api.h"
 #include "engine/caption_style.h"
 #include "engine/sticker.h"
@@ -389,6 +390,9 @@ ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char
     std::string error;
     std::string native = ResolveLocalFile(configPath, &error);
     if (native.empty()) return Refuse("OrmaSetCaptionItemAnimation", kBadFile, error);
+    if (startUs < 0 || durationUs < 0)
+      return Refuse("OrmaSetCaptionItemAnimation", kBadArgument, "negative time");
+    if (!AnimationClip::Load(native, &error)) return Refuse("OrmaSetCaptionItemAnimation", kBadFile, error);
     Attr a;
     a.kind = Attr::Text;
     a.text = native;

@@ -3,10 +3,14 @@
 // frame then only places the kept sprites (a blend when the caption stands
 // still and upright), sweeps the karaoke highlight and applies the key
 // frames. Nothing is laid out again unless the look of an item changes.
+// Pieces may carry animations (the format of media items' animations),
+// played on the piece's own time: they move, scale, turn, fade and clip the
+// kept picture, which is drawn at the largest scale they reach.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
+#include "engine/animation.h"
 #include "engine/caption_pose.h"
 #include "engine/caption_segments.h"
 #include "engine/caption_style.h"
@@ -24,6 +28,8 @@ struct ItemPlan {
   double angle = 0;                ///< the item's own rotation, degrees
   float opacity = 1;
   int64_t startUs = 0, endUs = 0; ///< on the caption's time
+  std::vector<PlacedAnimation> animations;
+  double animationScale = 1; ///< largest scale the animations reach; the raster is drawn at it
   std::shared_ptr<const TextRaster> raster;
   bool failed = false;
 };
@@ -32,6 +38,7 @@ struct DrawOp {
   std::shared_ptr<const TextRaster> raster;
   Affine place;
   float opacity = 1;
+  SpritePart clip; ///< what animations leave of the picture
   std::vector<SpritePart> highlight;
 };
 
@@ -42,6 +49,20 @@ struct CaptionJob {
 Rgba ToRgba(const float* c) { return Rgba{c[0], c[1], c[2], c[3]}; }
 
 std::string Field(const char* text, size_t size) { return std::string(text, strnlen(text, size)); }
+
+/// How much larger than at rest an animation makes a piece, at most (capped
+/// so that a mistaken file cannot ask for an enormous picture).
+double LargestScale(const AnimationClip& clip) {
+  auto largest = [&](AnimationClip::Property p) {
+    double m = 1;
+    for (const AnimationClip::Key& k : clip.Track(p))
+      m = std::max(m, static_cast<double>(std::fabs(k.value)));
+    return m;
+  };
+  double s = largest(AnimationClip::kScale) *
+             std::max(largest(AnimationClip::kScaleX), largest(AnimationClip::kScaleY));
+  return std::min(s, 4.0);
+}
 
 template <class Block> bool ReadBlock(const PropertyBag& attrs, const char* name, Block* out) {
   const Attr* a = attrs.Get(name);
@@ -72,16 +93,35 @@ public:
                            .After(Affine::Scaling(pose.scale / scale_, pose.scale / scale_));
       for (ItemPlan& item : items_) {
         if (us < item.startUs || us >= item.endUs || item.opacity <= 0 || !Raster(item)) continue;
+        AnimationPose moved;
+        if (!item.animations.empty())
+          moved = EvaluateAnimations(item.animations, us - item.startUs, item.endUs - item.startUs);
         DrawOp op;
         op.raster = item.raster;
-        op.opacity = pose.opacity * item.opacity;
-        op.place = caption.After(Affine::Translation(item.offsetX, item.offsetY))
-                       .After(Affine::Rotation(item.angle))
+        op.opacity = pose.opacity * item.opacity * std::clamp(moved.opacity, 0.0f, 1.0f);
+        if (op.opacity <= 0) continue;
+        // Animation offsets are shares of the canvas, on the canvas.
+        double k = 1 / item.animationScale;
+        op.place = Affine::Translation(moved.x * ctx_.width, moved.y * ctx_.height)
+                       .After(caption)
+                       .After(Affine::Translation(item.offsetX, item.offsetY))
+                       .After(Affine::Rotation(item.angle + moved.rotation))
+                       .After(Affine::Scaling(moved.scaleX * k, moved.scaleY * k))
                        .After(Affine::Translation(-item.raster->anchorX, -item.raster->anchorY));
+        const Sprite& base = *item.raster->base;
+        op.clip = SpritePart{moved.clip[0] * base.width, moved.clip[1] * base.height,
+                             (1 - moved.clip[2]) * base.width, (1 - moved.clip[3]) * base.height};
+        if (op.clip.x1 <= op.clip.x0 || op.clip.y1 <= op.clip.y0) continue;
         if (item.raster->highlight) {
           double progress =
               static_cast<double>(us - item.startUs) / std::max<int64_t>(1, item.endUs - item.startUs);
           op.highlight = HighlightParts(*item.raster, progress);
+          for (SpritePart& part : op.highlight) {
+            part.x0 = std::max(part.x0, op.clip.x0);
+            part.y0 = std::max(part.y0, op.clip.y0);
+            part.x1 = std::min(part.x1, op.clip.x1);
+            part.y1 = std::min(part.y1, op.clip.y1);
+          }
         }
         job->ops.push_back(std::move(op));
       }
@@ -96,9 +136,10 @@ public:
     auto* j = static_cast<const CaptionJob*>(job.get());
     if (!j) return;
     for (const DrawOp& op : j->ops) {
-      DrawSprite(*op.raster->base, op.place, op.opacity, SpritePart{}, canvas, ctx_.matrix);
+      DrawSprite(*op.raster->base, op.place, op.opacity, op.clip, canvas, ctx_.matrix);
       for (const SpritePart& part : op.highlight)
-        DrawSprite(*op.raster->highlight, op.place, op.opacity, part, canvas, ctx_.matrix);
+        if (part.x1 > part.x0 && part.y1 > part.y0)
+          DrawSprite(*op.raster->highlight, op.place, op.opacity, part, canvas, ctx_.matrix);
     }
   }
 
@@ -120,6 +161,29 @@ private:
     return true;
   }
 
+  /// The animations a piece carries, each checked once; one that cannot be
+  /// read is left out with a log line.
+  void Animate(const CaptionItem& source, ItemPlan* item) {
+    const auto* list = source.attrs.List("animations");
+    if (!list) return;
+    int64_t cycle = source.attrs.GetInt("animationCycle", 0);
+    for (const Attr& entry : *list) {
+      PlacedAnimation placed;
+      std::string error;
+      placed.clip = AnimationClip::Load(entry.text, &error);
+      if (!placed.clip) {
+        LogText("caption " + caption_.configPath + ": an animation is left out: " + error);
+        continue;
+      }
+      placed.type = static_cast<int>(entry.d);
+      placed.startUs = entry.i[0];
+      placed.durationUs = entry.i[1];
+      placed.cycleUs = cycle;
+      item->animationScale = std::max(item->animationScale, LargestScale(*placed.clip));
+      item->animations.push_back(std::move(placed));
+    }
+  }
+
   /// Turns an item of the model into what the segment draws: sizes on the
   /// canvas at the caption's largest scale.
   void Plan(const CaptionItem& source) {
@@ -132,9 +196,9 @@ private:
     // A template's sizes are style pixels of a style box that fills the
     // caption's box; a piece's sizes are output pixels.
     double unit = templateItem && style && style->width > 0 ? boxW / style->width : 1.0;
-    double r = scale_;
-
     ItemPlan item;
+    Animate(source, &item);
+    double r = scale_ * item.animationScale;
     TextLook& look = item.look;
     look.text = Field(b.text, sizeof b.text);
     double itemW = (b.width > 0 ? b.width : 1.0) * boxW, itemH = (b.height > 0 ? b.height : 1.0) * boxH;
@@ -164,8 +228,8 @@ private:
         }
       }
     }
-    item.offsetX = cx * r;
-    item.offsetY = cy * r;
+    item.offsetX = cx * scale_; // the offset is not part of the picture
+    item.offsetY = cy * scale_;
     item.angle = std::isfinite(b.angle) ? b.angle : 0;
     item.opacity = std::isfinite(b.opacity) ? std::clamp(b.opacity, 0.0f, 1.0f) : 0.0f;
     look.boxWidth = textW * r;

@@ -494,3 +494,67 @@ TEST_F(EngineCaption, ShippedVerticalStyleIsTallerThanWide) {
   std::string read = ReadColumn(v, 10, folder(), "chi_sim", column, 4);
   EXPECT_NE(read.find("排字"), std::string::npos) << read;
 }
+
+TEST_F(EngineCaption, PieceAnimationsPlayOnThePiecesTime) {
+  // An in-animation sliding the piece in from a quarter canvas to the left
+  // while it fades in over its first second, and an out-animation doubling
+  // its size over its last half second.
+  WriteFile(Path("slide.json"), R"({"keys": [{"at": 0, "opacity": 0, "x": -0.25},
+                                            {"at": 1, "opacity": 1, "x": 0}]})");
+  WriteFile(Path("grow.json"), R"({"keys": [{"at": 0, "scale": 1}, {"at": 1, "scale": 2}]})");
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 3, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 3);
+  OrmaCaptionItemHandle item = AddPiece(c, "MOVE", 30);
+  ASSERT_EQ(OrmaSetCaptionItemAnimation(item, Path("slide.json").c_str(), 0, 0, kSecond), 1);
+  ASSERT_EQ(OrmaSetCaptionItemAnimation(item, Path("grow.json").c_str(), 1, 2500000, kSecond / 2), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  // Not yet visible at the start; halfway, half faded and 40 pixels left of
+  // the centre; at rest from one second on.
+  EXPECT_EQ(InkBox(v, 0, kBlue).x1, -1);
+  Box half = InkBox(v, F(0.5), kBlue), rest = InkBox(v, F(1.5), kBlue);
+  ASSERT_GT(half.x1, 0);
+  ASSERT_GT(rest.x1, 0);
+  EXPECT_NEAR((rest.x0 + rest.x1) / 2.0, 160, 3);
+  EXPECT_NEAR((half.x0 + half.x1) / 2.0, 120, 3);
+  EXPECT_EQ(CountNear(v, F(0.5), kWhite), 0);
+  EXPECT_GT(CountNear(v, F(1.5), kWhite), 50);
+  // The last frame (2.96 s, 0.92 through the out-animation): 1.92 times as
+  // large about the same centre (ink edges are a pixel or two softer).
+  Box grown = InkBox(v, F(3.0) - 1, kBlue);
+  EXPECT_NEAR(grown.w(), 1.92 * rest.w(), 4);
+  EXPECT_NEAR(grown.h(), 1.92 * rest.h(), 4);
+  EXPECT_NEAR((grown.x0 + grown.x1) / 2.0, 160, 3);
+  EXPECT_EQ(ReadText(v, F(3.0) - 1, folder(), "eng"), "MOVE");
+}
+
+TEST_F(EngineCaption, ALoopingPieceAnimationRepeatsEveryCycle) {
+  WriteFile(Path("blink.json"), R"({"keys": [{"at": 0, "opacity": 1}, {"at": 0.5, "opacity": 0},
+                                            {"at": 1, "opacity": 1}]})");
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 2);
+  OrmaCaptionItemHandle item = AddPiece(c, "BLINK", 30);
+  ASSERT_EQ(OrmaSetCaptionItemAnimation(item, Path("blink.json").c_str(), 2, 0, 0), 1);
+  ASSERT_EQ(OrmaSetCaptionItemAnimationCycleDuration(item, 800000), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  // Cycles of 0.8 s: gone at 0.4 s and 1.2 s, whole at 0.8 s and 1.6 s.
+  EXPECT_EQ(InkBox(v, F(0.4), kBlue).x1, -1);
+  EXPECT_EQ(InkBox(v, F(1.2), kBlue).x1, -1);
+  EXPECT_GT(CountNear(v, F(0.8), kWhite), 50);
+  EXPECT_GT(CountNear(v, F(1.6), kWhite), 50);
+}
+
+TEST_F(EngineCaption, ABadPieceAnimationFileIsRefused) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 1);
+  OrmaCaptionItemHandle item = AddPiece(c, "X", 30);
+  WriteFile(Path("bad.json"), R"({"keys": [{"at": 2, "opacity": 1}]})");
+  EXPECT_EQ(OrmaSetCaptionItemAnimation(item, Path("bad.json").c_str(), 0, 0, kSecond), -3);
+  EXPECT_EQ(OrmaSetCaptionItemAnimation(item, Path("missing.json").c_str(), 0, 0, kSecond), -3);
+}
