@@ -7,10 +7,13 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <cstdio>
 #include <memory>
 
 #include "engine/mlt_runtime.h"
 #include "engine/probe.h"
+#include "engine/webp_frames.h"
+#include "platform/platform.h"
 
 namespace orma {
 
@@ -67,6 +70,16 @@ bool Convert(Decoder& d, AVRational timeBase, std::vector<PictureFrame>* frames)
 bool DecodePictureFrames(const std::string& path, size_t maxFrames, std::vector<PictureFrame>* frames,
                          std::string* error) {
   QuietLibraries();
+  // An animated WebP is read before FFmpeg sees it: its probe finds no
+  // picture size there.
+  if (FILE* f = platform::OpenFile(path.c_str(), "rb")) {
+    char head[21];
+    size_t n = fread(head, 1, sizeof head, f);
+    fclose(f);
+    std::string data;
+    if (IsAnimatedWebp(std::string(head, n)) && platform::ReadWholeFile(path.c_str(), &data))
+      return DecodeAnimatedWebp(data, path, maxFrames, frames, error);
+  }
   MediaProbe probe = ProbeMedia(path.c_str(), false);
   if (!probe.ok) {
     *error = probe.error;

@@ -2,7 +2,8 @@
 # Draws the starter stickers of resources/stickers/ with Debian's ffmpeg:
 # shapes given as formulas (geq), drawn at twice their size and scaled down
 # so that their edges are smooth. Four are frame folders, one an animated
-# PNG and one an animated GIF. Run it again to make them anew.
+# PNG, one an animated GIF and one an animated WebP. Run it again to make
+# them anew; the output is the same from run to run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 out=resources/stickers
@@ -57,6 +58,13 @@ ff -f lavfi -i "color=c=black:s=${small}x64:r=10:d=1,format=rgb24" -frames:v 10 
   -vf "geq=r='128+127*sin(2*PI*(X/W+N/10))':g='128+127*sin(2*PI*(X/W+N/10)+2)':b='128+127*sin(2*PI*(X/W+N/10)+4)',split[a][b];[a]palettegen=max_colors=64[p];[b][p]paletteuse" \
   -loop 0 "$out/wave/wave.gif"
 
+# A glowing dot that pulses, as a lossless animated WebP.
+rm -rf "$out/pulse"
+mkdir -p "$out/pulse"
+ff -f lavfi -i "color=c=black@0:s=${big}x${big}:r=10:d=1,format=rgba" -frames:v 10 \
+  -vf "geq=r=120:g=255:b=140:a='st(0,2*X/W-1);st(1,1-2*Y/H);st(2,0.35+0.25*sin(2*PI*(N+0.5)/10));255*max(0,1-hypot(ld(0),ld(1))/ld(2))',scale=$small:$small:flags=area" \
+  -c:v libwebp_anim -lossless 1 -loop 0 "$out/pulse/pulse.webp"
+
 # config.json of each folder.
 list() { # NAME COUNT RATE
   local names=() i
@@ -72,4 +80,5 @@ list sparkle 8 8
 list ring 15 15
 printf '{\n  "name": "ball",\n  "animation": "ball.png",\n  "loop": true\n}\n' >"$out/ball/config.json"
 printf '{\n  "name": "wave",\n  "animation": "wave.gif",\n  "loop": true\n}\n' >"$out/wave/config.json"
+printf '{\n  "name": "pulse",\n  "animation": "pulse.webp",\n  "loop": true\n}\n' >"$out/pulse/config.json"
 echo "stickers written to $out"

@@ -51,3 +51,26 @@ TEST(ShippedStickers, EveryStickerDecodesToMovingFrames) {
   EXPECT_TRUE(sawFrameList);
   EXPECT_TRUE(sawAnimation);
 }
+
+TEST(ShippedStickers, AnimatedWebpKeepsItsFramesAndTimes) {
+  // pulse.webp: ten frames of a tenth of a second, which FFmpeg alone
+  // cannot decode.
+  std::string error;
+  auto sheet =
+      orma::LoadStickerSheet(std::string(ORMA_SOURCE_DIR) + "/resources/stickers/pulse/config.json", &error);
+  ASSERT_NE(sheet, nullptr) << error;
+  orma::StickerFrames frames;
+  ASSERT_TRUE(orma::LoadStickerFrames(*sheet, &frames, &error)) << error;
+  ASSERT_EQ(frames.sprites.size(), 10u);
+  EXPECT_EQ(frames.totalUs, 1000000);
+  EXPECT_EQ(frames.FrameAt(0), 0u);
+  EXPECT_EQ(frames.FrameAt(250000), 2u);
+  EXPECT_EQ(frames.FrameAt(1250000), 2u); // looped
+  EXPECT_EQ(frames.sprites[0]->width, 128);
+  // Transparent corners, an opaque green centre.
+  const orma::Sprite& first = *frames.sprites[0];
+  EXPECT_EQ(first.argb[0] >> 24, 0u);
+  uint32_t centre = first.argb[static_cast<size_t>(64 * first.width + 64)];
+  EXPECT_GT(centre >> 24, 200u);
+  EXPECT_GT((centre >> 8) & 0xff, (centre >> 16) & 0xff); // more green than red
+}
