@@ -152,17 +152,23 @@ MediaSource::~MediaSource() { Release(); }
 
 void MediaSource::Release() {
   last_.reset();
-  lastPosition_ = INT64_MIN;
   still_.reset();
   sound_.reset();
   if (look_) look_->Release();
   if (producer_) {
-    mlt_producer_close(producer_);
+    ctx_.producers.Give(PoolKey(), producer_, lastPosition_ == INT64_MIN ? 0 : lastPosition_);
     producer_ = nullptr;
   }
+  lastPosition_ = INT64_MIN;
 }
 
-bool MediaSource::OpenProducer() {
+std::string MediaSource::PoolKey() const {
+  return media_.probe.path + (audioWanted_ ? "\n+sound" : "\n-sound");
+}
+
+bool MediaSource::OpenProducer(int64_t position) {
+  producer_ = ctx_.producers.Take(PoolKey(), position);
+  if (producer_) return true;
   std::string error;
   producer_ = OpenAvformat(media_.probe, ctx_, ctx_.decoderOptions, &error);
   if (!producer_) {
@@ -170,6 +176,9 @@ bool MediaSource::OpenProducer() {
     return false;
   }
   mlt_properties props = MLT_PRODUCER_PROPERTIES(producer_);
+  // Frames are read in order and held by the engine itself; the producer's
+  // own cache of decoded pictures would only add memory.
+  mlt_properties_set_int(props, "noimagecache", 1);
   if (!audioWanted_ || processedSound_) {
     mlt_properties_set_int(props, "audio_index", -1);
   } else {
@@ -230,7 +239,7 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
     if (look_ && frame->visible) frame->look = look_->Prepare(t - offset_, frame.get());
     return frame;
   }
-  if (!producer_ && !OpenProducer()) {
+  if (!producer_ && !OpenProducer(position)) {
     frame->visible = false;
     return frame;
   }
@@ -264,10 +273,12 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
       }
       decoded->width = w;
       decoded->height = h;
+      // The matrix the file declares; a file that declares none is taken to
+      // be in the canvas's matrix (MLT 7.12 would call every such file
+      // BT.601, and converting would cost every frame for a guess).
       mlt_properties props = MLT_FRAME_PROPERTIES(child);
-      int colorspace = mlt_properties_get_int(props, "colorspace");
-      decoded->color.matrix = colorspace == 709 ? 709 : 601;
-      decoded->color.fullRange = mlt_properties_get_int(props, "full_range") != 0;
+      decoded->color.matrix = media_.probe.matrix ? media_.probe.matrix : ctx_.matrix;
+      decoded->color.fullRange = media_.probe.fullRange || mlt_properties_get_int(props, "full_range") != 0;
       if (format == mlt_image_yuv420p) {
         // MLT's contiguous 4:2:0 layout (mlt_image_format_planes of MLT
         // 7.12 misplaces the third plane, so it is not used).

@@ -214,6 +214,22 @@ MediaProbe ProbeMedia(const char* path, bool decode) {
     probe.width = st->codecpar->width;
     probe.height = st->codecpar->height;
     probe.videoCodec = avcodec_get_name(st->codecpar->codec_id);
+    switch (st->codecpar->color_space) {
+    case AVCOL_SPC_BT709:
+      probe.matrix = 709;
+      break;
+    case AVCOL_SPC_BT470BG:
+    case AVCOL_SPC_SMPTE170M:
+    case AVCOL_SPC_FCC:
+      probe.matrix = 601;
+      break;
+    default:
+      probe.matrix = 0;
+      break;
+    }
+    probe.fullRange =
+        st->codecpar->color_range == AVCOL_RANGE_JPEG || st->codecpar->format == AV_PIX_FMT_YUVJ420P ||
+        st->codecpar->format == AV_PIX_FMT_YUVJ422P || st->codecpar->format == AV_PIX_FMT_YUVJ444P;
     AVRational rate = av_guess_frame_rate(ctx.get(), st, nullptr);
     probe.frameRate = rate.num > 0 && rate.den > 0 ? av_q2d(rate) : 0.0;
     if (probe.width <= 0 || probe.height <= 0) {

@@ -22,6 +22,8 @@ struct MediaProbe {
   int width = 0;
   int height = 0;
   double frameRate = 0.0; ///< 0 for stills
+  int matrix = 0;         ///< colour matrix the file declares: 601, 709, or 0 when it says none
+  bool fullRange = false; ///< the file declares full-range Y'CbCr
   std::string videoCodec;
   std::string audioCodec;
   int sampleRate = 0;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <map>
 
 namespace orma {
@@ -17,6 +18,43 @@ void RenderContext::Fail(const std::string& message) {
 std::string RenderContext::Error() {
   std::lock_guard<std::mutex> lock(errorMutex);
   return error;
+}
+
+ProducerPool::~ProducerPool() {
+  for (Idle& i : idle_)
+    mlt_producer_close(i.producer);
+}
+
+mlt_producer ProducerPool::Take(const std::string& key, int64_t position) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  int best = -1;
+  for (size_t i = 0; i < idle_.size(); ++i) {
+    if (idle_[i].key != key) continue;
+    bool before = idle_[i].position <= position;
+    if (best < 0) {
+      best = static_cast<int>(i);
+      continue;
+    }
+    const Idle& b = idle_[best];
+    bool bestBefore = b.position <= position;
+    if ((before && !bestBefore) || (before == bestBefore && std::llabs(idle_[i].position - position) <
+                                                                std::llabs(b.position - position)))
+      best = static_cast<int>(i);
+  }
+  if (best < 0) return nullptr;
+  mlt_producer p = idle_[best].producer;
+  idle_.erase(idle_.begin() + best);
+  return p;
+}
+
+void ProducerPool::Give(const std::string& key, mlt_producer producer, int64_t position) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  idle_.push_back({key, producer, position});
+  // A few idle decoders at most: each holds its decoder's frames.
+  while (idle_.size() > 4) {
+    mlt_producer_close(idle_.front().producer);
+    idle_.erase(idle_.begin());
+  }
 }
 
 Picture& ScratchPicture(int slot, int width, int height, bool alpha) {

@@ -24,6 +24,30 @@
 
 namespace orma {
 
+/// Decoders of clips that a scene no longer needs, kept for the next scene
+/// that reads the same file. Cutting back and forth between a few clips is
+/// the common draft; reusing a producer that already stands just before the
+/// next scene's first frame turns a seek (decoding from the previous key
+/// frame) and a reopening into a few frames of reading forward.
+class ProducerPool {
+public:
+  ~ProducerPool();
+  /// An idle producer for `key` standing at or before `position` (the
+  /// nearest), or any idle one for `key`, or null.
+  mlt_producer Take(const std::string& key, int64_t position);
+  /// Hands a producer back (the pool now holds the caller's reference).
+  void Give(const std::string& key, mlt_producer producer, int64_t position);
+
+private:
+  struct Idle {
+    std::string key;
+    mlt_producer producer;
+    int64_t position;
+  };
+  std::mutex mutex_;
+  std::vector<Idle> idle_;
+};
+
 /// Shared by everything that renders one export.
 struct RenderContext {
   mlt_profile profile = nullptr;
@@ -32,6 +56,7 @@ struct RenderContext {
   int matrix = 601;
   Rational fps;
   std::string decoderOptions; ///< extra avformat options (hardware decoding)
+  ProducerPool producers;
   std::atomic<bool> failed{false};
   std::mutex errorMutex;
   std::string error;
@@ -107,7 +132,8 @@ public:
   const Media& media() const { return media_; }
 
 private:
-  bool OpenProducer();
+  bool OpenProducer(int64_t position);
+  std::string PoolKey() const;
   PicturePtr LoadStill();
   int64_t SourceFrameAt(int64_t t, bool* clamped, bool* visible) const;
 

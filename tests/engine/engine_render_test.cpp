@@ -207,6 +207,42 @@ TEST_F(EngineRender, TrimStartSkipsSourceMaterial) {
   EXPECT_COLOR(v, 1, 0.5, 0.5, kGreen);
 }
 
+// Luma of the counter clip's frame n, as decoded back to RGB.
+int CounterGrey(int n) { return static_cast<int>(std::lround(3 * n * 255.0 / 219.0)); }
+
+TEST_F(EngineRender, TrimsAreFrameAccurate) {
+  OrmaVideoHandle vv = NewVideo();
+  OrmaMediaHandle m = nullptr;
+  AddScene(vv, 0, 1, "counter.mp4", &m);
+  ASSERT_EQ(OrmaSetMediaCutTime(m, 1200000, 2200000), 1); // from frame 30
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  for (int f : {0, 1, 12, 24})
+    EXPECT_NEAR(v.At(f, 0.5, 0.5).g, CounterGrey(30 + f), 4) << "frame " << f;
+}
+
+TEST_F(EngineRender, ManyShortScenesCutBetweenPositionsFrameAccurately) {
+  // Two "cameras" on the same clip, five frames apart, cut every 3 frames
+  // over 2 seconds (as a multi-camera edit does).
+  OrmaVideoHandle vv = NewVideo();
+  const int kScenes = 16, kLength = 3;
+  for (int k = 0; k < kScenes; ++k) {
+    OrmaMediaHandle m = nullptr;
+    double from = k * kLength / 25.0, to = (k + 1) * kLength / 25.0;
+    AddScene(vv, from, to, "counter.mp4", &m);
+    int64_t trim = (k * kLength + (k % 2 ? 5 : 0)) * 40000;
+    ASSERT_EQ(OrmaSetMediaTimeLine(m, 0, kLength * 40000), 1);
+    ASSERT_EQ(OrmaSetMediaCutTime(m, trim, trim + kLength * 40000), 1);
+  }
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_EQ(v.FrameCount(), kScenes * kLength);
+  for (int f = 0; f < kScenes * kLength; ++f) {
+    int camera = (f / kLength) % 2;
+    EXPECT_NEAR(v.At(f, 0.5, 0.5).g, CounterGrey(f + (camera ? 5 : 0)), 4) << "frame " << f;
+  }
+}
+
 TEST_F(EngineRender, MirroringFlipsTheMedia) {
   OrmaVideoHandle vv = NewVideo();
   OrmaMediaHandle m = nullptr;

@@ -2,6 +2,7 @@
 # Generates the media the engine tests render, with Debian's ffmpeg: plain
 # colours, tones, pictures and a few files that must be refused.
 set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 out=${1:?usage: make_media.sh FOLDER}
 mkdir -p "$out"
 cd "$out"
@@ -16,6 +17,10 @@ ff -f lavfi -i "color=c=0x00ff00:s=$size:r=25:d=3" -c:v libx264 -pix_fmt yuv420p
 # One second: red for half a second, then green.
 ff -f lavfi -i "color=c=red:s=$size:r=25:d=0.5" -f lavfi -i "color=c=0x00ff00:s=$size:r=25:d=0.5" \
    -filter_complex "[0][1]concat=n=2:v=1" -c:v libx264 -pix_fmt yuv420p redgreen.mp4
+# A frame counter: frame n is grey with luma 16 + 3n (n < 75), key frames
+# every 50 frames, so positions can be read back from the pixels.
+ff -f lavfi -i "color=c=black:s=$size:r=25:d=3" -vf "format=yuv420p,geq=lum='16+3*N':cb=128:cr=128" \
+   -c:v libx264 -g 50 -crf 10 -pix_fmt yuv420p counter.mp4
 # Pictures: left half red and right half blue; the same twice as wide; yellow.
 ff -f lavfi -i "color=c=red:s=160x180" -f lavfi -i "color=c=blue:s=160x180" \
    -filter_complex "[0][1]hstack" -frames:v 1 halves.png
@@ -61,5 +66,5 @@ ff -f lavfi -i "color=c=white:s=160x180" -f lavfi -i "color=c=black:s=160x180" \
 ff -f lavfi -i "color=c=white:s=160x180:r=25:d=1" -f lavfi -i "color=c=black:s=160x180:r=25:d=1" \
    -filter_complex "[0][1]hstack" -c:v libx264 -pix_fmt yuv420p matte.mp4
 # Faces (face count, big eye, thin face).
-bash "$(dirname "${BASH_SOURCE[0]}")/make_face.sh" "$PWD"
-touch "$out/.complete"
+bash "$here/make_face.sh" "$PWD"
+touch .complete
