@@ -270,6 +270,13 @@ bool Encoder::WriteVideo(const uint8_t* yuv, std::string* error) {
   frame->linesize[0] = s.width;
   frame->linesize[1] = cw;
   frame->linesize[2] = cw;
+  // Handed over by reference: libavcodec would otherwise copy the picture
+  // before the encoder copies it again. The caller keeps the data alive
+  // until this call returns, and the encoder has taken its copy by then (the
+  // packets are drained until it asks for more input).
+  frame->buf[0] = av_buffer_create(
+      const_cast<uint8_t*>(yuv), static_cast<size_t>(s.width) * s.height + 2 * cw * ch,
+      [](void*, uint8_t*) {}, nullptr, AV_BUFFER_FLAG_READONLY);
   AVFrame* send = frame;
   if (s.convert) {
     av_frame_make_writable(s.converted);

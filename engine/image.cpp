@@ -237,7 +237,7 @@ bool ScaleYuv(const Yuv& src, int sx, int sy, int sw, int sh, Colorimetry srcCol
   key.dw = dst.w;
   key.dh = dst.h;
   key.dfmt = key.sfmt;
-  key.flags = (smooth ? SWS_BICUBIC : SWS_BILINEAR) | SWS_ACCURATE_RND;
+  key.flags = smooth ? SWS_BICUBIC | SWS_ACCURATE_RND : SWS_BILINEAR;
   key.srcFull = srcColor.fullRange ? 1 : 0;
   key.matrixFrom = srcColor.matrix;
   key.matrixTo = srcColor.matrix;

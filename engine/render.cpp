@@ -51,7 +51,7 @@ void ProducerPool::Give(const std::string& key, mlt_producer producer, int64_t p
   std::lock_guard<std::mutex> lock(mutex_);
   idle_.push_back({key, producer, position});
   // A few idle decoders at most: each holds its decoder's frames.
-  while (idle_.size() > 4) {
+  while (idle_.size() > 2) {
     mlt_producer_close(idle_.front().producer);
     idle_.erase(idle_.begin());
   }

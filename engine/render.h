@@ -183,6 +183,10 @@ public:
 
   FramePtr Fetch(int64_t t, bool withAudio);
   void Composite(const Frame& frame, Yuv& canvas) const;
+  /// The frame's one picture when compositing would only copy it (one
+  /// opaque decoded item over the whole canvas at the canvas's size, format,
+  /// matrix and range, unmirrored and uncropped); null otherwise.
+  const uint8_t* Direct(const Frame& frame) const;
   /// Adds the frame's sound, times `gain` (ramped from start to end), to out.
   void MixAudio(const Frame& frame, AudioBlock& out, float gainStart, float gainEnd) const;
   void Release();

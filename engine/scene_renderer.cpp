@@ -73,6 +73,27 @@ bool SceneRenderer::HasSound() const {
   return false;
 }
 
+const uint8_t* SceneRenderer::Direct(const Frame& frame) const {
+  const SourceFrame* only = nullptr;
+  size_t index = 0;
+  for (size_t i = 0; i < frame.items.size(); ++i) {
+    if (!frame.items[i]->visible) continue;
+    if (only) return nullptr;
+    only = frame.items[i].get();
+    index = i;
+  }
+  // A look (adjustments, mask, rotation, animation...) changes the pixels.
+  if (!only || only->look || !only->decoded || only->decoded->rgba) return nullptr;
+  const Decoded& d = *only->decoded;
+  const ItemLayout& layout = sources_[index]->layout();
+  bool whole = layout.crop[0] == 0 && layout.crop[1] == 0 && layout.crop[2] == 1 && layout.crop[3] == 1;
+  if (!whole || !layout.FullCanvas(ctx_.width, ctx_.height) || layout.opacity < 1.0f || layout.mirrorH ||
+      layout.mirrorV || d.width != ctx_.width || d.height != ctx_.height || d.color.fullRange ||
+      d.color.matrix != ctx_.matrix)
+    return nullptr;
+  return d.yuv.p[0];
+}
+
 const SourceFrame* SceneRenderer::FirstPicture(const Frame& frame, const ItemLayout** layout) const {
   for (size_t i = 0; i < frame.items.size(); ++i)
     if (frame.items[i]->visible) {

@@ -75,11 +75,22 @@ int ClipGetImage(mlt_frame frame, uint8_t** image, mlt_image_format* format, int
   RenderContext& ctx = box->clip->timeline->ctx;
   int w = ctx.width, h = ctx.height;
   int size = Yuv420Size(w, h);
+  mlt_image_format requested = *format;
+  bool direct = requested == mlt_image_yuv420p || requested == mlt_image_none;
+  if (const uint8_t* picture = direct ? box->clip->segment->Direct(box->job) : nullptr) {
+    // The decoded picture itself; the job (a property of this frame) keeps
+    // it alive, so the frame does not own it.
+    mlt_frame_set_image(frame, const_cast<uint8_t*>(picture), size, nullptr);
+    *image = const_cast<uint8_t*>(picture);
+    *format = mlt_image_yuv420p;
+    *width = w;
+    *height = h;
+    return 0;
+  }
   uint8_t* buffer = static_cast<uint8_t*>(mlt_pool_alloc(size));
   Yuv canvas = Yuv420View(buffer, w, h);
   if (box->clip->segment->overlay) Fill(canvas, YuvColor{});
   box->clip->segment->Render(box->job, canvas);
-  mlt_image_format requested = *format;
   if (requested != mlt_image_yuv420p && requested != mlt_image_none && requested != mlt_image_movit) {
     uint8_t* converted = nullptr;
     int convertedSize = 0;
@@ -117,7 +128,9 @@ int ClipGetAudio(mlt_frame frame, void** buffer, mlt_audio_format* format, int* 
   block.data.assign(static_cast<size_t>(block.channels) * block.samples, 0.0f);
   box->clip->segment->Audio(box->job, block);
 
-  mlt_audio_format out = getenv("ORMA_AUDIO_ASIS") ? *format : mlt_audio_float;
+  // The asked format when it is one of the common ones, else planar floats
+  // (the export asks for those).
+  mlt_audio_format out = *format;
   if (out != mlt_audio_s16 && out != mlt_audio_s32 && out != mlt_audio_s32le && out != mlt_audio_f32le)
     out = mlt_audio_float;
   int n = block.samples, ch = block.channels;
