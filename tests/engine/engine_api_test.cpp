@@ -308,6 +308,28 @@ TEST_F(EngineApi, TimelineElementsAreKept) {
   EXPECT_EQ(v.FrameCount(), 25);
 }
 
+TEST_F(EngineApi, HardwareFlagsFallBackToSoftwareWithALogLine) {
+  OrmaVideoHandle vv = NewVideo();
+  ASSERT_EQ(OrmaEnableHWEncoder(vv, 1), 1);
+  ASSERT_EQ(OrmaEnableHWDecoder(vv, 1), 1);
+  AddScene(vv, 0, 0.4, "red.mp4");
+  ::testing::internal::CaptureStdout();
+  int32_t r = Export(vv);
+  std::string out = ::testing::internal::GetCapturedStdout();
+  ASSERT_EQ(r, 1);
+  bool hardware = out.find("encoding with the hardware encoder") != std::string::npos;
+  if (!hardware) {
+    EXPECT_NE(out.find("no hardware encoder for libx264 on this machine; encoding in software"),
+              std::string::npos)
+        << out;
+  }
+  EXPECT_TRUE(out.find("decoding in software") != std::string::npos ||
+              out.find("decoding with VA-API") != std::string::npos)
+      << out;
+  DecodedVideo v = Decode();
+  EXPECT_EQ(v.FrameCount(), 10);
+}
+
 TEST_F(EngineApi, PreviewPlaybackReportsThatItIsNotAvailable) {
   OrmaVideoHandle vv = NewVideo();
   EXPECT_EQ(OrmaSetDisplayRatio(vv, 16.0f / 9.0f), 1);

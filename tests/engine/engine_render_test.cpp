@@ -58,6 +58,45 @@ TEST_F(EngineRender, FrameRateIsKeptAsAnExactRational) {
   EXPECT_EQ(v.FrameCount(), 30);
 }
 
+struct RateCase {
+  double fps;
+  int num, den, framesInTwoSeconds;
+};
+
+class EngineFrameRate : public EngineTest, public ::testing::WithParamInterface<RateCase> {};
+
+TEST_P(EngineFrameRate, RateIsWrittenAsItsExactRational) {
+  const RateCase& c = GetParam();
+  OrmaVideoHandle vv = NewVideo(c.fps);
+  AddScene(vv, 0, 2, "red.mp4");
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_EQ(v.fpsNum, c.num);
+  EXPECT_EQ(v.fpsDen, c.den);
+  EXPECT_EQ(v.FrameCount(), c.framesInTwoSeconds);
+  EXPECT_NEAR(v.durationSeconds, 2.0, static_cast<double>(c.den) / c.num);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, EngineFrameRate,
+                         ::testing::Values(RateCase{23.976, 24000, 1001, 48}, RateCase{30.0, 30, 1, 60},
+                                           RateCase{59.94, 60000, 1001, 120}, RateCase{12.5, 25, 2, 25}),
+                         [](const ::testing::TestParamInfo<RateCase>& info) {
+                           return std::to_string(info.param.num) + "_" + std::to_string(info.param.den);
+                         });
+
+TEST_F(EngineRender, ASoundFileInASceneIsHeardBehindThePicture) {
+  OrmaVideoHandle vv = NewVideo();
+  OrmaMediaHandle picture = nullptr;
+  OrmaSceneHandle s = AddScene(vv, 0, 1, "yellow.jpg", &picture);
+  OrmaMediaHandle tone = OrmaSceneCreateMedia(Media("tone.mp3").c_str());
+  ASSERT_NE(tone, nullptr);
+  ASSERT_EQ(OrmaSceneAddMediaHandle(s, tone), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_COLOR(v, 10, 0.5, 0.5, kYellow);
+  EXPECT_GT(v.Rms(0.2, 0.8), 0.05);
+}
+
 TEST_F(EngineRender, ShowRectanglePlacesTheMediaOnTheCanvas) {
   OrmaVideoHandle vv = NewVideo();
   OrmaMediaHandle m = nullptr;
