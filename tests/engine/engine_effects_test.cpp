@@ -132,6 +132,22 @@ TEST_F(EngineEffects, AToningBrightensOnlyItsSpan) {
   EXPECT_NEAR(after.g, 128, 10) << ToString(after);
 }
 
+TEST_F(EngineEffects, AToningOverAHeldLastFrameDoesNotBuildUp) {
+  // The clip lasts one second and its last (green) frame is held for the
+  // next: each shown frame gets the toning once, never on top of the last.
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "redgreen.mp4");
+  OrmaAdjustmentBlock block{};
+  block.brightness = 0.1f * 255;
+  ASSERT_NE(OrmaAddFilterAdjustment(vv, &block, 0, 2 * kSecond), nullptr);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  Rgb early = v.At(F(1.1), 0.5, 0.5), late = v.At(F(1.95), 0.5, 0.5);
+  EXPECT_GT(early.g, 200) << ToString(early);
+  EXPECT_NEAR(late.r, early.r, 6) << ToString(early) << " then " << ToString(late);
+  EXPECT_NEAR(late.b, early.b, 6) << ToString(early) << " then " << ToString(late);
+}
+
 TEST_F(EngineEffects, AdjustmentVignetteDarkensTheCorners) {
   OrmaVideoHandle vv = NewVideo();
   AddScene(vv, 0, 1, "white.bmp");
