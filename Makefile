@@ -39,6 +39,9 @@ fuzz: deps
 
 bench: build
 	bash bench/run $(BUILD)
+	bash bench/stacked $(BUILD)
+	bash bench/attributes $(BUILD)
+	bash bench/captions $(BUILD)
 
 format:
 	find driver draft export preview themes platform corelib engine tests bench -name '*.cpp' -o -name '*.h' \

@@ -13,38 +13,15 @@ the whole length:
     and look-up filters;
   - a logo over the whole video.
 """
-import json
 import os
 import sys
 
+from draft_kit import alternating_scenes, draft, rect, write
+
 out, media, transitions = sys.argv[1:4]
-FPS = 30
 TOTAL = float(os.environ.get("STACKED_SECONDS", "600"))  # shorter for a trial run
 SCENE = 5.0
 CLIP_SECONDS = 30
-KINDS = ["dissolve", "wipe-left", "push-left", "circle-open", "luma-clock", "zoom-in"]
-
-
-def rect(x, y, w, h):
-    return {"x": x, "y": y, "width": w, "height": h}
-
-
-def scenes():
-    result = []
-    count = int(round(TOTAL / SCENE))
-    for k in range(count):
-        clip = os.path.join(media, "720-" + ("a" if k % 2 == 0 else "b") + ".mp4")
-        start, end = k * SCENE, (k + 1) * SCENE
-        trim = (k // 2 * SCENE) % (CLIP_SECONDS - SCENE - 1) + 0.5
-        item = {"path": clip, "trimTimeStart": trim, "trimTimeEnd": trim + SCENE, "timelineFrom": start,
-                "timelineTo": end, "speed": 1, "volume": 1, "alpha": 1,
-                "showRectF": rect(0, 0, 1, 1), "cropRect": rect(0, 0, 1, 1)}
-        s = {"media": [item], "background": {"type": 0, "blurIntensity": 0,
-                                             "color": {"red": 0, "green": 0, "blue": 0, "alpha": 0}}}
-        if k + 1 < count:
-            s["transition"] = {"folderPath": os.path.join(transitions, KINDS[k % len(KINDS)]), "duration": 1.0}
-        result.append(s)
-    return result
 
 
 def overlays():
@@ -97,29 +74,16 @@ def effects():
     return mosaics, tonings, filters
 
 
-def write(name, draft):
-    with open(os.path.join(out, name + ".json"), "w") as f:
-        json.dump(draft, f)
-    settings = {"video": {"fps": FPS, "bitrate": 3000, "encoder": "libx264", "w": 1280, "h": 720},
-                "audio": {"channels": 2, "samples": 44100, "bitrate": 128},
-                "outUrl": os.path.join(out, name + ".mp4")}
-    with open(os.path.join(out, name + ".export.json"), "w") as f:
-        json.dump(settings, f)
-
-
 def base(name):
-    s = scenes()
-    return {"ver": 5, "name": name, "size": {"width": 1280, "height": 720},
-            "mediaInfo": [{"path": x["media"][0]["path"], "timelineFrom": x["media"][0]["timelineFrom"],
-                           "timelineTo": x["media"][0]["timelineTo"], "replaceType": 1} for x in s],
-            "scenes": s}
+    clips = [os.path.join(media, "720-a.mp4"), os.path.join(media, "720-b.mp4")]
+    return draft(name, 1280, 720, alternating_scenes(TOTAL, SCENE, clips, CLIP_SECONDS, transitions))
 
 
-write("bare_720p_10_minutes", base("bare_720p_10_minutes"))
+write(out, "bare_720p_10_minutes", base("bare_720p_10_minutes"), 1280, 720)
 full = base("stacked_720p_10_minutes")
 full["overlays"] = overlays()
 full["soundEffects"] = sound_effects()
 full["mosaics"], full["tonings"], full["customFilters"] = effects()
 full["logoOverlay"] = {"path": os.path.join(media, "logo.png"), "alpha": 0.8,
                        "showRectF": rect(0.85, 0.04, 0.12, 0.08), "cropRect": rect(0, 0, 1, 1)}
-write("stacked_720p_10_minutes", full)
+write(out, "stacked_720p_10_minutes", full, 1280, 720)

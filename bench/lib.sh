@@ -1,0 +1,90 @@
+# Shared by the benchmark scripts (sourced, not run).
+
+# Runs a command under GNU time with its output in $out/last-output.txt;
+# sets SECONDS_TAKEN (wall clock), CPU_TAKEN (user + system) and PEAK_KB.
+measure() {
+  local log=$out/time.log
+  /usr/bin/time -v -o "$log" "$@" > "$out/last-output.txt" 2>&1 || true
+  SECONDS_TAKEN=$(awk -F': ' '/Elapsed \(wall clock\)/ {n=split($2,t,":"); s=0; for(i=1;i<=n;i++) s=s*60+t[i]; print s}' "$log")
+  CPU_TAKEN=$(awk -F': ' '/User time/ {u=$2} /System time/ {s=$2} END {print u+s}' "$log")
+  PEAK_KB=$(awk -F': ' '/Maximum resident set size/ {print $2}' "$log")
+}
+
+# Renders $out/NAME.json with $out/NAME.export.json through the program under
+# measure(); stops the benchmark when the export fails. Sets FRAMES too.
+render_draft() {
+  local name=$1
+  rm -f "$out/$name.mp4"
+  echo "bench: $name"
+  measure "$program" "$out/$name.json" "$out/$name.export.json"
+  if ! grep -q "export success" "$out/last-output.txt"; then
+    echo "bench: $name failed:" >&2; tail -5 "$out/last-output.txt" >&2; exit 1
+  fi
+  FRAMES=$(ffprobe -v error -select_streams v -count_packets -show_entries stream=nb_read_packets -of csv=p=0 "$out/$name.mp4")
+}
+
+# One line naming the machine and its load before the run.
+machine_line() {
+  echo "Machine: $(nproc) cores, $(awk '/MemTotal/ {printf "%.0f GB", $2/1048576}' /proc/meminfo), $(grep -m1 'model name' /proc/cpuinfo | cut -d: -f2 | sed 's/^ //'); load average before the run: $1"
+}
+
+# A warm look-up table, 17 points per axis, as a .cube file.
+make_warm_cube() {
+  python3 - "$1" <<'PY'
+import sys
+n = 17
+with open(sys.argv[1], "w") as f:
+    f.write("LUT_3D_SIZE %d\n" % n)
+    for b in range(n):
+        for g in range(n):
+            for r in range(n):
+                R, G, B = r / (n - 1), g / (n - 1), b / (n - 1)
+                f.write("%.5f %.5f %.5f\n" % (min(1, R * 1.08 + 0.02), G, B * 0.9))
+PY
+}
+
+# Renders a bare draft and the same draft with more on it, and writes both
+# rows and their ratios to $out/results.md:
+#   compare_pair BARE LOADED "what the loaded one adds" FPS_GOAL [RSS_GOAL]
+compare_pair() {
+  local bare=$1 loaded=$2 label=$3 fps_goal=$4 rss_goal=${5:-}
+  local load_before results=$out/results.md
+  load_before=$(cut -d" " -f1-3 /proc/loadavg)
+  {
+    echo "| case | frames | render s | render fps | CPU s | peak RSS MB |"
+    echo "|---|---|---|---|---|---|"
+  } > "$results"
+  local name fps_bare fps_loaded rss_bare rss_loaded
+  for name in "$bare" "$loaded"; do
+    render_draft "$name"
+    awk -v n="$name" -v f="$FRAMES" -v t="$SECONDS_TAKEN" -v c="$CPU_TAKEN" -v k="$PEAK_KB" \
+      'BEGIN {printf "| %s | %d | %.1f | %.1f | %.0f | %.0f |\n", n, f, t, f / t, c, k / 1024}' | tee -a "$results"
+    if [ "$name" = "$bare" ]; then
+      fps_bare=$(awk -v f="$FRAMES" -v t="$SECONDS_TAKEN" 'BEGIN {printf "%.3f", f / t}'); rss_bare=$PEAK_KB
+    else
+      fps_loaded=$(awk -v f="$FRAMES" -v t="$SECONDS_TAKEN" 'BEGIN {printf "%.3f", f / t}'); rss_loaded=$PEAK_KB
+    fi
+  done
+  {
+    echo
+    awk -v l="$label" -v a="$fps_loaded" -v b="$fps_bare" -v g="$fps_goal" \
+      'BEGIN {printf "With %s / bare: %.2f x the frame rate (goal at least %s)", l, a / b, g}'
+    if [ -n "$rss_goal" ]; then
+      awk -v a="$rss_loaded" -v b="$rss_bare" -v g="$rss_goal" 'BEGIN {printf ", %.2f x the peak RSS (goal at most %s)", a / b, g}'
+    fi
+    echo "."
+    machine_line "$load_before"
+  } | tee -a "$results"
+}
+
+# Two 30-second testsrc2 clips at 30 fps with a tone, FOLDER/TAG-a.mp4 and
+# FOLDER/TAG-b.mp4, key frames every 2 s; the second is the same pattern
+# mirrored and recoloured, so both cost the encoder the same.
+#   make_clip_pair WxH TAG FOLDER
+make_clip_pair() {
+  local size=$1 tag=$2 folder=$3
+  ffmpeg -v error -y -f lavfi -i "testsrc2=s=$size:r=30:d=30" -f lavfi -i "sine=f=440:d=30:sample_rate=44100" \
+    -c:v libx264 -preset veryfast -g 60 -b:v 8000k -pix_fmt yuv420p -c:a aac -ac 2 -shortest "$folder/$tag-a.mp4"
+  ffmpeg -v error -y -f lavfi -i "testsrc2=s=$size:r=30:d=30,hflip,hue=h=120" -f lavfi -i "sine=f=660:d=30:sample_rate=44100" \
+    -c:v libx264 -preset veryfast -g 60 -b:v 8000k -pix_fmt yuv420p -c:a aac -ac 2 -shortest "$folder/$tag-b.mp4"
+}
