@@ -3,6 +3,7 @@
 
 #include "engine/api.h"
 #include "engine/lut_file.h"
+#include "engine/special_effect.h"
 
 using namespace orma;
 
@@ -148,7 +149,7 @@ ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* c
   Effect* e = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(configPath, &error);
-  if (native.empty())
+  if (native.empty() || !SpecialEffect::Load(native, &error))
     Refuse("OrmaAddSpecialEffect", kBadFile, error);
   else if ((e = NewEffect("OrmaAddSpecialEffect", vv, EffectKind::Special, fromUs, toUs))) {
     e->path = native;

@@ -9,7 +9,6 @@
 #include <algorithm>
 
 #include "engine/elements.h"
-#include "engine/log.h"
 #include "engine/picture_effect.h"
 #include "engine/timeline.h"
 
@@ -20,7 +19,7 @@ namespace {
 struct EffectEntry {
   EffectKind kind;
   const char* name;
-  PictureEffectFactory make; ///< null: kept in the model, not rendered yet
+  PictureEffectFactory make;
 };
 
 const EffectEntry kEffects[] = {
@@ -29,7 +28,7 @@ const EffectEntry kEffects[] = {
     {EffectKind::DeLogo, "delogo region", MakeDelogoEffect},
     {EffectKind::Lut, "look-up filter", MakeLutEffect},
     {EffectKind::Adjustment, "picture adjustment", MakeAdjustmentEffect},
-    {EffectKind::Special, "special effect", nullptr},
+    {EffectKind::Special, "special effect", MakeSpecialEffect},
 };
 
 const EffectEntry* FindEffect(EffectKind kind) {
@@ -62,9 +61,9 @@ public:
   bool Add(Timeline& tl, Element& element, std::string* error) override {
     auto& effect = static_cast<Effect&>(element);
     const EffectEntry* entry = FindEffect(effect.effect);
-    if (!entry || !entry->make) {
-      LogNotRendered(entry ? entry->name : "timeline effect");
-      return true;
+    if (!entry) {
+      *error = "timeline effect of an unknown kind";
+      return false;
     }
     // Effects do not lengthen the video: they end with it at the latest.
     int64_t videoEnd = UsToFrames(TimelineLengthUs(tl.video), tl.ctx.fps);

@@ -43,10 +43,6 @@ void LogOnce(const std::string& key, const std::string& text) {
   LogText(text);
 }
 
-void LogNotRendered(const std::string& what) {
-  LogOnce("not-rendered:" + what, what + " is stored but not rendered yet");
-}
-
 std::string FormatDouble(double value) {
   if (std::isnan(value)) return "nan";
   if (std::isinf(value)) return value > 0 ? "inf" : "-inf";

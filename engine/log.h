@@ -18,10 +18,6 @@ void Log(const char* format, ...) __attribute__((format(printf, 1, 2)));
 /// Logs the text only the first time `key` is seen in this process.
 void LogOnce(const std::string& key, const std::string& text);
 
-/// "<what> is stored but not rendered yet", once per process for each
-/// `what` ("attribute brightness", "picture-in-picture scene" ...).
-void LogNotRendered(const std::string& what);
-
 /// Numbers in logs and traces are written with "." whatever the locale.
 std::string FormatDouble(double value);
 

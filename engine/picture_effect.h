@@ -37,5 +37,6 @@ std::unique_ptr<PictureEffect> MakeRegionBlurEffect(const Effect&, RenderContext
 std::unique_ptr<PictureEffect> MakeDelogoEffect(const Effect&, RenderContext&, std::string*);
 std::unique_ptr<PictureEffect> MakeLutEffect(const Effect&, RenderContext&, std::string*);
 std::unique_ptr<PictureEffect> MakeAdjustmentEffect(const Effect&, RenderContext&, std::string*);
+std::unique_ptr<PictureEffect> MakeSpecialEffect(const Effect&, RenderContext&, std::string*);
 
 } // namespace orma

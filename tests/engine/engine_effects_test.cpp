@@ -1,6 +1,7 @@
 // Timeline effects as adjustment layers: what they change, where, when, and
 // which stacked elements they reach.
 #include <cmath>
+#include <cstdlib>
 #include <string>
 
 #include "tests/engine/engine_test_support.h"
@@ -195,6 +196,86 @@ TEST_F(EngineEffects, AFileThatIsNoLookUpTableIsRefused) {
   WriteFile(Path("bad.cube"), "LUT_3D_SIZE 2\n1 1 1\n");
   EXPECT_EQ(OrmaAddLUT(vv, Path("bad.cube").c_str(), 1.0f, 0, kSecond), nullptr);
   EXPECT_EQ(OrmaAddLUT(vv, Media("red.mp4").c_str(), 1.0f, 0, kSecond), nullptr);
+}
+
+bool Grey(Rgb c) { return std::abs(c.r - c.g) < 24 && std::abs(c.g - c.b) < 24; }
+
+TEST_F(EngineEffects, ASpecialEffectChangesItsSpanBelowItsLevel) {
+  WriteFile(Path("grey.json"), R"({"name": "grey", "filters": [{"filter": "grayscale", "amount": 1}]})");
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "red.mp4");
+  AddPip(vv, 0, 2, "green.mp4", Rect4{{0.0f, 0.0f, 0.5f, 0.5f}}, 2);
+  AddPip(vv, 0, 2, "green.mp4", Rect4{{0.5f, 0.0f, 1.0f, 0.5f}}, 4);
+  OrmaEffectHandle grey =
+      OrmaAddSpecialEffect(vv, Path("grey.json").c_str(), 0, kSecond / 2, 3 * kSecond / 2);
+  ASSERT_NE(grey, nullptr);
+  ASSERT_EQ(OrmaUpdateEffectLevel(grey, 3), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  Rgb scene = v.At(F(1), 0.5, 0.75), below = v.At(F(1), 0.25, 0.25);
+  EXPECT_TRUE(Grey(scene)) << ToString(scene);
+  EXPECT_TRUE(Grey(below)) << ToString(below);
+  EXPECT_COLOR(v, F(1), 0.75, 0.25, kGreen); // level 4: above the effect
+  EXPECT_COLOR(v, F(0.25), 0.5, 0.75, kRed); // before its span
+  EXPECT_COLOR(v, F(1.75), 0.5, 0.75, kRed); // after it
+  EXPECT_COLOR(v, F(1.75), 0.25, 0.25, kGreen);
+}
+
+TEST_F(EngineEffects, ASpecialEffectForTheMainTrackOnlyLeavesStackedElementsAlone) {
+  WriteFile(Path("grey.json"), R"({"name": "grey", "filters": [{"filter": "grayscale", "amount": 1}]})");
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "red.mp4");
+  AddPip(vv, 0, 1, "green.mp4", Rect4{{0.0f, 0.0f, 0.5f, 0.5f}}, 2);
+  OrmaEffectHandle grey = OrmaAddSpecialEffect(vv, Path("grey.json").c_str(), 1, 0, kSecond);
+  ASSERT_NE(grey, nullptr);
+  ASSERT_EQ(OrmaUpdateEffectLevel(grey, 3), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  Rgb scene = v.At(F(0.5), 0.5, 0.75);
+  EXPECT_TRUE(Grey(scene)) << ToString(scene);
+  EXPECT_COLOR(v, F(0.5), 0.25, 0.25, kGreen);
+}
+
+TEST_F(EngineEffects, ShippedSpecialEffectsChangeThePicture) {
+  // Each shipped effect against the same second of a four-colour picture and
+  // of a checkerboard without it: some frame differs somewhere on a grid of
+  // points (colour effects show on the colours, moves on the squares).
+  auto render = [&](const std::string& picture, const std::string& effect) {
+    OrmaVideoHandle vv = NewVideo();
+    AddScene(vv, 0, 1, picture.c_str());
+    if (!effect.empty()) {
+      const std::string config =
+          std::string(ORMA_SOURCE_DIR) + "/resources/effects/" + effect + "/config.json";
+      EXPECT_NE(OrmaAddSpecialEffect(vv, config.c_str(), 0, 0, kSecond), nullptr);
+    }
+    EXPECT_EQ(Export(vv), 1);
+    return Decode();
+  };
+  const char* pictures[] = {"quarters.png", "checker.png"};
+  DecodedVideo plain[] = {render(pictures[0], ""), render(pictures[1], "")};
+  for (const char* name : {"black-and-white", "glitch", "old-film", "flash", "mirror", "zoom-pulse"}) {
+    SCOPED_TRACE(name);
+    int changed = 0;
+    for (int p = 0; p < 2; ++p) {
+      DecodedVideo v = render(pictures[p], name);
+      ASSERT_TRUE(v.ok) << v.error;
+      ASSERT_EQ(v.FrameCount(), plain[p].FrameCount());
+      for (int f = 0; f < v.FrameCount(); ++f)
+        for (double y = 0.05; y < 1; y += 0.1)
+          for (double x = 0.05; x < 1; x += 0.1)
+            changed += !Close(v.At(f, x, y), plain[p].At(f, x, y));
+    }
+    EXPECT_GT(changed, 0);
+  }
+}
+
+TEST_F(EngineEffects, AFileThatIsNoSpecialEffectIsRefused) {
+  OrmaVideoHandle vv = NewVideo();
+  WriteFile(Path("bad.json"), R"({"name": "bad", "filters": []})");
+  EXPECT_EQ(OrmaAddSpecialEffect(vv, Path("bad.json").c_str(), 0, 0, kSecond), nullptr);
+  EXPECT_EQ(OrmaAddSpecialEffect(vv, Path("missing.json").c_str(), 0, 0, kSecond), nullptr);
 }
 
 } // namespace
