@@ -40,7 +40,33 @@ struct DrawOp {
   float opacity = 1;
   SpritePart clip; ///< what animations leave of the picture
   std::vector<SpritePart> highlight;
+  double blur = 0; ///< standard deviation, sprite pixels
 };
+
+/// `part` of a sprite as a part of its blurred copy, `pad` pixels larger on
+/// every side: a part reaching an edge takes in the blur beyond it.
+SpritePart Padded(const SpritePart& part, const Sprite& sprite, int pad) {
+  SpritePart p;
+  p.x0 = part.x0 <= 0 ? 0 : part.x0 + pad;
+  p.y0 = part.y0 <= 0 ? 0 : part.y0 + pad;
+  p.x1 = part.x1 >= sprite.width ? sprite.width + 2.0 * pad : part.x1 + pad;
+  p.y1 = part.y1 >= sprite.height ? sprite.height + 2.0 * pad : part.y1 + pad;
+  return p;
+}
+
+/// Draws `part` of the sprite, blurred by `sigma` pixels first when that is
+/// at least half a pixel.
+void DrawPiece(const Sprite& sprite, const Affine& place, float opacity, const SpritePart& part, double sigma,
+               Yuv& canvas, int matrix) {
+  if (sigma < 0.5) {
+    DrawSprite(sprite, place, opacity, part, canvas, matrix);
+    return;
+  }
+  const int pad = static_cast<int>(std::ceil(3 * sigma));
+  std::shared_ptr<Sprite> blurred = BlurredSprite(sprite, sigma, pad, matrix);
+  DrawSprite(*blurred, place.After(Affine::Translation(-pad, -pad)), opacity, Padded(part, sprite, pad),
+             canvas, matrix);
+}
 
 struct CaptionJob {
   std::vector<DrawOp> ops;
@@ -112,6 +138,9 @@ public:
         op.clip = SpritePart{moved.clip[0] * base.width, moved.clip[1] * base.height,
                              (1 - moved.clip[2]) * base.width, (1 - moved.clip[3]) * base.height};
         if (op.clip.x1 <= op.clip.x0 || op.clip.y1 <= op.clip.y0) continue;
+        // Blur 1 is a standard deviation of 0.3 of the font size: the text is
+        // no longer legible.
+        op.blur = moved.blur * 0.3 * item.raster->fontSize;
         if (item.raster->highlight) {
           double progress =
               static_cast<double>(us - item.startUs) / std::max<int64_t>(1, item.endUs - item.startUs);
@@ -136,10 +165,10 @@ public:
     auto* j = static_cast<const CaptionJob*>(job.get());
     if (!j) return;
     for (const DrawOp& op : j->ops) {
-      DrawSprite(*op.raster->base, op.place, op.opacity, op.clip, canvas, ctx_.matrix);
+      DrawPiece(*op.raster->base, op.place, op.opacity, op.clip, op.blur, canvas, ctx_.matrix);
       for (const SpritePart& part : op.highlight)
         if (part.x1 > part.x0 && part.y1 > part.y0)
-          DrawSprite(*op.raster->highlight, op.place, op.opacity, part, canvas, ctx_.matrix);
+          DrawPiece(*op.raster->highlight, op.place, op.opacity, part, op.blur, canvas, ctx_.matrix);
     }
   }
 

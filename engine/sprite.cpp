@@ -256,3 +256,57 @@ void DrawSprite(const Sprite& sprite, const Affine& place, float opacity, const 
 }
 
 } // namespace orma
+
+namespace orma {
+
+namespace {
+
+/// One box blur of radius r over `count` premultiplied ARGB pixels spaced
+/// `step` apart, all four components at once; `line` is scratch space.
+void BoxLine(uint32_t* first, int count, size_t step, int r, std::vector<uint32_t>& line) {
+  for (int i = 0; i < count; ++i)
+    line[i] = first[i * step];
+  const int width = 2 * r + 1;
+  int sum[4] = {0, 0, 0, 0};
+  auto add = [&](int i, int sign) {
+    if (i < 0 || i >= count) return;
+    const uint32_t p = line[i];
+    for (int c = 0; c < 4; ++c)
+      sum[c] += sign * static_cast<int>((p >> (8 * c)) & 0xff);
+  };
+  for (int i = -r; i <= r; ++i)
+    add(i, 1);
+  for (int i = 0; i < count; ++i) {
+    uint32_t out = 0;
+    for (int c = 0; c < 4; ++c)
+      out |= static_cast<uint32_t>((sum[c] + width / 2) / width) << (8 * c);
+    first[i * step] = out;
+    add(i + r + 1, 1);
+    add(i - r, -1);
+  }
+}
+
+} // namespace
+
+std::shared_ptr<Sprite> BlurredSprite(const Sprite& source, double sigma, int pad, int matrix) {
+  pad = std::max(pad, 0);
+  auto out = std::make_shared<Sprite>(source.width + 2 * pad, source.height + 2 * pad);
+  for (int y = 0; y < source.height; ++y)
+    std::copy_n(&source.argb[static_cast<size_t>(y) * source.width], source.width,
+                &out->argb[static_cast<size_t>(y + pad) * out->width + pad]);
+  // Three box blurs of this radius have about the Gaussian's spread.
+  const int r = static_cast<int>(std::lround(std::sqrt(4.0 * sigma * sigma + 1.0) / 2.0));
+  if (r >= 1) {
+    std::vector<uint32_t> line(static_cast<size_t>(std::max(out->width, out->height)));
+    for (int pass = 0; pass < 3; ++pass) {
+      for (int y = 0; y < out->height; ++y)
+        BoxLine(&out->argb[static_cast<size_t>(y) * out->width], out->width, 1, r, line);
+      for (int x = 0; x < out->width; ++x)
+        BoxLine(&out->argb[x], out->height, static_cast<size_t>(out->width), r, line);
+    }
+  }
+  out->Finish(matrix);
+  return out;
+}
+
+} // namespace orma

@@ -61,4 +61,10 @@ void RgbaToArgb(const uint8_t* rgba, int count, uint32_t* argb);
 /// A copy of the sprite scaled to w × h (smooth), finished for `matrix`.
 std::shared_ptr<Sprite> ScaledSprite(const Sprite& source, int w, int h, int matrix);
 
+/// A copy of the sprite blurred with a Gaussian of `sigma` pixels (three box
+/// blurs), `pad` pixels larger on every side so that the blur is not cut at
+/// the edges, finished for `matrix`. Pixel (x, y) of the source is pixel
+/// (x + pad, y + pad) of the copy.
+std::shared_ptr<Sprite> BlurredSprite(const Sprite& source, double sigma, int pad, int matrix);
+
 } // namespace orma

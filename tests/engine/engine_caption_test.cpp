@@ -33,11 +33,11 @@ struct Box {
   int w() const { return x1 - x0 + 1; }
   int h() const { return y1 - y0 + 1; }
 };
-Box InkBox(const DecodedVideo& v, int frame, Rgb background) {
+Box InkBox(const DecodedVideo& v, int frame, Rgb background, int tolerance = 60) {
   Box b;
   for (int y = 0; y < v.height; ++y)
     for (int x = 0; x < v.width; ++x)
-      if (!Near(v.At(frame, (x + 0.5) / v.width, (y + 0.5) / v.height), background, 60)) {
+      if (!Near(v.At(frame, (x + 0.5) / v.width, (y + 0.5) / v.height), background, tolerance)) {
         b.x0 = std::min(b.x0, x);
         b.y0 = std::min(b.y0, y);
         b.x1 = std::max(b.x1, x);
@@ -528,6 +528,29 @@ TEST_F(EngineCaption, PieceAnimationsPlayOnThePiecesTime) {
   EXPECT_NEAR(grown.h(), 1.92 * rest.h(), 4);
   EXPECT_NEAR((grown.x0 + grown.x1) / 2.0, 160, 3);
   EXPECT_EQ(ReadText(v, F(3.0) - 1, folder(), "eng"), "MOVE");
+}
+
+TEST_F(EngineCaption, ABlurKeyBlursThePieceUntilItClears) {
+  // Blurred as much as the format allows at the start, sharp from 1 s on.
+  WriteFile(Path("blur.json"), R"({"keys": [{"at": 0, "blur": 1}, {"at": 1, "blur": 0}]})");
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "blue.mp4");
+  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 2);
+  OrmaCaptionItemHandle item = AddPiece(c, "BLUR", 40);
+  ASSERT_EQ(OrmaSetCaptionItemAnimation(item, Path("blur.json").c_str(), 0, 0, kSecond), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  // Blurred, faint ink spreads beyond the glyphs and no stroke stays white.
+  Box blurred = InkBox(v, F(0.12), kBlue, 20), sharp = InkBox(v, F(1.5), kBlue, 20);
+  ASSERT_GT(blurred.x1, 0);
+  ASSERT_GT(sharp.x1, 0);
+  EXPECT_GT(blurred.w(), sharp.w() + 8);
+  EXPECT_GT(blurred.h(), sharp.h() + 8);
+  const int sharpWhite = CountNear(v, F(1.5), kWhite);
+  EXPECT_GT(sharpWhite, 100);
+  EXPECT_LT(CountNear(v, F(0.12), kWhite), sharpWhite / 10);
+  EXPECT_EQ(ReadText(v, F(1.5), folder(), "eng"), "BLUR");
 }
 
 TEST_F(EngineCaption, ALoopingPieceAnimationRepeatsEveryCycle) {
