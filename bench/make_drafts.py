@@ -5,7 +5,8 @@
 
 (a) 60 s of 1080p30 as 12 scenes of two alternating clips with transitions;
 (b) the same 60 s as 200 frame-accurate short scenes cutting between them;
-(c) a 10-minute 720p draft of alternating scenes with transitions.
+(c) a 10-minute 720p draft of alternating scenes with transitions;
+(d) its first minute, to see that time and memory follow the length.
 """
 import os
 import sys
@@ -43,3 +44,4 @@ for k in range(200):
 write(out, "b_1080p_200_scenes", draft("b_1080p_200_scenes", 1920, 1080, short), 1920, 1080)
 
 write(out, "c_720p_10_minutes", draft("c_720p_10_minutes", 1280, 720, alternating("720-", 600.0)), 1280, 720)
+write(out, "d_720p_1_minute", draft("d_720p_1_minute", 1280, 720, alternating("720-", 60.0)), 1280, 720)
