@@ -30,17 +30,7 @@ machine_line() {
 
 # A warm look-up table, 17 points per axis, as a .cube file.
 make_warm_cube() {
-  python3 - "$1" <<'PY'
-import sys
-n = 17
-with open(sys.argv[1], "w") as f:
-    f.write("LUT_3D_SIZE %d\n" % n)
-    for b in range(n):
-        for g in range(n):
-            for r in range(n):
-                R, G, B = r / (n - 1), g / (n - 1), b / (n - 1)
-                f.write("%.5f %.5f %.5f\n" % (min(1, R * 1.08 + 0.02), G, B * 0.9))
-PY
+  python3 scripts/make-cube.py "$1" 1.08 0.02 1 0.9
 }
 
 # Renders a bare draft and the same draft with more on it, and writes both

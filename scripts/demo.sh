@@ -41,17 +41,7 @@ if [ ! -f "$media/.complete-3" ]; then
   # (drawbox keeps the alpha it finds, so the box is padded with clear pixels.)
   ff -f lavfi -i "color=c=orange@0.85:s=224x64,format=rgba,drawbox=x=16:y=16:w=64:h=32:color=white:t=fill,pad=240:80:8:8:color=black@0" \
      -frames:v 1 "$media/logo.png"
-  python3 - "$media/warm.cube" <<'PY'
-import sys
-n = 17
-with open(sys.argv[1], "w") as f:
-    f.write("LUT_3D_SIZE %d\n" % n)
-    for b in range(n):
-        for g in range(n):
-            for r in range(n):
-                R, G, B = r / (n - 1), g / (n - 1), b / (n - 1)
-                f.write("%.5f %.5f %.5f\n" % (min(1, R * 1.15 + 0.05), min(1, G * 1.02), B * 0.75))
-PY
+  python3 scripts/make-cube.py "$media/warm.cube" 1.15 0.05 1.02 0.75
   touch "$media/.complete-3"
 fi
 
