@@ -149,11 +149,14 @@ ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* c
   Effect* e = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(configPath, &error);
-  if (native.empty() || !SpecialEffect::Load(native, &error))
+  std::shared_ptr<const SpecialEffect> chain;
+  if (native.empty() || !(chain = SpecialEffect::Load(native, &error)))
     Refuse("OrmaAddSpecialEffect", kBadFile, error);
   else if ((e = NewEffect("OrmaAddSpecialEffect", vv, EffectKind::Special, fromUs, toUs))) {
     e->path = native;
     e->applyRange = applyRange;
+    e->special = std::move(chain);
+    e->underEveryLevel = applyRange == 1; // the main track only
   }
   return Traced(
       "OrmaAddSpecialEffect",

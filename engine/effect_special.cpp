@@ -1,7 +1,8 @@
 // Special effects over a span of the timeline: the chain of an effect
-// folder's config.json (the format of a media item's own effects) run on
-// the whole picture below the effect's level. The chain is read at the
-// effect's first frame and let go after its last.
+// folder's config.json (the format of a media item's own effects), read
+// when the effect was added, run on the whole picture below the effect's
+// level. The chain is a few filters' parameters, so it is kept, not read
+// again.
 #include "engine/picture_effect.h"
 #include "engine/special_effect.h"
 
@@ -9,53 +10,34 @@ namespace orma {
 
 namespace {
 
-struct SpecialState {
-  std::shared_ptr<const SpecialEffect> chain;
-  EffectClock clock;
-};
-
 class TimelineSpecialEffect : public PictureEffect {
 public:
-  TimelineSpecialEffect(const Effect& e, RenderContext& ctx) : path_(e.path), ctx_(ctx) {}
+  TimelineSpecialEffect(const Effect& e, RenderContext& ctx) : chain_(e.special), ctx_(ctx) {}
 
   std::shared_ptr<const void> Prepare(int64_t t, int64_t frames) override {
-    if (!chain_ && !failed_) {
-      std::string error;
-      chain_ = SpecialEffect::Load(path_, &error);
-      if (!chain_) {
-        // The file was read when the effect was added; it changed since.
-        failed_ = true;
-        ctx_.Fail("special effect " + error);
-      }
-    }
-    auto state = std::make_shared<SpecialState>();
-    state->chain = chain_;
-    state->clock.seconds = static_cast<double>(FramesToUs(t, ctx_.fps)) / 1e6;
-    state->clock.span = static_cast<double>(FramesToUs(frames, ctx_.fps)) / 1e6;
-    state->clock.frame = t;
-    return state;
+    auto clock = std::make_shared<EffectClock>();
+    clock->seconds = static_cast<double>(FramesToUs(t, ctx_.fps)) / 1e6;
+    clock->span = static_cast<double>(FramesToUs(frames, ctx_.fps)) / 1e6;
+    clock->frame = t;
+    return clock;
   }
 
   void Apply(const void* state, Yuv& picture) const override {
-    const auto& s = *static_cast<const SpecialState*>(state);
-    if (s.chain) s.chain->Apply(picture, s.clock, ctx_.matrix);
-  }
-
-  void Release() override {
-    chain_.reset();
-    failed_ = false;
+    chain_->Apply(picture, *static_cast<const EffectClock*>(state), ctx_.matrix);
   }
 
 private:
-  std::string path_;
-  RenderContext& ctx_;
   std::shared_ptr<const SpecialEffect> chain_;
-  bool failed_ = false;
+  RenderContext& ctx_;
 };
 
 } // namespace
 
-std::unique_ptr<PictureEffect> MakeSpecialEffect(const Effect& e, RenderContext& ctx, std::string*) {
+std::unique_ptr<PictureEffect> MakeSpecialEffect(const Effect& e, RenderContext& ctx, std::string* error) {
+  if (!e.special) {
+    *error = "no filter chain was read for " + e.path;
+    return nullptr;
+  }
   return std::make_unique<TimelineSpecialEffect>(e, ctx);
 }
 

@@ -83,6 +83,7 @@ struct Scene;
 struct VirtualVideo;
 
 struct Mask;
+class SpecialEffect;
 
 struct Media : Handle {
   Media() : Handle(HandleType::Media) {}
@@ -130,6 +131,7 @@ struct Element : Handle {
   int64_t startUs = 0;
   int64_t endUs = 0;
   int32_t level = 0;
+  bool underEveryLevel = false; ///< drawn right above the main track, whatever its level
   VirtualVideo* video = nullptr;
   size_t order = 0; ///< position in the video's element list
 };
@@ -154,6 +156,7 @@ struct Effect : Element {
   std::string path;
   OrmaAdjustmentBlock adjustment{};
   int32_t applyRange = 0;
+  std::shared_ptr<const SpecialEffect> special; ///< the chain read when the effect was added
 };
 
 struct AudioTrack : Element {

@@ -329,18 +329,15 @@ void Timeline::Retire(int64_t frame) {
 
 bool Timeline::Build(std::string* error) {
   // Main scenes in time order, then stacked elements by level (0, "not set",
-  // above every set level), in the order they were added. A special effect
-  // for the main track only comes before every level.
+  // above every set level), in the order they were added; elements meant for
+  // the main track alone come before every level.
   std::vector<Element*> main, stacked;
   for (Element* e : video.elements)
     (e->kind == ElementKind::MainScene ? main : stacked).push_back(e);
   std::stable_sort(main.begin(), main.end(),
                    [](const Element* a, const Element* b) { return a->startUs < b->startUs; });
   auto key = [](const Element* e) {
-    if (e->kind == ElementKind::Effect) {
-      const auto* effect = static_cast<const Effect*>(e);
-      if (effect->effect == EffectKind::Special && effect->applyRange == 1) return INT64_MIN;
-    }
+    if (e->underEveryLevel) return INT64_MIN;
     return e->level > 0 ? static_cast<int64_t>(e->level) : INT64_MAX;
   };
   std::stable_sort(stacked.begin(), stacked.end(),
