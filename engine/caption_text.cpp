@@ -54,18 +54,22 @@ SpritePart Padded(const SpritePart& part, const Sprite& sprite, int pad) {
   return p;
 }
 
-/// Draws `part` of the sprite, blurred by `sigma` pixels first when that is
-/// at least half a pixel.
-void DrawPiece(const Sprite& sprite, const Affine& place, float opacity, const SpritePart& part, double sigma,
-               Yuv& canvas, int matrix) {
+/// Draws the parts of the sprite that are not empty, blurred by `sigma`
+/// pixels first (once for all parts) when that is at least half a pixel.
+void DrawParts(const Sprite& sprite, const Affine& place, float opacity, const SpritePart* parts,
+               size_t count, double sigma, Yuv& canvas, int matrix) {
+  auto shown = [](const SpritePart& p) { return p.x1 > p.x0 && p.y1 > p.y0; };
+  if (std::none_of(parts, parts + count, shown)) return;
   if (sigma < 0.5) {
-    DrawSprite(sprite, place, opacity, part, canvas, matrix);
+    for (size_t i = 0; i < count; ++i)
+      if (shown(parts[i])) DrawSprite(sprite, place, opacity, parts[i], canvas, matrix);
     return;
   }
   const int pad = static_cast<int>(std::ceil(3 * sigma));
   std::shared_ptr<Sprite> blurred = BlurredSprite(sprite, sigma, pad, matrix);
-  DrawSprite(*blurred, place.After(Affine::Translation(-pad, -pad)), opacity, Padded(part, sprite, pad),
-             canvas, matrix);
+  const Affine padded = place.After(Affine::Translation(-pad, -pad));
+  for (size_t i = 0; i < count; ++i)
+    if (shown(parts[i])) DrawSprite(*blurred, padded, opacity, Padded(parts[i], sprite, pad), canvas, matrix);
 }
 
 struct CaptionJob {
@@ -165,10 +169,10 @@ public:
     auto* j = static_cast<const CaptionJob*>(job.get());
     if (!j) return;
     for (const DrawOp& op : j->ops) {
-      DrawPiece(*op.raster->base, op.place, op.opacity, op.clip, op.blur, canvas, ctx_.matrix);
-      for (const SpritePart& part : op.highlight)
-        if (part.x1 > part.x0 && part.y1 > part.y0)
-          DrawPiece(*op.raster->highlight, op.place, op.opacity, part, op.blur, canvas, ctx_.matrix);
+      DrawParts(*op.raster->base, op.place, op.opacity, &op.clip, 1, op.blur, canvas, ctx_.matrix);
+      if (!op.highlight.empty())
+        DrawParts(*op.raster->highlight, op.place, op.opacity, op.highlight.data(), op.highlight.size(),
+                  op.blur, canvas, ctx_.matrix);
     }
   }
 

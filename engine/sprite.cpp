@@ -255,10 +255,6 @@ void DrawSprite(const Sprite& sprite, const Affine& place, float opacity, const 
   Blend(canvas, placed.view(), bx0, by0, 1.0f);
 }
 
-} // namespace orma
-
-namespace orma {
-
 namespace {
 
 /// One box blur of radius r over `count` premultiplied ARGB pixels spaced

@@ -108,6 +108,13 @@ protected:
     return item;
   }
 
+  /// A piece of `text` at `size` pixels in a caption over the whole of a
+  /// blue scene of `seconds`.
+  OrmaCaptionItemHandle PieceOverBlue(OrmaVideoHandle vv, double seconds, const std::string& text, int size) {
+    AddScene(vv, 0, seconds, "blue.mp4");
+    return AddPiece(AddCaption(vv, PlainStyle(), 0, seconds), text, size);
+  }
+
   int styles_ = 0;
 };
 
@@ -503,9 +510,7 @@ TEST_F(EngineCaption, PieceAnimationsPlayOnThePiecesTime) {
                                             {"at": 1, "opacity": 1, "x": 0}]})");
   WriteFile(Path("grow.json"), R"({"keys": [{"at": 0, "scale": 1}, {"at": 1, "scale": 2}]})");
   OrmaVideoHandle vv = NewVideo();
-  AddScene(vv, 0, 3, "blue.mp4");
-  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 3);
-  OrmaCaptionItemHandle item = AddPiece(c, "MOVE", 30);
+  OrmaCaptionItemHandle item = PieceOverBlue(vv, 3, "MOVE", 30);
   ASSERT_EQ(OrmaSetCaptionItemAnimation(item, Path("slide.json").c_str(), 0, 0, kSecond), 1);
   ASSERT_EQ(OrmaSetCaptionItemAnimation(item, Path("grow.json").c_str(), 1, 2500000, kSecond / 2), 1);
   ASSERT_EQ(Export(vv), 1);
@@ -534,9 +539,7 @@ TEST_F(EngineCaption, ABlurKeyBlursThePieceUntilItClears) {
   // Blurred as much as the format allows at the start, sharp from 1 s on.
   WriteFile(Path("blur.json"), R"({"keys": [{"at": 0, "blur": 1}, {"at": 1, "blur": 0}]})");
   OrmaVideoHandle vv = NewVideo();
-  AddScene(vv, 0, 2, "blue.mp4");
-  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 2);
-  OrmaCaptionItemHandle item = AddPiece(c, "BLUR", 40);
+  OrmaCaptionItemHandle item = PieceOverBlue(vv, 2, "BLUR", 40);
   ASSERT_EQ(OrmaSetCaptionItemAnimation(item, Path("blur.json").c_str(), 0, 0, kSecond), 1);
   ASSERT_EQ(Export(vv), 1);
   DecodedVideo v = Decode();
@@ -557,9 +560,7 @@ TEST_F(EngineCaption, ALoopingPieceAnimationRepeatsEveryCycle) {
   WriteFile(Path("blink.json"), R"({"keys": [{"at": 0, "opacity": 1}, {"at": 0.5, "opacity": 0},
                                             {"at": 1, "opacity": 1}]})");
   OrmaVideoHandle vv = NewVideo();
-  AddScene(vv, 0, 2, "blue.mp4");
-  OrmaCaptionHandle c = AddCaption(vv, PlainStyle(), 0, 2);
-  OrmaCaptionItemHandle item = AddPiece(c, "BLINK", 30);
+  OrmaCaptionItemHandle item = PieceOverBlue(vv, 2, "BLINK", 30);
   ASSERT_EQ(OrmaSetCaptionItemAnimation(item, Path("blink.json").c_str(), 2, 0, 0), 1);
   ASSERT_EQ(OrmaSetCaptionItemAnimationCycleDuration(item, 800000), 1);
   ASSERT_EQ(Export(vv), 1);
