@@ -44,23 +44,21 @@ compare_pair() {
     echo "| case | frames | render s | render fps | CPU s | peak RSS MB |"
     echo "|---|---|---|---|---|---|"
   } > "$results"
-  local name fps_bare fps_loaded rss_bare rss_loaded
+  local name
+  local -A fps rss
   for name in "$bare" "$loaded"; do
     render_draft "$name"
     awk -v n="$name" -v f="$FRAMES" -v t="$SECONDS_TAKEN" -v c="$CPU_TAKEN" -v k="$PEAK_KB" \
       'BEGIN {printf "| %s | %d | %.1f | %.1f | %.0f | %.0f |\n", n, f, t, f / t, c, k / 1024}' | tee -a "$results"
-    if [ "$name" = "$bare" ]; then
-      fps_bare=$(awk -v f="$FRAMES" -v t="$SECONDS_TAKEN" 'BEGIN {printf "%.3f", f / t}'); rss_bare=$PEAK_KB
-    else
-      fps_loaded=$(awk -v f="$FRAMES" -v t="$SECONDS_TAKEN" 'BEGIN {printf "%.3f", f / t}'); rss_loaded=$PEAK_KB
-    fi
+    fps[$name]=$(awk -v f="$FRAMES" -v t="$SECONDS_TAKEN" 'BEGIN {printf "%.3f", f / t}')
+    rss[$name]=$PEAK_KB
   done
   {
     echo
-    awk -v l="$label" -v a="$fps_loaded" -v b="$fps_bare" -v g="$fps_goal" \
+    awk -v l="$label" -v a="${fps[$loaded]}" -v b="${fps[$bare]}" -v g="$fps_goal" \
       'BEGIN {printf "With %s / bare: %.2f x the frame rate (goal at least %s)", l, a / b, g}'
     if [ -n "$rss_goal" ]; then
-      awk -v a="$rss_loaded" -v b="$rss_bare" -v g="$rss_goal" 'BEGIN {printf ", %.2f x the peak RSS (goal at most %s)", a / b, g}'
+      awk -v a="${rss[$loaded]}" -v b="${rss[$bare]}" -v g="$rss_goal" 'BEGIN {printf ", %.2f x the peak RSS (goal at most %s)", a / b, g}'
     fi
     echo "."
     machine_line "$load_before"
