@@ -174,9 +174,9 @@ std::shared_ptr<const ColorTable> ColorTable::Build(const ColorLevels& levels, c
   if (levels.Neutral() && !useLut) return nullptr;
   auto table = std::make_shared<ColorTable>();
   const size_t n = static_cast<size_t>(kNodes) * kNodes * kNodes;
-  table->y_.resize(n);
-  table->cb_.resize(n);
-  table->cr_.resize(n);
+  std::vector<int16_t> nodes[3];
+  for (auto& v : nodes)
+    v.resize(n);
   const Weights w = LumaWeights(matrix);
   for (int ci = 0; ci < kNodes; ++ci)
     for (int ri = 0; ri < kNodes; ++ri) {
@@ -189,31 +189,44 @@ std::shared_ptr<const ColorTable> ColorTable::Build(const ColorLevels& levels, c
         float oy, ob, orr;
         ToYuv(w, rgb, &oy, &ob, &orr);
         size_t i = (static_cast<size_t>(ci) * kNodes + ri) * kNodes + yi;
-        table->y_[i] = static_cast<int16_t>(std::lround(std::clamp(oy, 0.0f, 255.0f) * 4.0f));
-        table->cb_[i] = static_cast<int16_t>(std::lround(std::clamp(ob, 0.0f, 255.0f) * 4.0f));
-        table->cr_[i] = static_cast<int16_t>(std::lround(std::clamp(orr, 0.0f, 255.0f) * 4.0f));
+        nodes[0][i] = static_cast<int16_t>(std::lround(std::clamp(oy, 0.0f, 255.0f) * 4.0f));
+        nodes[1][i] = static_cast<int16_t>(std::lround(std::clamp(ob, 0.0f, 255.0f) * 4.0f));
+        nodes[2][i] = static_cast<int16_t>(std::lround(std::clamp(orr, 0.0f, 255.0f) * 4.0f));
       }
+    }
+  // Along luma every code gets its entry, interpolated between the nodes
+  // without rounding (weights 0..8), so a lookup only interpolates between
+  // the four chroma corners and gives what the trilinear sum would.
+  table->entries_.resize(static_cast<size_t>(kNodes) * kNodes * 256);
+  for (size_t column = 0; column < static_cast<size_t>(kNodes) * kNodes; ++column)
+    for (int y = 0; y < 256; ++y) {
+      int yi = y >> 3, yf = y & 7;
+      size_t node = column * kNodes + yi;
+      Entry& e = table->entries_[column * 256 + y];
+      for (int k = 0; k < 3; ++k)
+        e.v[k] = static_cast<int16_t>(nodes[k][node] * (8 - yf) + nodes[k][node + 1] * yf);
+      e.v[3] = 0;
     }
   return table;
 }
 
 namespace {
 
-// Trilinear interpolation in the table at one luma value, with the chroma
-// corners and weights of the 2x2 block prepared by the caller.
+// The four chroma corners of a chroma pair (their columns of entries) and
+// their weights (sum 64).
 struct Corners {
-  int base[4];
-  int weight[4]; // sum 64
+  const ColorTable::Entry* column[4];
+  int weight[4];
 };
 
-inline Corners ChromaCorners(int cb, int cr) {
+inline Corners ChromaCorners(const ColorTable::Entry* entries, int cb, int cr) {
   constexpr int n = ColorTable::kNodes;
   int ci = cb >> 3, cf = cb & 7, ri = cr >> 3, rf = cr & 7;
   Corners c;
-  c.base[0] = (ci * n + ri) * n;
-  c.base[1] = ((ci + 1) * n + ri) * n;
-  c.base[2] = (ci * n + ri + 1) * n;
-  c.base[3] = ((ci + 1) * n + ri + 1) * n;
+  c.column[0] = entries + static_cast<size_t>(ci * n + ri) * 256;
+  c.column[1] = entries + static_cast<size_t>((ci + 1) * n + ri) * 256;
+  c.column[2] = entries + static_cast<size_t>(ci * n + ri + 1) * 256;
+  c.column[3] = entries + static_cast<size_t>((ci + 1) * n + ri + 1) * 256;
   c.weight[0] = (8 - cf) * (8 - rf);
   c.weight[1] = cf * (8 - rf);
   c.weight[2] = (8 - cf) * rf;
@@ -221,31 +234,25 @@ inline Corners ChromaCorners(int cb, int cr) {
   return c;
 }
 
-inline uint8_t Lookup(const int16_t* t, const Corners& c, int y) {
-  int yi = y >> 3, yf = y & 7;
-  int a0 = t[c.base[0] + yi] * c.weight[0] + t[c.base[1] + yi] * c.weight[1] +
-           t[c.base[2] + yi] * c.weight[2] + t[c.base[3] + yi] * c.weight[3];
-  ++yi;
-  int a1 = t[c.base[0] + yi] * c.weight[0] + t[c.base[1] + yi] * c.weight[1] +
-           t[c.base[2] + yi] * c.weight[2] + t[c.base[3] + yi] * c.weight[3];
-  int v = (a0 * (8 - yf) + a1 * yf + 1024) >> 11;
-  return static_cast<uint8_t>(std::min(v, 255));
+// Component k (0 Y', 1 Cb, 2 Cr) at luma code y.
+inline uint8_t Lookup(const Corners& c, int k, int y) {
+  int v = c.column[0][y].v[k] * c.weight[0] + c.column[1][y].v[k] * c.weight[1] +
+          c.column[2][y].v[k] * c.weight[2] + c.column[3][y].v[k] * c.weight[3];
+  return static_cast<uint8_t>(std::min((v + 1024) >> 11, 255));
 }
 
 } // namespace
 
 void ColorTable::Map(int y, int cb, int cr, int* outY, int* outCb, int* outCr) const {
-  Corners c = ChromaCorners(std::clamp(cb, 0, 255), std::clamp(cr, 0, 255));
+  Corners c = ChromaCorners(entries_.data(), std::clamp(cb, 0, 255), std::clamp(cr, 0, 255));
   y = std::clamp(y, 0, 255);
-  *outY = Lookup(y_.data(), c, y);
-  *outCb = Lookup(cb_.data(), c, y);
-  *outCr = Lookup(cr_.data(), c, y);
+  *outY = Lookup(c, 0, y);
+  *outCb = Lookup(c, 1, y);
+  *outCr = Lookup(c, 2, y);
 }
 
 void ColorTable::Apply(Yuv& img) const {
-  const int16_t* ty = y_.data();
-  const int16_t* tb = cb_.data();
-  const int16_t* tr = cr_.data();
+  const Entry* entries = entries_.data();
   int cw = (img.w + 1) / 2, ch = (img.h + 1) / 2;
   for (int cy = 0; cy < ch; ++cy) {
     uint8_t* row0 = img.p[0] + static_cast<size_t>(2 * cy) * img.s[0];
@@ -254,16 +261,16 @@ void ColorTable::Apply(Yuv& img) const {
     uint8_t* v = img.p[2] + static_cast<size_t>(cy) * img.s[2];
     bool twoRows = row1 != row0;
     for (int cx = 0; cx < cw; ++cx) {
-      Corners c = ChromaCorners(u[cx], v[cx]);
+      Corners c = ChromaCorners(entries, u[cx], v[cx]);
       int x0 = 2 * cx, x1 = std::min(x0 + 1, img.w - 1);
       int mean = (row0[x0] + row0[x1] + row1[x0] + row1[x1] + 2) >> 2;
-      u[cx] = Lookup(tb, c, mean);
-      v[cx] = Lookup(tr, c, mean);
-      row0[x0] = Lookup(ty, c, row0[x0]);
-      if (x1 != x0) row0[x1] = Lookup(ty, c, row0[x1]);
+      u[cx] = Lookup(c, 1, mean);
+      v[cx] = Lookup(c, 2, mean);
+      row0[x0] = Lookup(c, 0, row0[x0]);
+      if (x1 != x0) row0[x1] = Lookup(c, 0, row0[x1]);
       if (twoRows) {
-        row1[x0] = Lookup(ty, c, row1[x0]);
-        if (x1 != x0) row1[x1] = Lookup(ty, c, row1[x1]);
+        row1[x0] = Lookup(c, 0, row1[x0]);
+        if (x1 != x0) row1[x1] = Lookup(c, 0, row1[x1]);
       }
     }
   }

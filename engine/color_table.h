@@ -67,9 +67,15 @@ public:
   /// One colour through the table (for tests and single samples).
   void Map(int y, int cb, int cr, int* outY, int* outCb, int* outCr) const;
 
+  /// Y', Cb, Cr out (times 32: node values times 4, times the luma weight
+  /// 8) at one luma code of one chroma node.
+  struct Entry {
+    int16_t v[4];
+  };
+
 private:
-  // Output values times 4, index ((cb * kNodes) + cr) * kNodes + y.
-  std::vector<int16_t> y_, cb_, cr_;
+  // Index ((cb node * kNodes) + cr node) * 256 + luma code.
+  std::vector<Entry> entries_;
 };
 
 } // namespace orma

@@ -107,6 +107,176 @@ struct Matrix {
 
 inline uint8_t Code(float v) { return static_cast<uint8_t>(std::clamp(std::lround(v), 0L, 255L)); }
 
+// What every path works out first: the visible part of the item, the canvas
+// area it can touch (in whole 2x2 blocks), the inverse mapping and the
+// opacity in 1/256.
+struct Job {
+  float whole[4];
+  const float* vis;
+  int x0, x1, y0, y1;
+  Inverse inv;
+  float kx, ky; ///< canvas pixels per item pixel along the item's axes
+  int op;
+};
+
+bool Prepare(const Yuv& canvas, const Yuv& item, const Placement& p, float opacity, const float* region,
+             Job* job) {
+  job->whole[0] = 0;
+  job->whole[1] = 0;
+  job->whole[2] = static_cast<float>(item.w);
+  job->whole[3] = static_cast<float>(item.h);
+  const float* vis = region ? region : job->whole;
+  job->vis = vis;
+  if (vis[2] <= vis[0] || vis[3] <= vis[1]) return false;
+  opacity = std::clamp(opacity, 0.0f, 1.0f);
+  if (opacity <= 0.0f || item.w <= 0 || item.h <= 0 || !p.Invertible()) return false;
+  float xs[4] = {p.tx, p.a * item.w + p.tx, p.b * item.h + p.tx, p.a * item.w + p.b * item.h + p.tx};
+  float ys[4] = {p.ty, p.c * item.w + p.ty, p.d * item.h + p.ty, p.c * item.w + p.d * item.h + p.ty};
+  int x0 = static_cast<int>(std::floor(*std::min_element(xs, xs + 4))) - 1;
+  int x1 = static_cast<int>(std::ceil(*std::max_element(xs, xs + 4))) + 1;
+  int y0 = static_cast<int>(std::floor(*std::min_element(ys, ys + 4))) - 1;
+  int y1 = static_cast<int>(std::ceil(*std::max_element(ys, ys + 4))) + 1;
+  job->x0 = std::max(0, x0) & ~1;
+  job->y0 = std::max(0, y0) & ~1;
+  job->x1 = std::min(canvas.w, x1);
+  job->y1 = std::min(canvas.h, y1);
+  if (job->x0 >= job->x1 || job->y0 >= job->y1) return false;
+  job->inv = Invert(p);
+  job->kx = std::sqrt(p.a * p.a + p.c * p.c);
+  job->ky = std::sqrt(p.b * p.b + p.d * p.d);
+  job->op = static_cast<int>(std::lround(opacity * 256.0f));
+  return true;
+}
+
+// Where one canvas coordinate samples the item along one axis: the two
+// neighbouring item samples, the weight of the second (0..256) and, for
+// luma, the edge coverage along that axis (0..256). The same arithmetic as
+// Sample() and Coverage(), so both paths give the same codes.
+struct Tap {
+  int i0, i1, f, edge;
+};
+
+inline Tap MakeTap(float pos, int size, float lo, float hi, float k) {
+  Tap t;
+  float e = std::min(pos + 0.5f - lo, hi - 0.5f - pos) * k + 0.5f;
+  t.edge = e <= 0.0f ? 0 : (e >= 1.0f ? 256 : static_cast<int>(e * 256.0f));
+  float c = std::clamp(pos, 0.0f, static_cast<float>(size - 1));
+  t.i0 = static_cast<int>(c);
+  t.i1 = std::min(t.i0 + 1, size - 1);
+  t.f = static_cast<int>((c - t.i0) * 256.0f);
+  return t;
+}
+
+// Rows r0 and r1 of a plane mixed with weight f of r1 over item columns
+// [lo, hi], kept exact (at most 255 * 256) so that the horizontal step
+// finishes the same bilinear sum as Sample().
+inline void MixRows(const uint8_t* r0, const uint8_t* r1, int f, int lo, int hi, uint16_t* out) {
+  const int g = 256 - f;
+  for (int x = lo; x <= hi; ++x)
+    out[x] = static_cast<uint16_t>(r0[x] * g + r1[x] * f);
+}
+
+inline int Finish(const uint16_t* mixed, const Tap& t) {
+  return (mixed[t.i0] * (256 - t.f) + mixed[t.i1] * t.f + 32768) >> 16;
+}
+
+// An item that is only scaled and moved (no rotation), laid over normally:
+// the sampling positions along each axis are worked out once per column and
+// once per row, and the bilinear samples are taken in two separable steps.
+void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const Job& job) {
+  const int x0 = job.x0, x1 = job.x1, y0 = job.y0, y1 = job.y1, op = job.op;
+  const Inverse& inv = job.inv;
+  const float* vis = job.vis;
+  const int width = x1 - x0, blocks = (width + 1) / 2;
+  const int cw = Half(item.w), ch = Half(item.h);
+  thread_local std::vector<Tap> lumaTaps, chromaTaps;
+  thread_local std::vector<uint16_t> mixed[4];
+  thread_local std::vector<int> weight[2], luma[2];
+  lumaTaps.resize(width);
+  chromaTaps.resize(blocks);
+  for (int x = x0; x < x1; ++x) {
+    float cx = x + 0.5f;
+    lumaTaps[x - x0] = MakeTap(inv.a * cx + inv.tx - 0.5f, item.w, vis[0], vis[2], job.kx);
+  }
+  for (int b = 0; b < blocks; ++b) {
+    float cx = x0 + 2 * b + 1.0f;
+    chromaTaps[b] = MakeTap((inv.a * cx + inv.tx) * 0.5f - 0.5f, cw, 0, 0, 0);
+  }
+  // Item columns each plane reads.
+  int lo = item.w, hi = 0, clo = cw, chi = 0;
+  for (const Tap& t : lumaTaps) {
+    lo = std::min({lo, t.i0, t.i1});
+    hi = std::max({hi, t.i0, t.i1});
+  }
+  for (const Tap& t : chromaTaps) {
+    clo = std::min({clo, t.i0, t.i1});
+    chi = std::max({chi, t.i0, t.i1});
+  }
+  for (int k = 0; k < 4; ++k)
+    mixed[k].resize(k == 1 || k == 2 ? cw : item.w);
+  for (int r = 0; r < 2; ++r) {
+    weight[r].resize(width);
+    luma[r].resize(width);
+  }
+  const bool alpha = item.p[3] != nullptr;
+  for (int y = y0; y < y1; y += 2) {
+    int rows = std::min(2, y1 - y);
+    bool any = false;
+    for (int r = 0; r < rows; ++r) {
+      float cy = y + r + 0.5f;
+      Tap ty = MakeTap(inv.d * cy + inv.ty - 0.5f, item.h, vis[1], vis[3], job.ky);
+      int* w = weight[r].data();
+      int* l = luma[r].data();
+      if (ty.edge == 0) {
+        std::fill(w, w + width, 0);
+        continue;
+      }
+      MixRows(item.p[0] + static_cast<size_t>(ty.i0) * item.s[0],
+              item.p[0] + static_cast<size_t>(ty.i1) * item.s[0], ty.f, lo, hi, mixed[0].data());
+      if (alpha)
+        MixRows(item.p[3] + static_cast<size_t>(ty.i0) * item.s[3],
+                item.p[3] + static_cast<size_t>(ty.i1) * item.s[3], ty.f, lo, hi, mixed[3].data());
+      const uint16_t* ml = mixed[0].data();
+      const uint16_t* ma = mixed[3].data();
+      for (int i = 0; i < width; ++i) {
+        const Tap& tx = lumaTaps[i];
+        int cov = std::min(tx.edge, ty.edge);
+        if (alpha && cov) cov = (Finish(ma, tx) * cov + 127) / 255;
+        w[i] = (cov * op + 128) >> 8;
+        l[i] = cov ? Finish(ml, tx) : 0;
+        any |= w[i] != 0;
+      }
+    }
+    if (!any) continue;
+    float cy = y + 1.0f;
+    Tap tc = MakeTap((inv.d * cy + inv.ty) * 0.5f - 0.5f, ch, 0, 0, 0);
+    for (int k = 1; k <= 2; ++k)
+      MixRows(item.p[k] + static_cast<size_t>(tc.i0) * item.s[k],
+              item.p[k] + static_cast<size_t>(tc.i1) * item.s[k], tc.f, clo, chi, mixed[k].data());
+    uint8_t* du = canvas.p[1] + static_cast<size_t>(y / 2) * canvas.s[1] + x0 / 2;
+    uint8_t* dv = canvas.p[2] + static_cast<size_t>(y / 2) * canvas.s[2] + x0 / 2;
+    for (int b = 0; b < blocks; ++b) {
+      int i = 2 * b, cols = std::min(2, width - i);
+      int sum = 0;
+      for (int r = 0; r < rows; ++r)
+        for (int c = 0; c < cols; ++c)
+          sum += weight[r][i + c];
+      if (sum == 0) continue;
+      for (int r = 0; r < rows; ++r) {
+        uint8_t* d = canvas.p[0] + static_cast<size_t>(y + r) * canvas.s[0] + x0 + i;
+        for (int c = 0; c < cols; ++c) {
+          int w = weight[r][i + c];
+          d[c] = static_cast<uint8_t>(d[c] + (((luma[r][i + c] - d[c]) * w + 128) >> 8));
+        }
+      }
+      int n = rows * cols, cwgt = (sum + n / 2) / n;
+      int su = Finish(mixed[1].data(), chromaTaps[b]), sv = Finish(mixed[2].data(), chromaTaps[b]);
+      du[b] = static_cast<uint8_t>(du[b] + (((su - du[b]) * cwgt + 128) >> 8));
+      dv[b] = static_cast<uint8_t>(dv[b] + (((sv - dv[b]) * cwgt + 128) >> 8));
+    }
+  }
+}
+
 } // namespace
 
 bool Placement::Invertible() const { return std::fabs(a * d - b * c) > 1e-6f; }
@@ -122,36 +292,16 @@ const BlendModeInfo* BlendModes(int* count) {
   return kModes;
 }
 
-void Compose(Yuv& canvas, const Yuv& item, const Placement& p, float opacity, int blendMode, int matrix,
-             const float* region) {
-  float whole[4] = {0, 0, static_cast<float>(item.w), static_cast<float>(item.h)};
-  const float* vis = region ? region : whole;
-  if (vis[2] <= vis[0] || vis[3] <= vis[1]) return;
-  opacity = std::clamp(opacity, 0.0f, 1.0f);
-  if (opacity <= 0.0f || item.w <= 0 || item.h <= 0 || !p.Invertible()) return;
+void ComposeEachPixel(Yuv& canvas, const Yuv& item, const Placement& p, float opacity, int blendMode,
+                      int matrix, const float* region) {
+  Job job;
+  if (!Prepare(canvas, item, p, opacity, region, &job)) return;
   const BlendModeInfo* mode = FindBlendMode(blendMode);
   auto mix = mode ? mode->mix : nullptr;
-  // Unscaled, unrotated, at an even position and normal: the plain blend.
-  if (!mix && !region && p.a == 1 && p.d == 1 && p.b == 0 && p.c == 0 && p.tx == std::floor(p.tx) &&
-      p.ty == std::floor(p.ty) && static_cast<int>(p.tx) % 2 == 0 && static_cast<int>(p.ty) % 2 == 0) {
-    Blend(canvas, item, static_cast<int>(p.tx), static_cast<int>(p.ty), opacity);
-    return;
-  }
-  // Bounding box on the canvas, in whole 2x2 blocks.
-  float xs[4] = {p.tx, p.a * item.w + p.tx, p.b * item.h + p.tx, p.a * item.w + p.b * item.h + p.tx};
-  float ys[4] = {p.ty, p.c * item.w + p.ty, p.d * item.h + p.ty, p.c * item.w + p.d * item.h + p.ty};
-  int x0 = static_cast<int>(std::floor(*std::min_element(xs, xs + 4))) - 1;
-  int x1 = static_cast<int>(std::ceil(*std::max_element(xs, xs + 4))) + 1;
-  int y0 = static_cast<int>(std::floor(*std::min_element(ys, ys + 4))) - 1;
-  int y1 = static_cast<int>(std::ceil(*std::max_element(ys, ys + 4))) + 1;
-  x0 = std::max(0, x0) & ~1;
-  y0 = std::max(0, y0) & ~1;
-  x1 = std::min(canvas.w, x1);
-  y1 = std::min(canvas.h, y1);
-  if (x0 >= x1 || y0 >= y1) return;
-  Inverse inv = Invert(p);
-  const float kx = std::sqrt(p.a * p.a + p.c * p.c), ky = std::sqrt(p.b * p.b + p.d * p.d);
-  int op = static_cast<int>(std::lround(opacity * 256.0f));
+  const int x0 = job.x0, x1 = job.x1, y0 = job.y0, y1 = job.y1, op = job.op;
+  const Inverse& inv = job.inv;
+  const float* vis = job.vis;
+  const float kx = job.kx, ky = job.ky;
   int width = x1 - x0;
   thread_local std::vector<int> sy[2], sw[2];
   for (int r = 0; r < 2; ++r) {
@@ -230,6 +380,25 @@ void Compose(Yuv& canvas, const Yuv& item, const Placement& p, float opacity, in
       *dv = Code(128.0f + 224.0f * (mean[0] - l) / (2.0f * (1.0f - mat.kr)));
     }
   }
+}
+
+void Compose(Yuv& canvas, const Yuv& item, const Placement& p, float opacity, int blendMode, int matrix,
+             const float* region) {
+  const BlendModeInfo* mode = FindBlendMode(blendMode);
+  bool normal = !mode || !mode->mix;
+  // Unscaled, unrotated, at an even position and normal: the plain blend.
+  if (normal && !region && p.a == 1 && p.d == 1 && p.b == 0 && p.c == 0 && p.tx == std::floor(p.tx) &&
+      p.ty == std::floor(p.ty) && static_cast<int>(p.tx) % 2 == 0 && static_cast<int>(p.ty) % 2 == 0) {
+    if (opacity > 0.0f && item.w > 0 && item.h > 0)
+      Blend(canvas, item, static_cast<int>(p.tx), static_cast<int>(p.ty), std::min(opacity, 1.0f));
+    return;
+  }
+  if (normal && p.b == 0 && p.c == 0) {
+    Job job;
+    if (Prepare(canvas, item, p, opacity, region, &job)) ComposeAxisAligned(canvas, item, job);
+    return;
+  }
+  ComposeEachPixel(canvas, item, p, opacity, blendMode, matrix, region);
 }
 
 } // namespace orma

@@ -34,4 +34,10 @@ const BlendModeInfo* BlendModes(int* count);
 void Compose(Yuv& canvas, const Yuv& item, const Placement& placement, float opacity, int blendMode,
              int matrix, const float* region = nullptr);
 
+/// The general path of Compose, which maps every canvas pixel back through
+/// the placement on its own; Compose takes faster paths for items that are
+/// only moved, or only scaled and moved, with the same result.
+void ComposeEachPixel(Yuv& canvas, const Yuv& item, const Placement& placement, float opacity, int blendMode,
+                      int matrix, const float* region = nullptr);
+
 } // namespace orma

@@ -152,21 +152,36 @@ void Sharpen(Yuv& img, float amount) {
   amount = std::clamp(amount, -1.0f, 1.0f);
   if (amount == 0.0f || img.w < 3 || img.h < 3) return;
   const int w = img.w, h = img.h;
-  const uint8_t* src = CopyPlane(0, img.p[0], img.s[0], w, h);
-  int k = static_cast<int>(std::lround((amount > 0 ? 1.5f * amount : amount) * 256.0f));
+  const int k = static_cast<int>(std::lround((amount > 0 ? 1.5f * amount : amount) * 256.0f));
+  const int strength = std::abs(k), sign = k > 0 ? 1 : -1;
+  // Rows are written in place, so the original of the row above and of the
+  // current row are kept; the 3x3 sums come from per-column sums of three
+  // rows (edges repeat the border row or column).
+  std::vector<uint8_t>& keep = Scratch(0, static_cast<size_t>(2) * w);
+  thread_local std::vector<uint16_t> columns;
+  columns.resize(w);
+  uint8_t* above = keep.data();
+  uint8_t* current = keep.data() + w;
+  std::memcpy(above, img.p[0], w);
+  std::memcpy(current, img.p[0], w);
   for (int y = 0; y < h; ++y) {
-    const uint8_t* r0 = src + static_cast<size_t>(std::max(y - 1, 0)) * w;
-    const uint8_t* r1 = src + static_cast<size_t>(y) * w;
-    const uint8_t* r2 = src + static_cast<size_t>(std::min(y + 1, h - 1)) * w;
     uint8_t* out = img.p[0] + static_cast<size_t>(y) * img.s[0];
-    for (int x = 0; x < w; ++x) {
-      int xl = std::max(x - 1, 0), xr = std::min(x + 1, w - 1);
-      int sum = r0[xl] + r0[x] + r0[xr] + r1[xl] + r1[x] + r1[xr] + r2[xl] + r2[x] + r2[xr];
+    const uint8_t* below = y + 1 < h ? out + img.s[0] : current;
+    uint16_t* col = columns.data();
+    for (int x = 0; x < w; ++x)
+      col[x] = static_cast<uint16_t>(above[x] + current[x] + below[x]);
+    auto sharpen = [&](int x, int sum) {
       int mean = (sum * 7282 + 32768) >> 16; // / 9
-      int v = r1[x];
-      int diff = k > 0 ? v - mean : mean - v;
-      out[x] = static_cast<uint8_t>(std::clamp(v + ((diff * std::abs(k) + 128) >> 8), 0, 255));
-    }
+      int v = current[x];
+      int diff = sign * (v - mean);
+      out[x] = static_cast<uint8_t>(std::clamp(v + ((diff * strength + 128) >> 8), 0, 255));
+    };
+    sharpen(0, 2 * col[0] + col[1]);
+    for (int x = 1; x < w - 1; ++x)
+      sharpen(x, col[x - 1] + col[x] + col[x + 1]);
+    sharpen(w - 1, col[w - 2] + 2 * col[w - 1]);
+    std::swap(above, current);
+    if (y + 1 < h) std::memcpy(current, below, w);
   }
 }
 

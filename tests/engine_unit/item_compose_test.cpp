@@ -115,3 +115,63 @@ TEST(Compose, OpacityAndAlphaMultiply) {
   int l = canvas.view().p[0][4 * canvas.view().s[0] + 4];
   EXPECT_NEAR(l, 16 + (235 - 16) / 4, 4);
 }
+
+namespace {
+
+// Noise in every plane (alpha too), so that every sample weight shows.
+void FillNoise(Yuv& img, uint32_t seed) {
+  auto next = [&seed] {
+    seed = seed * 1664525u + 1013904223u;
+    return static_cast<uint8_t>(seed >> 24);
+  };
+  for (int k = 0; k < 4; ++k) {
+    if (!img.p[k]) continue;
+    int w = k == 1 || k == 2 ? (img.w + 1) / 2 : img.w, h = k == 1 || k == 2 ? (img.h + 1) / 2 : img.h;
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x)
+        img.p[k][y * img.s[k] + x] = next();
+  }
+}
+
+bool SamePictures(const Yuv& a, const Yuv& b) {
+  for (int k = 0; k < 3; ++k) {
+    int w = k ? (a.w + 1) / 2 : a.w, h = k ? (a.h + 1) / 2 : a.h;
+    for (int y = 0; y < h; ++y)
+      if (std::memcmp(a.p[k] + y * a.s[k], b.p[k] + y * b.s[k], w) != 0) return false;
+  }
+  return true;
+}
+
+} // namespace
+
+TEST(Compose, ScaledAndMovedItemsGiveWhatTheGeneralPathGives) {
+  struct Case {
+    float a, d, tx, ty;
+    bool alpha;
+    bool region;
+    float opacity;
+  };
+  const Case cases[] = {
+      {1.04f, 1.04f, -3.7f, -2.2f, true, false, 1.0f}, // a pulse over the whole canvas
+      {0.5f, 0.75f, 10.3f, 7.9f, false, false, 0.6f},  // smaller, off the grid
+      {1.0f, 1.0f, 0.5f, 0.0f, true, true, 1.0f},      // half a pixel, clipped
+      {2.5f, 1.5f, 30.0f, -8.0f, true, false, 0.3f},   // larger than the canvas, partly outside
+      {-1.0f, 1.0f, 40.0f, 0.0f, false, false, 1.0f},  // mirrored
+      {1.0f, 1.0f, 3.0f, 2.0f, true, false, 1.0f},     // moved by odd pixels
+  };
+  for (const Case& c : cases) {
+    Picture item(40, 30, c.alpha), fast(61, 47, false), general(61, 47, false);
+    FillNoise(item.view(), 7);
+    FillNoise(fast.view(), 11);
+    FillNoise(general.view(), 11);
+    Placement p;
+    p.a = c.a;
+    p.d = c.d;
+    p.tx = c.tx;
+    p.ty = c.ty;
+    float region[4] = {3.5f, 2, 31, 25.25f};
+    Compose(fast.view(), item.view(), p, c.opacity, 0, 709, c.region ? region : nullptr);
+    ComposeEachPixel(general.view(), item.view(), p, c.opacity, 0, 709, c.region ? region : nullptr);
+    EXPECT_TRUE(SamePictures(fast.view(), general.view())) << "scale " << c.a << " x " << c.d;
+  }
+}

@@ -178,3 +178,32 @@ TEST(PictureFilters, AffineResampleShiftsAPicture) {
   EXPECT_TRUE(testpic::Near(testpic::At(dst.view(), 10, 10), Rgb8{0, 0, 255}, 4));
   EXPECT_TRUE(testpic::Near(testpic::At(dst.view(), 4, 10), Rgb8{255, 0, 0}, 4));
 }
+
+TEST(PictureFilters, SharpenMatchesAPlainThreeByThreeUnsharpMask) {
+  const int w = 37, h = 23;
+  Picture p(w, h, false);
+  uint32_t seed = 5;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      seed = seed * 1664525u + 1013904223u;
+      p.view().p[0][y * p.view().s[0] + x] = static_cast<uint8_t>(seed >> 24);
+    }
+  for (float amount : {0.7f, -0.4f}) {
+    std::vector<uint8_t> before(static_cast<size_t>(w) * h);
+    for (int y = 0; y < h; ++y)
+      std::memcpy(&before[y * w], p.view().p[0] + y * p.view().s[0], w);
+    int k = static_cast<int>(std::lround((amount > 0 ? 1.5f * amount : amount) * 256.0f));
+    Sharpen(p.view(), amount);
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x) {
+        int sum = 0;
+        for (int dy = -1; dy <= 1; ++dy)
+          for (int dx = -1; dx <= 1; ++dx)
+            sum += before[std::clamp(y + dy, 0, h - 1) * w + std::clamp(x + dx, 0, w - 1)];
+        int mean = (sum * 7282 + 32768) >> 16, v = before[y * w + x];
+        int diff = k > 0 ? v - mean : mean - v;
+        int want = std::clamp(v + ((diff * std::abs(k) + 128) >> 8), 0, 255);
+        ASSERT_EQ(p.view().p[0][y * p.view().s[0] + x], want) << x << "," << y << " amount " << amount;
+      }
+  }
+}
