@@ -197,36 +197,38 @@ std::shared_ptr<const ColorTable> ColorTable::Build(const ColorLevels& levels, c
   // Along luma every code gets its entry, interpolated between the nodes
   // without rounding (weights 0..8), so a lookup only interpolates between
   // the four chroma corners and gives what the trilinear sum would.
-  table->entries_.resize(static_cast<size_t>(kNodes) * kNodes * 256);
+  table->luma_.resize(static_cast<size_t>(kNodes) * kNodes * 256);
+  table->chroma_.resize(table->luma_.size());
   for (size_t column = 0; column < static_cast<size_t>(kNodes) * kNodes; ++column)
     for (int y = 0; y < 256; ++y) {
       int yi = y >> 3, yf = y & 7;
-      size_t node = column * kNodes + yi;
-      Entry& e = table->entries_[column * 256 + y];
-      for (int k = 0; k < 3; ++k)
-        e.v[k] = static_cast<int16_t>(nodes[k][node] * (8 - yf) + nodes[k][node + 1] * yf);
-      e.v[3] = 0;
+      size_t node = column * kNodes + yi, i = column * 256 + y;
+      auto along = [&](int k) {
+        return static_cast<int16_t>(nodes[k][node] * (8 - yf) + nodes[k][node + 1] * yf);
+      };
+      table->luma_[i] = along(0);
+      table->chroma_[i] = {along(1), along(2)};
     }
   return table;
 }
 
 namespace {
 
-// The four chroma corners of a chroma pair (their columns of entries) and
-// their weights (sum 64).
+// The four chroma corners of a chroma pair (the offsets of their columns of
+// entries) and their weights (sum 64).
 struct Corners {
-  const ColorTable::Entry* column[4];
+  size_t column[4];
   int weight[4];
 };
 
-inline Corners ChromaCorners(const ColorTable::Entry* entries, int cb, int cr) {
+inline Corners ChromaCorners(int cb, int cr) {
   constexpr int n = ColorTable::kNodes;
   int ci = cb >> 3, cf = cb & 7, ri = cr >> 3, rf = cr & 7;
   Corners c;
-  c.column[0] = entries + static_cast<size_t>(ci * n + ri) * 256;
-  c.column[1] = entries + static_cast<size_t>((ci + 1) * n + ri) * 256;
-  c.column[2] = entries + static_cast<size_t>(ci * n + ri + 1) * 256;
-  c.column[3] = entries + static_cast<size_t>((ci + 1) * n + ri + 1) * 256;
+  c.column[0] = static_cast<size_t>(ci * n + ri) * 256;
+  c.column[1] = static_cast<size_t>((ci + 1) * n + ri) * 256;
+  c.column[2] = static_cast<size_t>(ci * n + ri + 1) * 256;
+  c.column[3] = static_cast<size_t>((ci + 1) * n + ri + 1) * 256;
   c.weight[0] = (8 - cf) * (8 - rf);
   c.weight[1] = cf * (8 - rf);
   c.weight[2] = (8 - cf) * rf;
@@ -234,25 +236,39 @@ inline Corners ChromaCorners(const ColorTable::Entry* entries, int cb, int cr) {
   return c;
 }
 
-// Component k (0 Y', 1 Cb, 2 Cr) at luma code y.
-inline uint8_t Lookup(const Corners& c, int k, int y) {
-  int v = c.column[0][y].v[k] * c.weight[0] + c.column[1][y].v[k] * c.weight[1] +
-          c.column[2][y].v[k] * c.weight[2] + c.column[3][y].v[k] * c.weight[3];
-  return static_cast<uint8_t>(std::min((v + 1024) >> 11, 255));
+inline uint8_t Finish(int sum) { return static_cast<uint8_t>(std::min((sum + 1024) >> 11, 255)); }
+
+inline uint8_t LookupLuma(const int16_t* t, const Corners& c, int y) {
+  return Finish(t[c.column[0] + y] * c.weight[0] + t[c.column[1] + y] * c.weight[1] +
+                t[c.column[2] + y] * c.weight[2] + t[c.column[3] + y] * c.weight[3]);
+}
+
+inline void LookupChroma(const ColorTable::ChromaPair* t, const Corners& c, int y, uint8_t* cb, uint8_t* cr) {
+  int b = 0, r = 0;
+  for (int k = 0; k < 4; ++k) {
+    const ColorTable::ChromaPair& e = t[c.column[k] + y];
+    b += e.cb * c.weight[k];
+    r += e.cr * c.weight[k];
+  }
+  *cb = Finish(b);
+  *cr = Finish(r);
 }
 
 } // namespace
 
 void ColorTable::Map(int y, int cb, int cr, int* outY, int* outCb, int* outCr) const {
-  Corners c = ChromaCorners(entries_.data(), std::clamp(cb, 0, 255), std::clamp(cr, 0, 255));
+  Corners c = ChromaCorners(std::clamp(cb, 0, 255), std::clamp(cr, 0, 255));
   y = std::clamp(y, 0, 255);
-  *outY = Lookup(c, 0, y);
-  *outCb = Lookup(c, 1, y);
-  *outCr = Lookup(c, 2, y);
+  uint8_t b, r;
+  LookupChroma(chroma_.data(), c, y, &b, &r);
+  *outY = LookupLuma(luma_.data(), c, y);
+  *outCb = b;
+  *outCr = r;
 }
 
 void ColorTable::Apply(Yuv& img) const {
-  const Entry* entries = entries_.data();
+  const int16_t* luma = luma_.data();
+  const ChromaPair* chroma = chroma_.data();
   int cw = (img.w + 1) / 2, ch = (img.h + 1) / 2;
   for (int cy = 0; cy < ch; ++cy) {
     uint8_t* row0 = img.p[0] + static_cast<size_t>(2 * cy) * img.s[0];
@@ -261,16 +277,15 @@ void ColorTable::Apply(Yuv& img) const {
     uint8_t* v = img.p[2] + static_cast<size_t>(cy) * img.s[2];
     bool twoRows = row1 != row0;
     for (int cx = 0; cx < cw; ++cx) {
-      Corners c = ChromaCorners(entries, u[cx], v[cx]);
+      Corners c = ChromaCorners(u[cx], v[cx]);
       int x0 = 2 * cx, x1 = std::min(x0 + 1, img.w - 1);
       int mean = (row0[x0] + row0[x1] + row1[x0] + row1[x1] + 2) >> 2;
-      u[cx] = Lookup(c, 1, mean);
-      v[cx] = Lookup(c, 2, mean);
-      row0[x0] = Lookup(c, 0, row0[x0]);
-      if (x1 != x0) row0[x1] = Lookup(c, 0, row0[x1]);
+      LookupChroma(chroma, c, mean, &u[cx], &v[cx]);
+      row0[x0] = LookupLuma(luma, c, row0[x0]);
+      if (x1 != x0) row0[x1] = LookupLuma(luma, c, row0[x1]);
       if (twoRows) {
-        row1[x0] = Lookup(c, 0, row1[x0]);
-        if (x1 != x0) row1[x1] = Lookup(c, 0, row1[x1]);
+        row1[x0] = LookupLuma(luma, c, row1[x0]);
+        if (x1 != x0) row1[x1] = LookupLuma(luma, c, row1[x1]);
       }
     }
   }

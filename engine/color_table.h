@@ -67,15 +67,16 @@ public:
   /// One colour through the table (for tests and single samples).
   void Map(int y, int cb, int cr, int* outY, int* outCb, int* outCr) const;
 
-  /// Y', Cb, Cr out (times 32: node values times 4, times the luma weight
-  /// 8) at one luma code of one chroma node.
-  struct Entry {
-    int16_t v[4];
+  struct ChromaPair {
+    int16_t cb, cr;
   };
 
 private:
-  // Index ((cb node * kNodes) + cr node) * 256 + luma code.
-  std::vector<Entry> entries_;
+  // Output values times 32 (node values times 4, times the luma weight 8)
+  // at index ((cb node * kNodes) + cr node) * 256 + luma code: Y' apart from
+  // Cb and Cr, so that the luma codes of a block share cache lines.
+  std::vector<int16_t> luma_;
+  std::vector<ChromaPair> chroma_;
 };
 
 } // namespace orma

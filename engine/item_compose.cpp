@@ -1,8 +1,11 @@
 #include "engine/item_compose.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <vector>
+
+#include "engine/vector_clones.h"
 
 namespace orma {
 
@@ -180,97 +183,158 @@ inline int Finish(const uint16_t* mixed, const Tap& t) {
   return (mixed[t.i0] * (256 - t.f) + mixed[t.i1] * t.f + 32768) >> 16;
 }
 
+// Item rows resampled to the canvas columns (exact sums, as MixRows), kept
+// for the next canvas row: when an item is enlarged, each item row is
+// between two canvas rows.
+class ResampledRows {
+public:
+  ResampledRows(const uint8_t* plane, int stride, const int32_t* i0, const int32_t* i1, const int32_t* f,
+                int width)
+      : plane_(plane), stride_(stride), i0_(i0), i1_(i1), f_(f), width_(width) {
+    for (Slot& s : slots_) {
+      s.row = -1;
+      s.values.resize(width);
+    }
+  }
+  /// Rows `a` and `b` resampled; both pointers stay valid until the next call.
+  void Pair(int a, int b, const uint16_t** ra, const uint16_t** rb) {
+    Slot* sa = Find(a);
+    Slot* sb = Find(b);
+    if (!sa) sa = Fill(a, sb);
+    if (!sb) sb = Fill(b, sa);
+    *ra = sa->values.data();
+    *rb = sb->values.data();
+  }
+
+private:
+  struct Slot {
+    int row;
+    std::vector<uint16_t> values;
+  };
+  Slot* Find(int row) {
+    for (Slot& s : slots_)
+      if (s.row == row) return &s;
+    return nullptr;
+  }
+  Slot* Fill(int row, const Slot* keep) {
+    // The other slot than the one kept, else the one farther from `row`
+    // (the canvas rows walk through the item in one direction).
+    auto distance = [row](const Slot& s) { return s.row < 0 ? INT_MAX : std::abs(s.row - row); };
+    Slot& s = keep == &slots_[0]                           ? slots_[1]
+              : keep == &slots_[1]                         ? slots_[0]
+              : distance(slots_[0]) >= distance(slots_[1]) ? slots_[0]
+                                                           : slots_[1];
+    s.row = row;
+    const uint8_t* src = plane_ + static_cast<size_t>(row) * stride_;
+    uint16_t* out = s.values.data();
+    for (int i = 0; i < width_; ++i)
+      out[i] = static_cast<uint16_t>(src[i0_[i]] * (256 - f_[i]) + src[i1_[i]] * f_[i]);
+    return &s;
+  }
+  const uint8_t* plane_;
+  int stride_;
+  const int32_t *i0_, *i1_, *f_;
+  int width_;
+  Slot slots_[2];
+};
+
 // An item that is only scaled and moved (no rotation), laid over normally:
 // the sampling positions along each axis are worked out once per column and
-// once per row, and the bilinear samples are taken in two separable steps.
-void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const Job& job) {
+// once per row, the bilinear samples are taken in two separable steps, and
+// every loop over a row is straight arithmetic.
+ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const Job& job) {
   const int x0 = job.x0, x1 = job.x1, y0 = job.y0, y1 = job.y1, op = job.op;
   const Inverse& inv = job.inv;
   const float* vis = job.vis;
   const int width = x1 - x0, blocks = (width + 1) / 2;
   const int cw = Half(item.w), ch = Half(item.h);
-  thread_local std::vector<Tap> lumaTaps, chromaTaps;
-  thread_local std::vector<uint16_t> mixed[4];
-  thread_local std::vector<int> weight[2], luma[2];
-  lumaTaps.resize(width);
-  chromaTaps.resize(blocks);
+  const bool alpha = item.p[3] != nullptr;
+  thread_local std::vector<int32_t> columns[4]; // first and second sample, weight, edge coverage
+  thread_local std::vector<Tap> chromaTaps;
+  thread_local std::vector<uint16_t> mixed[2];
+  thread_local std::vector<int32_t> weight[2], luma[2];
+  for (auto& c : columns)
+    c.resize(width);
   for (int x = x0; x < x1; ++x) {
     float cx = x + 0.5f;
-    lumaTaps[x - x0] = MakeTap(inv.a * cx + inv.tx - 0.5f, item.w, vis[0], vis[2], job.kx);
+    Tap t = MakeTap(inv.a * cx + inv.tx - 0.5f, item.w, vis[0], vis[2], job.kx);
+    columns[0][x - x0] = t.i0;
+    columns[1][x - x0] = t.i1;
+    columns[2][x - x0] = t.f;
+    columns[3][x - x0] = t.edge;
   }
+  chromaTaps.resize(blocks);
+  int clo = cw, chi = 0;
   for (int b = 0; b < blocks; ++b) {
     float cx = x0 + 2 * b + 1.0f;
-    chromaTaps[b] = MakeTap((inv.a * cx + inv.tx) * 0.5f - 0.5f, cw, 0, 0, 0);
-  }
-  // Item columns each plane reads.
-  int lo = item.w, hi = 0, clo = cw, chi = 0;
-  for (const Tap& t : lumaTaps) {
-    lo = std::min({lo, t.i0, t.i1});
-    hi = std::max({hi, t.i0, t.i1});
-  }
-  for (const Tap& t : chromaTaps) {
+    Tap& t = chromaTaps[b];
+    t = MakeTap((inv.a * cx + inv.tx) * 0.5f - 0.5f, cw, 0, 0, 0);
     clo = std::min({clo, t.i0, t.i1});
     chi = std::max({chi, t.i0, t.i1});
   }
-  for (int k = 0; k < 4; ++k)
-    mixed[k].resize(k == 1 || k == 2 ? cw : item.w);
-  for (int r = 0; r < 2; ++r) {
-    weight[r].resize(width);
-    luma[r].resize(width);
+  for (int k = 0; k < 2; ++k) {
+    mixed[k].resize(cw);
+    weight[k].resize(width);
+    luma[k].resize(width);
   }
-  const bool alpha = item.p[3] != nullptr;
+  ResampledRows lumaRows(item.p[0], item.s[0], columns[0].data(), columns[1].data(), columns[2].data(),
+                         width);
+  ResampledRows alphaRows(item.p[3], item.s[3], columns[0].data(), columns[1].data(), columns[2].data(),
+                          width);
+  const int32_t* edgeX = columns[3].data();
   for (int y = y0; y < y1; y += 2) {
-    int rows = std::min(2, y1 - y);
+    const int rows = std::min(2, y1 - y);
     bool any = false;
     for (int r = 0; r < rows; ++r) {
       float cy = y + r + 0.5f;
       Tap ty = MakeTap(inv.d * cy + inv.ty - 0.5f, item.h, vis[1], vis[3], job.ky);
-      int* w = weight[r].data();
-      int* l = luma[r].data();
+      int32_t* w = weight[r].data();
+      int32_t* l = luma[r].data();
       if (ty.edge == 0) {
         std::fill(w, w + width, 0);
         continue;
       }
-      MixRows(item.p[0] + static_cast<size_t>(ty.i0) * item.s[0],
-              item.p[0] + static_cast<size_t>(ty.i1) * item.s[0], ty.f, lo, hi, mixed[0].data());
-      if (alpha)
-        MixRows(item.p[3] + static_cast<size_t>(ty.i0) * item.s[3],
-                item.p[3] + static_cast<size_t>(ty.i1) * item.s[3], ty.f, lo, hi, mixed[3].data());
-      const uint16_t* ml = mixed[0].data();
-      const uint16_t* ma = mixed[3].data();
+      any = true;
+      const int fy = ty.f, gy = 256 - fy, edgeY = ty.edge;
+      const uint16_t *l0, *l1;
+      lumaRows.Pair(ty.i0, ty.i1, &l0, &l1);
       for (int i = 0; i < width; ++i) {
-        const Tap& tx = lumaTaps[i];
-        int cov = std::min(tx.edge, ty.edge);
-        if (alpha && cov) cov = (Finish(ma, tx) * cov + 127) / 255;
-        w[i] = (cov * op + 128) >> 8;
-        l[i] = cov ? Finish(ml, tx) : 0;
-        any |= w[i] != 0;
+        l[i] = (l0[i] * gy + l1[i] * fy + 32768) >> 16;
+        w[i] = std::min(edgeX[i], edgeY);
       }
+      if (alpha) {
+        const uint16_t *a0, *a1;
+        alphaRows.Pair(ty.i0, ty.i1, &a0, &a1);
+        for (int i = 0; i < width; ++i) {
+          // (a * coverage + 127) / 255, without a division.
+          int v = ((a0[i] * gy + a1[i] * fy + 32768) >> 16) * w[i] + 127;
+          w[i] = (v + 1 + (v >> 8)) >> 8;
+        }
+      }
+      for (int i = 0; i < width; ++i)
+        w[i] = (w[i] * op + 128) >> 8;
+      // A pixel of weight 0 keeps its code, so every pixel can be mixed.
+      uint8_t* d = canvas.p[0] + static_cast<size_t>(y + r) * canvas.s[0] + x0;
+      for (int i = 0; i < width; ++i)
+        d[i] = static_cast<uint8_t>(d[i] + (((l[i] - d[i]) * w[i] + 128) >> 8));
     }
     if (!any) continue;
     float cy = y + 1.0f;
     Tap tc = MakeTap((inv.d * cy + inv.ty) * 0.5f - 0.5f, ch, 0, 0, 0);
-    for (int k = 1; k <= 2; ++k)
-      MixRows(item.p[k] + static_cast<size_t>(tc.i0) * item.s[k],
-              item.p[k] + static_cast<size_t>(tc.i1) * item.s[k], tc.f, clo, chi, mixed[k].data());
+    for (int k = 0; k < 2; ++k)
+      MixRows(item.p[k + 1] + static_cast<size_t>(tc.i0) * item.s[k + 1],
+              item.p[k + 1] + static_cast<size_t>(tc.i1) * item.s[k + 1], tc.f, clo, chi, mixed[k].data());
     uint8_t* du = canvas.p[1] + static_cast<size_t>(y / 2) * canvas.s[1] + x0 / 2;
     uint8_t* dv = canvas.p[2] + static_cast<size_t>(y / 2) * canvas.s[2] + x0 / 2;
+    const int32_t* w0 = weight[0].data();
+    const int32_t* w1 = weight[1].data();
     for (int b = 0; b < blocks; ++b) {
       int i = 2 * b, cols = std::min(2, width - i);
-      int sum = 0;
-      for (int r = 0; r < rows; ++r)
-        for (int c = 0; c < cols; ++c)
-          sum += weight[r][i + c];
+      int sum = w0[i] + (cols == 2 ? w0[i + 1] : 0);
+      if (rows == 2) sum += w1[i] + (cols == 2 ? w1[i + 1] : 0);
       if (sum == 0) continue;
-      for (int r = 0; r < rows; ++r) {
-        uint8_t* d = canvas.p[0] + static_cast<size_t>(y + r) * canvas.s[0] + x0 + i;
-        for (int c = 0; c < cols; ++c) {
-          int w = weight[r][i + c];
-          d[c] = static_cast<uint8_t>(d[c] + (((luma[r][i + c] - d[c]) * w + 128) >> 8));
-        }
-      }
       int n = rows * cols, cwgt = (sum + n / 2) / n;
-      int su = Finish(mixed[1].data(), chromaTaps[b]), sv = Finish(mixed[2].data(), chromaTaps[b]);
+      int su = Finish(mixed[0].data(), chromaTaps[b]), sv = Finish(mixed[1].data(), chromaTaps[b]);
       du[b] = static_cast<uint8_t>(du[b] + (((su - du[b]) * cwgt + 128) >> 8));
       dv[b] = static_cast<uint8_t>(dv[b] + (((sv - dv[b]) * cwgt + 128) >> 8));
     }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "engine/color_table.h"
+#include "engine/vector_clones.h"
 
 namespace orma {
 
@@ -148,7 +149,7 @@ void ApplyBlur(Yuv& img, const BlurSettings& blur) {
   }
 }
 
-void Sharpen(Yuv& img, float amount) {
+ORMA_VECTOR_CLONES void Sharpen(Yuv& img, float amount) {
   amount = std::clamp(amount, -1.0f, 1.0f);
   if (amount == 0.0f || img.w < 3 || img.h < 3) return;
   const int w = img.w, h = img.h;
@@ -185,7 +186,7 @@ void Sharpen(Yuv& img, float amount) {
   }
 }
 
-void Vignette(Yuv& img, float strength) {
+ORMA_VECTOR_CLONES void Vignette(Yuv& img, float strength) {
   strength = std::clamp(strength, 0.0f, 1.0f);
   if (strength <= 0.0f) return;
   // The gain map depends only on the size and the strength: kept per thread.
@@ -231,7 +232,7 @@ void Vignette(Yuv& img, float strength) {
     }
 }
 
-void AddGrain(Yuv& img, float amount, uint32_t seed) {
+ORMA_VECTOR_CLONES void AddGrain(Yuv& img, float amount, uint32_t seed) {
   amount = std::clamp(amount, 0.0f, 1.0f);
   if (amount <= 0.0f) return;
   int k = static_cast<int>(std::lround(amount * 30.0f * 256.0f / 128.0f));
@@ -370,7 +371,7 @@ void SmoothSkin(Yuv& img, float amount) {
   }
 }
 
-void MultiplyAlpha(Yuv& img, const uint8_t* matte, int stride) {
+ORMA_VECTOR_CLONES void MultiplyAlpha(Yuv& img, const uint8_t* matte, int stride) {
   if (!img.p[3]) return;
   for (int y = 0; y < img.h; ++y) {
     uint8_t* a = img.p[3] + static_cast<size_t>(y) * img.s[3];
