@@ -32,13 +32,17 @@ private:
   SceneRenderer* scene_;
 };
 
+// The transition's effect (a wipe or luma map holds a byte per pixel) is
+// made on the segment's first frame and let go once the rendering has
+// passed it, so that memory does not grow with the number of transitions.
 class TransitionSegment : public Segment {
 public:
-  TransitionSegment(SceneRenderer* a, SceneRenderer* b, std::unique_ptr<TransitionEffect> effect)
-      : a_(a), b_(b), effect_(std::move(effect)) {}
+  TransitionSegment(SceneRenderer* a, SceneRenderer* b, const TransitionStyle& style, RenderContext& ctx)
+      : a_(a), b_(b), style_(style), ctx_(ctx) {}
 
   struct Job {
     SceneRenderer::FramePtr a, b;
+    std::shared_ptr<const TransitionEffect> effect;
     float p, p0, p1;
   };
 
@@ -46,6 +50,15 @@ public:
     auto job = std::make_shared<Job>();
     job->a = a_->Fetch(f - a_->startFrame, true);
     job->b = b_->Fetch(f - b_->startFrame, true);
+    if (!effect_ && !failed_) {
+      std::string why;
+      effect_ = MakeTransition(style_, ctx_, &why);
+      if (!effect_) {
+        failed_ = true;
+        ctx_.Fail("transition " + style_.source + ": " + why);
+      }
+    }
+    job->effect = effect_;
     double n = static_cast<double>(end - start);
     job->p = static_cast<float>((f - start + 0.5) / n);
     job->p0 = static_cast<float>((f - start) / n);
@@ -53,13 +66,19 @@ public:
     return job;
   }
 
+  void Release() { effect_.reset(); }
+
   void Render(const std::shared_ptr<void>& job, Yuv& canvas) const override {
     const Job& j = *std::static_pointer_cast<Job>(job);
+    if (!j.effect) {
+      a_->Composite(*j.a, canvas);
+      return;
+    }
     Picture& a = ScratchPicture(10, canvas.w, canvas.h, false);
     Picture& b = ScratchPicture(11, canvas.w, canvas.h, false);
     a_->Composite(*j.a, a.view());
     b_->Composite(*j.b, b.view());
-    effect_->Render(canvas, a.view(), b.view(), j.p);
+    j.effect->Render(canvas, a.view(), b.view(), j.p);
   }
 
   // The sound crosses over linearly across the transition.
@@ -72,7 +91,10 @@ public:
 private:
   SceneRenderer* a_;
   SceneRenderer* b_;
-  std::unique_ptr<TransitionEffect> effect_;
+  TransitionStyle style_;
+  RenderContext& ctx_;
+  std::shared_ptr<const TransitionEffect> effect_;
+  bool failed_ = false;
 };
 
 class GapSegment : public Segment {
@@ -122,7 +144,7 @@ public:
     // Transitions: half of the length on each side of the cut, limited by
     // what the scenes can give (the next scene keeps at least half of itself
     // for its own next cut).
-    std::vector<std::unique_ptr<TransitionEffect>> effects(placed.size());
+    std::vector<bool> effects(placed.size(), false);
     for (size_t i = 0; i + 1 < placed.size(); ++i) {
       Scene* s = placed[i].scene;
       if (!s->transition || s->transitionUs <= 0) continue;
@@ -137,11 +159,11 @@ public:
       half = std::min({half, lengthA, lengthB / 2});
       if (half < 1) continue;
       std::string why;
-      effects[i] = MakeTransition(*s->transition, ctx, &why);
-      if (!effects[i]) {
+      if (!TransitionAvailable(*s->transition, &why)) {
         *error = "transition " + s->transition->source + ": " + why;
         return false;
       }
+      effects[i] = true;
       placed[i].after = half;
       placed[i + 1].before = half;
     }
@@ -174,10 +196,13 @@ public:
       }
       position = bodyEnd;
       if (effects[i]) {
-        auto cut = std::make_unique<TransitionSegment>(renderers[i], renderers[i + 1], std::move(effects[i]));
+        auto cut =
+            std::make_unique<TransitionSegment>(renderers[i], renderers[i + 1], *p.scene->transition, ctx);
         cut->start = p.end - p.after;
         cut->end = p.end + p.after;
         position = cut->end;
+        TransitionSegment* held = cut.get();
+        tl.ReleaseAfter(cut->end - 1, [held] { held->Release(); });
         if (!tl.Append(0, std::move(cut))) return Fail(error);
       }
     }

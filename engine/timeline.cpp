@@ -223,6 +223,7 @@ Timeline::~Timeline() {
   if (tractor_) mlt_tractor_close(tractor_);
   for (mlt_playlist p : tracks_)
     mlt_playlist_close(p);
+  held_.clear();
   renderers_.clear();
   segments_.clear();
 }
@@ -309,20 +310,25 @@ bool Timeline::AppendClip(int track, std::unique_ptr<Segment> segment) {
 
 SceneRenderer* Timeline::Own(std::unique_ptr<SceneRenderer> renderer, int64_t lastFrame) {
   SceneRenderer* r = renderer.get();
-  renderers_.push_back({std::move(renderer), lastFrame, false});
+  renderers_.push_back(std::move(renderer));
+  ReleaseAfter(lastFrame, [r] { r->Release(); });
   return r;
+}
+
+void Timeline::ReleaseAfter(int64_t lastFrame, std::function<void()> release) {
+  held_.push_back({std::move(release), lastFrame, false});
 }
 
 void Timeline::Retire(int64_t frame) {
   std::lock_guard<std::mutex> lock(retireMutex_);
-  // Renderers whose last frame lies behind release their decoders and
-  // pictures; frames still in flight keep what they use alive.
-  for (auto& owned : renderers_) {
-    if (!owned.released && owned.lastFrame < frame) {
-      owned.renderer->Release();
-      owned.released = true;
-    } else if (owned.released && owned.lastFrame >= frame) {
-      owned.released = false; // a seek back: it may be opened again
+  // What belongs to frames that lie behind is released (decoders, pictures,
+  // transition maps); frames still in flight keep what they use alive.
+  for (auto& held : held_) {
+    if (!held.released && held.lastFrame < frame) {
+      held.release();
+      held.released = true;
+    } else if (held.released && held.lastFrame >= frame) {
+      held.released = false; // a seek back: it may be taken again
     }
   }
 }
@@ -357,8 +363,8 @@ bool Timeline::Build(std::string* error) {
   for (auto& b : builders)
     if (b && !b->Finish(*this, error)) return false;
   if (!PlaceStacked(error) || !FinishStack(error)) return false;
-  std::sort(renderers_.begin(), renderers_.end(),
-            [](const Owned& a, const Owned& b) { return a.lastFrame < b.lastFrame; });
+  std::sort(held_.begin(), held_.end(),
+            [](const Held& a, const Held& b) { return a.lastFrame < b.lastFrame; });
   return true;
 }
 

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -88,6 +89,10 @@ public:
   /// Keeps a renderer alive for the export; it is released once the
   /// rendering passes `lastFrame`.
   SceneRenderer* Own(std::unique_ptr<SceneRenderer> renderer, int64_t lastFrame);
+  /// Calls `release` once the rendering passes `lastFrame`, so that what a
+  /// segment holds for its own frames does not stay for the whole export
+  /// (the segment must be able to take it again after a seek back).
+  void ReleaseAfter(int64_t lastFrame, std::function<void()> release);
   /// Called from the clips' get_frame: releases what is no longer needed.
   void Retire(int64_t frame);
 
@@ -113,12 +118,13 @@ private:
   std::vector<mlt_playlist> tracks_;
   std::vector<int64_t> trackEnds_;
   std::vector<std::unique_ptr<Segment>> segments_;
-  struct Owned {
-    std::unique_ptr<SceneRenderer> renderer;
+  std::vector<std::unique_ptr<SceneRenderer>> renderers_;
+  struct Held {
+    std::function<void()> release;
     int64_t lastFrame;
     bool released;
   };
-  std::vector<Owned> renderers_;
+  std::vector<Held> held_;
   std::mutex retireMutex_;
   int64_t length_ = 0;
 };

@@ -141,6 +141,20 @@ std::unique_ptr<TransitionEffect> MakeTransition(const TransitionStyle& style, R
   return kind->make(style, ctx, error);
 }
 
+bool TransitionAvailable(const TransitionStyle& style, std::string* error) {
+  if (!FindKind(style.kind)) {
+    *error = "unknown transition " + style.kind;
+    return false;
+  }
+  if (style.kind != "luma") return true;
+  MediaProbe probe = ProbeMedia(style.lumaPath.c_str(), false);
+  if (!probe.ok || !probe.still) {
+    *error = probe.ok ? style.lumaPath + ": a luma map must be a still picture" : probe.error;
+    return false;
+  }
+  return true;
+}
+
 MaskTransition::MaskTransition(std::vector<uint8_t> order, int width, int height, float softness)
     : order_(std::move(order)), width_(width), height_(height), softness_(std::clamp(softness, 0.0f, 1.0f)) {}
 

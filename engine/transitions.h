@@ -33,6 +33,10 @@ bool LoadTransitionStyle(const char* path, TransitionStyle* style, std::string* 
 std::unique_ptr<TransitionEffect> MakeTransition(const TransitionStyle& style, RenderContext& ctx,
                                                  std::string* error);
 
+/// Whether MakeTransition can still make the transition (its kind is known
+/// and a luma picture still reads as one), without making it.
+bool TransitionAvailable(const TransitionStyle& style, std::string* error);
+
 /// Names of the built-in transitions.
 std::vector<std::string> TransitionNames();
 

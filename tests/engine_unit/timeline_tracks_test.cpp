@@ -78,3 +78,17 @@ TEST_F(TimelineTracks, TheVideoLastsToTheEndOfItsLatestElement) {
 }
 
 } // namespace
+
+TEST_F(TimelineTracks, WhatASegmentHoldsIsReleasedOnceTheRenderingPassesItAndOnlyOnce) {
+  int released = 0;
+  timeline->ReleaseAfter(9, [&released] { ++released; });
+  timeline->Retire(0);
+  timeline->Retire(9);
+  EXPECT_EQ(released, 0); // its last frame is still to come
+  timeline->Retire(10);
+  timeline->Retire(11);
+  EXPECT_EQ(released, 1);
+  timeline->Retire(5); // a seek back: it is taken again, and let go again
+  timeline->Retire(12);
+  EXPECT_EQ(released, 2);
+}
