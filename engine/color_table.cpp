@@ -266,7 +266,7 @@ void ColorTable::Map(int y, int cb, int cr, int* outY, int* outCb, int* outCr) c
   *outCr = r;
 }
 
-void ColorTable::Apply(Yuv& img) const {
+void ColorTable::Apply(Yuv& img, const RowSpans* spans) const {
   const int16_t* luma = luma_.data();
   const ChromaPair* chroma = chroma_.data();
   int cw = (img.w + 1) / 2, ch = (img.h + 1) / 2;
@@ -276,7 +276,8 @@ void ColorTable::Apply(Yuv& img) const {
     uint8_t* u = img.p[1] + static_cast<size_t>(cy) * img.s[1];
     uint8_t* v = img.p[2] + static_cast<size_t>(cy) * img.s[2];
     bool twoRows = row1 != row0;
-    for (int cx = 0; cx < cw; ++cx) {
+    int from = spans ? spans->lo[cy] / 2 : 0, to = spans ? (spans->hi[cy] + 1) / 2 : cw;
+    for (int cx = from; cx < to; ++cx) {
       Corners c = ChromaCorners(u[cx], v[cx]);
       int x0 = 2 * cx, x1 = std::min(x0 + 1, img.w - 1);
       int mean = (row0[x0] + row0[x1] + row1[x0] + row1[x1] + 2) >> 2;

@@ -62,8 +62,9 @@ public:
   /// be the identity (nothing to do).
   static std::shared_ptr<const ColorTable> Build(const ColorLevels& levels, const Lut3D* lut,
                                                  float lutIntensity, int matrix);
-  /// Applies the table to the colour planes of `img` in place.
-  void Apply(Yuv& img) const;
+  /// Applies the table to the colour planes of `img` in place (only within
+  /// `spans` when given).
+  void Apply(Yuv& img, const RowSpans* spans = nullptr) const;
   /// One colour through the table (for tests and single samples).
   void Map(int y, int cb, int cr, int* outY, int* outCb, int* outCr) const;
 

@@ -442,4 +442,38 @@ void GaussianBlur(Yuv& img, float sigma) {
   BlurPlane(img.p[2], img.s[2], Half(img.w), Half(img.h), sigma / 2);
 }
 
+RowSpans SpansOfCoverage(const uint8_t* coverage, const uint8_t* extra, int stride, int w, int h,
+                         int margin) {
+  const int rows = (h + 1) / 2;
+  // First and last non-zero column of each picture row (w, -1: none).
+  std::vector<int> first(h, w), last(h, -1);
+  for (int y = 0; y < h; ++y)
+    for (const uint8_t* plane : {coverage, extra}) {
+      if (!plane) continue;
+      const uint8_t* row = plane + static_cast<size_t>(y) * stride;
+      int x = 0;
+      while (x < first[y] && row[x] == 0)
+        ++x;
+      first[y] = std::min(first[y], x);
+      int z = w - 1;
+      while (z > last[y] && row[z] == 0)
+        --z;
+      last[y] = std::max(last[y], z);
+    }
+  RowSpans spans;
+  spans.lo.assign(rows, 0);
+  spans.hi.assign(rows, 0);
+  for (int r = 0; r < rows; ++r) {
+    int lo = w, hi = -1;
+    for (int y = std::max(0, 2 * r - margin); y <= std::min(h - 1, 2 * r + 1 + margin); ++y) {
+      lo = std::min(lo, first[y]);
+      hi = std::max(hi, last[y]);
+    }
+    if (hi < lo) continue;
+    spans.lo[r] = std::max(0, lo - margin) & ~1;
+    spans.hi[r] = std::min(w, (hi + margin + 2) & ~1);
+  }
+  return spans;
+}
+
 } // namespace orma

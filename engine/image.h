@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace orma {
 
@@ -24,6 +25,18 @@ struct Yuv {
   int h = 0;
   bool HasAlpha() const { return p[3] != nullptr; }
 };
+
+/// The columns of a picture that a step has to process, per block row (two
+/// picture rows, as 4:2:0 chroma pairs them): [lo, hi), both even. A null
+/// pointer where a step takes one means the whole picture.
+struct RowSpans {
+  std::vector<int> lo, hi;
+};
+
+/// Spans covering, in every block row, each pixel that lies within `margin`
+/// pixels (horizontally and vertically) of a non-zero coverage value of
+/// `coverage` (w x h, `stride`), or of `extra` when it is not null.
+RowSpans SpansOfCoverage(const uint8_t* coverage, const uint8_t* extra, int stride, int w, int h, int margin);
 
 /// A picture that owns its memory.
 class Picture {

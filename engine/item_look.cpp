@@ -286,13 +286,21 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
   if (f.faces) WarpFaces(view, *f.faces, faceLevels_);
 
   if (chroma_) ChromaKey(view, chromaKey_, matrix);
-  if (auto table = TableFor(f.color)) table->Apply(view);
+  // With one mask that does not move, and only point-wise steps and the
+  // sharpening before it, the steps skip what the mask will hide. The
+  // margin keeps every pixel that the sharpening or the placement's
+  // bilinear samples (of luma, and of chroma at half resolution) can reach.
+  std::shared_ptr<const RowSpans> spans;
+  if (masks_.size() == 1 && !matte_ && effects_.empty() && beautyBlur_ == 0 && !f.blur.Active() &&
+      f.pose.blur <= 0 && !f.faces)
+    spans = masks_[0]->VisibleSpans(view.w, view.h, 8);
+  if (auto table = TableFor(f.color)) table->Apply(view, spans.get());
   if (beautyBlur_ > 0) SmoothSkin(view, beautyBlur_ / 100.0f);
-  if (f.sharpness != 0) Sharpen(view, f.sharpness / 100.0f);
+  if (f.sharpness != 0) Sharpen(view, f.sharpness / 100.0f, spans.get());
   if (f.blur.Active()) ApplyBlur(view, f.blur);
   if (f.pose.blur > 0) BlurAll(view, f.pose.blur * 0.05f * std::min(view.w, view.h));
-  if (f.vignette > 0) Vignette(view, f.vignette / 100.0f);
-  if (f.graininess > 0) AddGrain(view, f.graininess / 100.0f, static_cast<uint32_t>(f.frame));
+  if (f.vignette > 0) Vignette(view, f.vignette / 100.0f, spans.get());
+  if (f.graininess > 0) AddGrain(view, f.graininess / 100.0f, static_cast<uint32_t>(f.frame), spans.get());
   for (const PlacedEffect& e : effects_)
     if (f.us >= e.startUs && f.us < e.startUs + e.durationUs) {
       EffectClock clock;

@@ -294,19 +294,35 @@ OrmaMaskShapeBlock MaskLayer::ShapeAt(int64_t us) const {
   return EffectiveShape(config_, frames_.empty() ? shape_ : orma::ShapeAt(frames_, us));
 }
 
+std::shared_ptr<const MaskRaster> MaskLayer::StillRaster(int w, int h) const {
+  std::lock_guard<std::mutex> lock(cacheMutex_);
+  if (!cache_.raster || cache_.raster->width != w || cache_.raster->height != h) {
+    auto fresh = std::make_shared<MaskRaster>();
+    RenderMask(config_, ShapeAt(0), w, h, fresh.get());
+    cache_ = Cache();
+    cache_.raster = fresh;
+  }
+  return cache_.raster;
+}
+
+std::shared_ptr<const RowSpans> MaskLayer::VisibleSpans(int w, int h, int margin) const {
+  if (Animated()) return nullptr;
+  std::shared_ptr<const MaskRaster> raster = StillRaster(w, h);
+  std::lock_guard<std::mutex> lock(cacheMutex_);
+  if (cache_.raster == raster && cache_.spansMargin == margin && cache_.spans) return cache_.spans;
+  auto spans = std::make_shared<RowSpans>(
+      SpansOfCoverage(raster->alpha.data(), raster->edge.empty() ? nullptr : raster->edge.data(),
+                      raster->width, raster->width, raster->height, margin));
+  if (cache_.raster == raster) {
+    cache_.spans = spans;
+    cache_.spansMargin = margin;
+  }
+  return spans;
+}
+
 void MaskLayer::Apply(Yuv& img, const OrmaMaskShapeBlock& shape, int matrix) const {
   if (!Animated()) {
-    std::shared_ptr<const MaskRaster> raster;
-    {
-      std::lock_guard<std::mutex> lock(cacheMutex_);
-      if (!cache_ || cache_->width != img.w || cache_->height != img.h) {
-        auto fresh = std::make_shared<MaskRaster>();
-        RenderMask(config_, shape, img.w, img.h, fresh.get());
-        cache_ = fresh;
-      }
-      raster = cache_;
-    }
-    ApplyMask(img, *raster, matrix);
+    ApplyMask(img, *StillRaster(img.w, img.h), matrix);
     return;
   }
   thread_local MaskRaster raster;

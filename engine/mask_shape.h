@@ -69,13 +69,24 @@ public:
   /// Parallel: the item's mask for this shape applied to `img` (a mask that
   /// does not move is rendered once).
   void Apply(Yuv& img, const OrmaMaskShapeBlock& shape, int matrix) const;
+  /// For a mask that does not move: the parts of a w x h item that can
+  /// still show once the mask is applied, widened by `margin` pixels (null
+  /// for a moving mask).
+  std::shared_ptr<const RowSpans> VisibleSpans(int w, int h, int margin) const;
 
 private:
+  struct Cache {
+    std::shared_ptr<const MaskRaster> raster;
+    std::shared_ptr<const RowSpans> spans;
+    int spansMargin = -1;
+  };
+  std::shared_ptr<const MaskRaster> StillRaster(int w, int h) const;
+
   MaskConfig config_;
   OrmaMaskShapeBlock shape_{};
   std::vector<OrmaMaskKeyFrameBlock> frames_;
   mutable std::mutex cacheMutex_;
-  mutable std::shared_ptr<const MaskRaster> cache_;
+  mutable Cache cache_;
 };
 
 /// A mask video or picture, read as a luma matte.

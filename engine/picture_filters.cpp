@@ -149,7 +149,7 @@ void ApplyBlur(Yuv& img, const BlurSettings& blur) {
   }
 }
 
-ORMA_VECTOR_CLONES void Sharpen(Yuv& img, float amount) {
+ORMA_VECTOR_CLONES void Sharpen(Yuv& img, float amount, const RowSpans* spans) {
   amount = std::clamp(amount, -1.0f, 1.0f);
   if (amount == 0.0f || img.w < 3 || img.h < 3) return;
   const int w = img.w, h = img.h;
@@ -168,25 +168,28 @@ ORMA_VECTOR_CLONES void Sharpen(Yuv& img, float amount) {
   for (int y = 0; y < h; ++y) {
     uint8_t* out = img.p[0] + static_cast<size_t>(y) * img.s[0];
     const uint8_t* below = y + 1 < h ? out + img.s[0] : current;
-    uint16_t* col = columns.data();
-    for (int x = 0; x < w; ++x)
-      col[x] = static_cast<uint16_t>(above[x] + current[x] + below[x]);
-    auto sharpen = [&](int x, int sum) {
-      int mean = (sum * 7282 + 32768) >> 16; // / 9
-      int v = current[x];
-      int diff = sign * (v - mean);
-      out[x] = static_cast<uint8_t>(std::clamp(v + ((diff * strength + 128) >> 8), 0, 255));
-    };
-    sharpen(0, 2 * col[0] + col[1]);
-    for (int x = 1; x < w - 1; ++x)
-      sharpen(x, col[x - 1] + col[x] + col[x + 1]);
-    sharpen(w - 1, col[w - 2] + 2 * col[w - 1]);
+    const int lo = spans ? std::min(spans->lo[y / 2], w) : 0, hi = spans ? std::min(spans->hi[y / 2], w) : w;
+    if (lo < hi) {
+      uint16_t* col = columns.data();
+      for (int x = std::max(lo - 1, 0); x < std::min(hi + 1, w); ++x)
+        col[x] = static_cast<uint16_t>(above[x] + current[x] + below[x]);
+      auto sharpen = [&](int x, int sum) {
+        int mean = (sum * 7282 + 32768) >> 16; // / 9
+        int v = current[x];
+        int diff = sign * (v - mean);
+        out[x] = static_cast<uint8_t>(std::clamp(v + ((diff * strength + 128) >> 8), 0, 255));
+      };
+      if (lo == 0) sharpen(0, 2 * col[0] + col[1]);
+      for (int x = std::max(lo, 1); x < std::min(hi, w - 1); ++x)
+        sharpen(x, col[x - 1] + col[x] + col[x + 1]);
+      if (hi == w) sharpen(w - 1, col[w - 2] + 2 * col[w - 1]);
+    }
     std::swap(above, current);
     if (y + 1 < h) std::memcpy(current, below, w);
   }
 }
 
-ORMA_VECTOR_CLONES void Vignette(Yuv& img, float strength) {
+ORMA_VECTOR_CLONES void Vignette(Yuv& img, float strength, const RowSpans* spans) {
   strength = std::clamp(strength, 0.0f, 1.0f);
   if (strength <= 0.0f) return;
   // The gain map depends only on the size and the strength: kept per thread.
@@ -220,20 +223,22 @@ ORMA_VECTOR_CLONES void Vignette(Yuv& img, float strength) {
   for (int y = 0; y < h; ++y) {
     uint8_t* row = img.p[0] + static_cast<size_t>(y) * img.s[0];
     const uint16_t* g = map.luma.data() + static_cast<size_t>(y) * w;
-    for (int x = 0; x < w; ++x)
+    const int lo = spans ? spans->lo[y / 2] : 0, hi = spans ? std::min(spans->hi[y / 2], w) : w;
+    for (int x = lo; x < hi; ++x)
       row[x] = static_cast<uint8_t>(16 + (((row[x] - 16) * g[x] + 128) >> 8));
   }
-  int cw = Half(img.w), ch = Half(img.h);
+  const int cw = Half(w), ch = Half(h);
   for (int k = 1; k <= 2; ++k)
     for (int y = 0; y < ch; ++y) {
       uint8_t* row = img.p[k] + static_cast<size_t>(y) * img.s[k];
       const uint16_t* g = map.chroma.data() + static_cast<size_t>(y) * cw;
-      for (int x = 0; x < cw; ++x)
+      const int lo = spans ? spans->lo[y] / 2 : 0, hi = spans ? std::min(Half(spans->hi[y]), cw) : cw;
+      for (int x = lo; x < hi; ++x)
         row[x] = static_cast<uint8_t>(128 + (((row[x] - 128) * g[x] + 128) >> 8));
     }
 }
 
-ORMA_VECTOR_CLONES void AddGrain(Yuv& img, float amount, uint32_t seed) {
+ORMA_VECTOR_CLONES void AddGrain(Yuv& img, float amount, uint32_t seed, const RowSpans* spans) {
   amount = std::clamp(amount, 0.0f, 1.0f);
   if (amount <= 0.0f) return;
   const int k = static_cast<int>(std::lround(amount * 30.0f * 256.0f / 128.0f));
@@ -242,7 +247,8 @@ ORMA_VECTOR_CLONES void AddGrain(Yuv& img, float amount, uint32_t seed) {
     uint8_t* row = img.p[0] + static_cast<size_t>(y) * img.s[0];
     // HashNoise(x, y, seed), spelled out so that the row vectorises.
     const uint32_t base = static_cast<uint32_t>(y) * 668265263u + seed * 2246822519u;
-    for (int x = 0; x < w; ++x) {
+    const int lo = spans ? spans->lo[y / 2] : 0, hi = spans ? std::min(spans->hi[y / 2], w) : w;
+    for (int x = lo; x < hi; ++x) {
       uint32_t hash = static_cast<uint32_t>(x) * 374761393u + base;
       hash = (hash ^ (hash >> 13)) * 1274126177u;
       int n = static_cast<int>((hash ^ (hash >> 16)) & 255u) - 128;

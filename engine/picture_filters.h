@@ -33,14 +33,15 @@ void BlurAll(Yuv& img, float sigma);
 
 /// Unsharp masking of luma with a 3x3 neighbourhood: amount > 0 sharpens
 /// (1: strong), amount < 0 softens (-1: the 3x3 mean).
-void Sharpen(Yuv& img, float amount);
+/// With `spans`, only the pixels within them are changed.
+void Sharpen(Yuv& img, float amount, const RowSpans* spans = nullptr);
 
 /// Darkens towards the corners: strength 0..1 (1: the corners at 20 %).
-void Vignette(Yuv& img, float strength);
+void Vignette(Yuv& img, float strength, const RowSpans* spans = nullptr);
 
 /// Adds film grain to luma: amount 0..1 (1: noise of about 12 % of the
 /// range); `seed` picks the pattern (a frame number), so grain moves.
-void AddGrain(Yuv& img, float amount, uint32_t seed);
+void AddGrain(Yuv& img, float amount, uint32_t seed, const RowSpans* spans = nullptr);
 
 /// Cut-out by colour: pixels whose chroma is near the key colour become
 /// transparent (the alpha plane must exist). Levels as OrmaSetMediaChromaKey
