@@ -36,6 +36,10 @@ make_warm_cube() {
 # Renders a bare draft and the same draft with more on it, and writes both
 # rows and their ratios to $out/results.md:
 #   compare_pair BARE LOADED "what the loaded one adds" FPS_GOAL [RSS_GOAL]
+# With BENCH_CONTENT=1 each rendered video is also encoded again by plain
+# ffmpeg with the same settings: the encoder's cost depends on the pictures
+# (noise, zooms), and that time shows how much of the difference is the
+# encoder's rather than the engine's.
 compare_pair() {
   local bare=$1 loaded=$2 label=$3 fps_goal=$4 rss_goal=${5:-}
   local load_before results=$out/results.md
@@ -45,13 +49,22 @@ compare_pair() {
     echo "|---|---|---|---|---|---|"
   } > "$results"
   local name
-  local -A fps rss
+  local -A fps rss again
   for name in "$bare" "$loaded"; do
     render_draft "$name"
     awk -v n="$name" -v f="$FRAMES" -v t="$SECONDS_TAKEN" -v c="$CPU_TAKEN" -v k="$PEAK_KB" \
       'BEGIN {printf "| %s | %d | %.1f | %.1f | %.0f | %.0f |\n", n, f, t, f / t, c, k / 1024}' | tee -a "$results"
     fps[$name]=$(awk -v f="$FRAMES" -v t="$SECONDS_TAKEN" 'BEGIN {printf "%.3f", f / t}')
     rss[$name]=$PEAK_KB
+    if [ -n "${BENCH_CONTENT:-}" ]; then
+      local frames=$FRAMES
+      echo "bench: $name (ffmpeg encoding the rendered video again)"
+      measure ffmpeg -v error -y -i "$out/$name.mp4" -c:v libx264 -b:v 3000k -c:a aac -b:a 128k -ar 44100 -ac 2 \
+        "$out/$name.again.mp4"
+      again[$name]=$(awk -v f="$frames" -v t="$SECONDS_TAKEN" 'BEGIN {printf "%.3f", f / t}')
+      echo "| $name, ffmpeg encoding it again | $frames | $SECONDS_TAKEN | ${again[$name]} | $CPU_TAKEN | $((PEAK_KB / 1024)) |" \
+        | tee -a "$results"
+    fi
   done
   {
     echo
@@ -61,6 +74,10 @@ compare_pair() {
       awk -v a="${rss[$loaded]}" -v b="${rss[$bare]}" -v g="$rss_goal" 'BEGIN {printf ", %.2f x the peak RSS (goal at most %s)", a / b, g}'
     fi
     echo "."
+    if [ -n "${BENCH_CONTENT:-}" ]; then
+      awk -v a="${again[$loaded]}" -v b="${again[$bare]}" \
+        'BEGIN {printf "Plain ffmpeg encoding the rendered videos again: %.2f x the frame rate on the loaded pictures (the encoder'"'"'s own share of the difference).\n", a / b}'
+    fi
     machine_line "$load_before"
   } | tee -a "$results"
 }
