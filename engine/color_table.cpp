@@ -3,6 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "engine/vector_clones.h"
+
+#if ORMA_AVX2
+#include <immintrin.h>
+#endif
+
 namespace orma {
 
 namespace {
@@ -197,8 +203,9 @@ std::shared_ptr<const ColorTable> ColorTable::Build(const ColorLevels& levels, c
   // Along luma every code gets its entry, interpolated between the nodes
   // without rounding (weights 0..8), so a lookup only interpolates between
   // the four chroma corners and gives what the trilinear sum would.
-  table->luma_.resize(static_cast<size_t>(kNodes) * kNodes * 256);
-  table->chroma_.resize(table->luma_.size());
+  // Two spare entries: the vector lookup reads a 32-bit word per entry.
+  table->luma_.resize(static_cast<size_t>(kNodes) * kNodes * 256 + 2);
+  table->chroma_.resize(static_cast<size_t>(kNodes) * kNodes * 256);
   for (size_t column = 0; column < static_cast<size_t>(kNodes) * kNodes; ++column)
     for (int y = 0; y < 256; ++y) {
       int yi = y >> 3, yf = y & 7;
@@ -254,6 +261,79 @@ inline void LookupChroma(const ColorTable::ChromaPair* t, const Corners& c, int 
   *cr = Finish(r);
 }
 
+#if ORMA_AVX2
+// Eight values 0..65535 to eight 16-bit lanes.
+ORMA_AVX2_FUNCTION inline __m128i Narrow(__m256i x) {
+  return _mm256_castsi256_si128(_mm256_permute4x64_epi64(_mm256_packus_epi32(x, x), 0x08));
+}
+
+// Eight blocks at a time from `from` while they lie within both rows and
+// `width`: the four chroma corners of each block, then each of its four
+// luma codes and its Cb and Cr looked up with gathers; the same sums as
+// LookupLuma and LookupChroma. Returns the first block not done.
+ORMA_AVX2_FUNCTION int ApplyBlocksAvx2(const int16_t* luma, const ColorTable::ChromaPair* chroma,
+                                       uint8_t* row0, uint8_t* row1, uint8_t* u, uint8_t* v, int from, int to,
+                                       int width) {
+  const __m256i seven = _mm256_set1_epi32(7), eight = _mm256_set1_epi32(8), nodes = _mm256_set1_epi32(33);
+  const __m256i column = _mm256_set1_epi32(256), nodeColumn = _mm256_set1_epi32(ColorTable::kNodes * 256);
+  const __m256i low16 = _mm256_set1_epi32(0xffff), round = _mm256_set1_epi32(1024),
+                top = _mm256_set1_epi32(255);
+  const __m128i lowByte = _mm_set1_epi16(0x00ff);
+  int cx = from;
+  for (; cx + 8 <= to && 2 * (cx + 8) <= width; cx += 8) {
+    __m256i cb = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(u + cx)));
+    __m256i cr = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(v + cx)));
+    __m256i cf = _mm256_and_si256(cb, seven), rf = _mm256_and_si256(cr, seven);
+    __m256i base[4];
+    base[0] = _mm256_mullo_epi32(
+        _mm256_add_epi32(_mm256_mullo_epi32(_mm256_srli_epi32(cb, 3), nodes), _mm256_srli_epi32(cr, 3)),
+        column);
+    base[1] = _mm256_add_epi32(base[0], nodeColumn);
+    base[2] = _mm256_add_epi32(base[0], column);
+    base[3] = _mm256_add_epi32(base[1], column);
+    __m256i cg = _mm256_sub_epi32(eight, cf), rg = _mm256_sub_epi32(eight, rf);
+    __m256i weight[4] = {_mm256_mullo_epi32(cg, rg), _mm256_mullo_epi32(cf, rg), _mm256_mullo_epi32(cg, rf),
+                         _mm256_mullo_epi32(cf, rf)};
+    __m128i r0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row0 + 2 * cx));
+    __m128i r1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row1 + 2 * cx));
+    __m256i y[4] = {
+        _mm256_cvtepu16_epi32(_mm_and_si128(r0, lowByte)), _mm256_cvtepu16_epi32(_mm_srli_epi16(r0, 8)),
+        _mm256_cvtepu16_epi32(_mm_and_si128(r1, lowByte)), _mm256_cvtepu16_epi32(_mm_srli_epi16(r1, 8))};
+    __m256i mean = _mm256_srli_epi32(
+        _mm256_add_epi32(_mm256_add_epi32(_mm256_add_epi32(y[0], y[1]), _mm256_add_epi32(y[2], y[3])),
+                         _mm256_set1_epi32(2)),
+        2);
+    __m256i out[4];
+    for (int p = 0; p < 4; ++p) {
+      __m256i sum = round;
+      for (int k = 0; k < 4; ++k) {
+        __m256i e =
+            _mm256_i32gather_epi32(reinterpret_cast<const int*>(luma), _mm256_add_epi32(base[k], y[p]), 2);
+        sum = _mm256_add_epi32(sum, _mm256_mullo_epi32(_mm256_and_si256(e, low16), weight[k]));
+      }
+      out[p] = _mm256_min_epi32(_mm256_srli_epi32(sum, 11), top);
+    }
+    __m256i cbSum = round, crSum = round;
+    for (int k = 0; k < 4; ++k) {
+      __m256i e =
+          _mm256_i32gather_epi32(reinterpret_cast<const int*>(chroma), _mm256_add_epi32(base[k], mean), 4);
+      cbSum = _mm256_add_epi32(cbSum, _mm256_mullo_epi32(_mm256_and_si256(e, low16), weight[k]));
+      crSum = _mm256_add_epi32(crSum, _mm256_mullo_epi32(_mm256_srli_epi32(e, 16), weight[k]));
+    }
+    // Even and odd columns back together, low byte first.
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(row0 + 2 * cx),
+                     Narrow(_mm256_or_si256(out[0], _mm256_slli_epi32(out[1], 8))));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(row1 + 2 * cx),
+                     Narrow(_mm256_or_si256(out[2], _mm256_slli_epi32(out[3], 8))));
+    __m128i cbOut = Narrow(_mm256_min_epi32(_mm256_srli_epi32(cbSum, 11), top));
+    __m128i crOut = Narrow(_mm256_min_epi32(_mm256_srli_epi32(crSum, 11), top));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(u + cx), _mm_packus_epi16(cbOut, cbOut));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(v + cx), _mm_packus_epi16(crOut, crOut));
+  }
+  return cx;
+}
+#endif
+
 } // namespace
 
 void ColorTable::Map(int y, int cb, int cr, int* outY, int* outCb, int* outCr) const {
@@ -277,7 +357,11 @@ void ColorTable::Apply(Yuv& img, const RowSpans* spans) const {
     uint8_t* v = img.p[2] + static_cast<size_t>(cy) * img.s[2];
     bool twoRows = row1 != row0;
     int from = spans ? spans->lo[cy] / 2 : 0, to = spans ? (spans->hi[cy] + 1) / 2 : cw;
-    for (int cx = from; cx < to; ++cx) {
+    int cx = from;
+#if ORMA_AVX2
+    if (twoRows && HasAvx2()) cx = ApplyBlocksAvx2(luma, chroma, row0, row1, u, v, from, to, img.w);
+#endif
+    for (; cx < to; ++cx) {
       Corners c = ChromaCorners(u[cx], v[cx]);
       int x0 = 2 * cx, x1 = std::min(x0 + 1, img.w - 1);
       int mean = (row0[x0] + row0[x1] + row1[x0] + row1[x1] + 2) >> 2;

@@ -1,6 +1,7 @@
 // Luma wipe: a grey picture says when each pixel switches to the next
 // scene, dark pixels first (light first when reversed). The picture is
-// stretched to the frame once, when the export starts.
+// stretched to the frame on the transition's first frame and let go once
+// the rendering has passed the transition.
 #include <algorithm>
 
 #include "engine/transitions.h"

@@ -161,3 +161,47 @@ TEST(ColorTable, SkinLikelihoodIsHighForSkinAndZeroForBlue) {
   EXPECT_GT(SkinLikelihood(skin.u, skin.v), 0.8f);
   EXPECT_EQ(SkinLikelihood(blue.u, blue.v), 0.0f);
 }
+
+// Every pixel of a noisy picture: its luma through the table with its
+// block's chroma, and the block's chroma at the block's mean luma.
+TEST(ColorTable, ApplyLooksUpEveryPixelAsMapDoes) {
+  ColorLevels l;
+  l.contrast = 35;
+  l.saturation = 25;
+  l.whiteBalance = -30;
+  auto table = ColorTable::Build(l, nullptr, 0, 709);
+  ASSERT_NE(table, nullptr);
+  const int w = 70, h = 9; // blocks in vector steps and a tail, a last single row
+  Picture p(w, h, false), before(w, h, false);
+  uint32_t seed = 9;
+  for (int k = 0; k < 3; ++k) {
+    int pw = k ? (w + 1) / 2 : w, ph = k ? (h + 1) / 2 : h;
+    for (int y = 0; y < ph; ++y)
+      for (int x = 0; x < pw; ++x) {
+        seed = seed * 1664525u + 1013904223u;
+        p.view().p[k][y * p.view().s[k] + x] = before.view().p[k][y * before.view().s[k] + x] =
+            static_cast<uint8_t>(seed >> 24);
+      }
+  }
+  table->Apply(p.view());
+  const Yuv& b = before.view();
+  const Yuv& a = p.view();
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      int cb = b.p[1][(y / 2) * b.s[1] + x / 2], cr = b.p[2][(y / 2) * b.s[2] + x / 2];
+      int oy, ob, orr;
+      table->Map(b.p[0][y * b.s[0] + x], cb, cr, &oy, &ob, &orr);
+      ASSERT_EQ(a.p[0][y * a.s[0] + x], oy) << x << "," << y;
+    }
+  for (int cy = 0; cy < (h + 1) / 2; ++cy)
+    for (int cx = 0; cx < w / 2; ++cx) {
+      int y0 = 2 * cy, y1 = std::min(2 * cy + 1, h - 1), x0 = 2 * cx, x1 = 2 * cx + 1;
+      int mean = (b.p[0][y0 * b.s[0] + x0] + b.p[0][y0 * b.s[0] + x1] + b.p[0][y1 * b.s[0] + x0] +
+                  b.p[0][y1 * b.s[0] + x1] + 2) >>
+                 2;
+      int oy, ob, orr;
+      table->Map(mean, b.p[1][cy * b.s[1] + cx], b.p[2][cy * b.s[2] + cx], &oy, &ob, &orr);
+      ASSERT_EQ(a.p[1][cy * a.s[1] + cx], ob) << cx << "," << cy;
+      ASSERT_EQ(a.p[2][cy * a.s[2] + cx], orr) << cx << "," << cy;
+    }
+}
