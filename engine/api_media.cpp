@@ -449,13 +449,9 @@ ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* config
     if (!Resource("OrmaSetMediaSpecialEffect", configPath, &native)) return int32_t{kBadFile};
     if (startUs < 0 || durationUs < 0)
       return Refuse("OrmaSetMediaSpecialEffect", kBadArgument, "negative time");
-    if (!SpecialEffect::Load(native, &error)) return Refuse("OrmaSetMediaSpecialEffect", kBadFile, error);
-    Attr a;
-    a.kind = Attr::Text;
-    a.text = native;
-    a.i[0] = startUs;
-    a.i[1] = durationUs;
-    media.attrs.Append("specialEffects", a);
+    std::shared_ptr<const SpecialEffect> chain = SpecialEffect::Load(native, &error);
+    if (!chain) return Refuse("OrmaSetMediaSpecialEffect", kBadFile, error);
+    media.specialEffects.push_back({chain, startUs, durationUs});
     return int32_t{kOk};
   });
   return Traced(

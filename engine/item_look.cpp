@@ -157,15 +157,6 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
   }
   if (const Attr* matte = a.Get("maskVideo"); matte && !matte->text.empty())
     matte_ = std::make_unique<LumaMatte>(matte->text, ctx_);
-  if (const auto* list = a.List("specialEffects"))
-    for (const Attr& entry : *list) {
-      PlacedEffect e;
-      e.effect = SpecialEffect::Load(entry.text, error);
-      if (!e.effect) return false;
-      e.startUs = entry.i[0];
-      e.durationUs = entry.i[1];
-      effects_.push_back(std::move(e));
-    }
 
   // The working picture: the item's size on the canvas, or the largest size
   // its key frames give it (at most twice the canvas).
@@ -186,7 +177,7 @@ bool ItemLook::Needed() const {
   return angle_ % 360 != 0 || blendMode_ > 1 || !color_.Neutral() || lut_ || sharpness_ != 0 ||
          vignette_ > 0 || graininess_ > 0 || beautyBlur_ > 0 || faceLevels_.Active() || blurShown_ ||
          chroma_ || !keyFrames_.Empty() || !animations_.empty() || !masks_.empty() || matte_ ||
-         !effects_.empty();
+         !media_.specialEffects.empty();
 }
 
 void ItemLook::Release() {
@@ -291,8 +282,8 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
   // margin keeps every pixel that the sharpening or the placement's
   // bilinear samples (of luma, and of chroma at half resolution) can reach.
   std::shared_ptr<const RowSpans> spans;
-  if (masks_.size() == 1 && !matte_ && effects_.empty() && beautyBlur_ == 0 && !f.blur.Active() &&
-      f.pose.blur <= 0 && !f.faces)
+  if (masks_.size() == 1 && !matte_ && media_.specialEffects.empty() && beautyBlur_ == 0 &&
+      !f.blur.Active() && f.pose.blur <= 0 && !f.faces)
     spans = masks_[0]->VisibleSpans(view.w, view.h, 8);
   if (auto table = TableFor(f.color)) table->Apply(view, spans.get());
   if (beautyBlur_ > 0) SmoothSkin(view, beautyBlur_ / 100.0f);
@@ -301,13 +292,13 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
   if (f.pose.blur > 0) BlurAll(view, f.pose.blur * 0.05f * std::min(view.w, view.h));
   if (f.vignette > 0) Vignette(view, f.vignette / 100.0f, spans.get());
   if (f.graininess > 0) AddGrain(view, f.graininess / 100.0f, static_cast<uint32_t>(f.frame), spans.get());
-  for (const PlacedEffect& e : effects_)
+  for (const Media::PlacedEffect& e : media_.specialEffects)
     if (f.us >= e.startUs && f.us < e.startUs + e.durationUs) {
       EffectClock clock;
       clock.seconds = static_cast<double>(f.us - e.startUs) / 1e6;
       clock.span = static_cast<double>(e.durationUs) / 1e6;
       clock.frame = f.frame;
-      e.effect->Apply(view, clock, matrix);
+      e.chain->Apply(view, clock, matrix);
     }
   for (size_t i = 0; i < masks_.size() && i < f.maskShapes.size(); ++i)
     masks_[i]->Apply(view, f.maskShapes[i], matrix);

@@ -99,11 +99,6 @@ private:
   std::vector<PlacedAnimation> animations_;
   std::vector<std::unique_ptr<MaskLayer>> masks_;
   std::unique_ptr<LumaMatte> matte_;
-  struct PlacedEffect {
-    std::unique_ptr<SpecialEffect> effect;
-    int64_t startUs, durationUs;
-  };
-  std::vector<PlacedEffect> effects_;
 
   std::shared_ptr<const ColorTable> table_; ///< for levels that do not change
   mutable std::mutex tableMutex_;

@@ -91,6 +91,14 @@ struct Media : Handle {
   PropertyBag attrs;
   Scene* scene = nullptr;
   std::vector<Mask*> masks; ///< masks from OrmaAddMediaMaskFromConfig, in the order added
+  /// The item's own special effects (OrmaSetMediaSpecialEffect), in the
+  /// order added, each with the chain read when it was set.
+  struct PlacedEffect {
+    std::shared_ptr<const SpecialEffect> chain;
+    int64_t startUs = 0;    ///< from the item's start, microseconds
+    int64_t durationUs = 0; ///< microseconds
+  };
+  std::vector<PlacedEffect> specialEffects;
 };
 
 struct Mask : Handle {
