@@ -14,6 +14,7 @@ extern "C" {
 #include <cstring>
 
 #include "engine/log.h"
+#include "engine/mlt_runtime.h"
 
 namespace orma {
 
@@ -94,12 +95,6 @@ std::string LayoutName(int channels) {
   av_channel_layout_describe(&layout, name, sizeof name);
   av_channel_layout_uninit(&layout);
   return name;
-}
-
-std::string AvError(int code) {
-  char buffer[AV_ERROR_MAX_STRING_SIZE] = {0};
-  av_strerror(code, buffer, sizeof buffer);
-  return buffer;
 }
 
 } // namespace

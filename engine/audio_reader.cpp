@@ -15,14 +15,6 @@ extern "C" {
 
 namespace orma {
 
-namespace {
-std::string AvError(int code) {
-  char buffer[AV_ERROR_MAX_STRING_SIZE] = {0};
-  av_strerror(code, buffer, sizeof buffer);
-  return buffer;
-}
-} // namespace
-
 struct AudioReader::Impl {
   AVFormatContext* format = nullptr;
   AVCodecContext* decoder = nullptr;

@@ -15,17 +15,11 @@ extern "C" {
 #include <cstdlib>
 #include <vector>
 
+#include "engine/mlt_runtime.h"
+
 namespace orma {
 
-namespace {
-
-std::string AvError(int code) {
-  char buffer[AV_ERROR_MAX_STRING_SIZE] = {0};
-  av_strerror(code, buffer, sizeof buffer);
-  return buffer;
-}
-
-} // namespace
+namespace {} // namespace
 
 struct Encoder::State {
   AVFormatContext* oc = nullptr;

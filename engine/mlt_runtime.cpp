@@ -1,6 +1,7 @@
 #include "engine/mlt_runtime.h"
 
 extern "C" {
+#include <libavutil/error.h>
 #include <libavutil/log.h>
 }
 
@@ -64,6 +65,12 @@ std::string ModuleFolder() {
 }
 
 } // namespace
+
+std::string AvError(int code) {
+  char buffer[AV_ERROR_MAX_STRING_SIZE] = {0};
+  av_strerror(code, buffer, sizeof buffer);
+  return buffer;
+}
 
 void QuietLibraries() {
   static std::once_flag once;

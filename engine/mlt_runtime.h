@@ -25,6 +25,9 @@ mlt_profile MakeProfile(const ExportSettings& settings);
 /// Colour matrix the engine works in for a frame height.
 int CanvasMatrix(int height);
 
+/// FFmpeg's text for one of its error codes.
+std::string AvError(int code);
+
 /// The last error line MLT or FFmpeg logged (empty when none), and clearing it.
 std::string LastLibraryError();
 void ClearLibraryError();

@@ -19,12 +19,6 @@ namespace orma {
 
 namespace {
 
-std::string AvError(int code) {
-  char buffer[AV_ERROR_MAX_STRING_SIZE] = {0};
-  av_strerror(code, buffer, sizeof buffer);
-  return buffer;
-}
-
 struct Decoder {
   AVFormatContext* fmt = nullptr;
   AVCodecContext* dec = nullptr;

@@ -58,12 +58,6 @@ struct CodecCloser {
   }
 };
 
-std::string AvError(int code) {
-  char buffer[AV_ERROR_MAX_STRING_SIZE] = {0};
-  av_strerror(code, buffer, sizeof buffer);
-  return buffer;
-}
-
 // Decodes packets of `stream` until one frame comes out.
 bool DecodesOneFrame(AVFormatContext* ctx, int stream, std::string* error) {
   AVCodecParameters* par = ctx->streams[stream]->codecpar;

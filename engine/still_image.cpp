@@ -20,12 +20,6 @@ extern "C" {
 namespace orma {
 
 namespace {
-std::string AvError(int code) {
-  char buffer[AV_ERROR_MAX_STRING_SIZE] = {0};
-  av_strerror(code, buffer, sizeof buffer);
-  return buffer;
-}
-
 bool FullRange(const AVFrame* f) {
   if (f->color_range == AVCOL_RANGE_JPEG) return true;
   if (f->color_range == AVCOL_RANGE_MPEG) return false;
