@@ -274,7 +274,8 @@ ORMA_AVX2_FUNCTION inline __m128i Narrow(__m256i x) {
 ORMA_AVX2_FUNCTION int ApplyBlocksAvx2(const int16_t* luma, const ColorTable::ChromaPair* chroma,
                                        uint8_t* row0, uint8_t* row1, uint8_t* u, uint8_t* v, int from, int to,
                                        int width) {
-  const __m256i seven = _mm256_set1_epi32(7), eight = _mm256_set1_epi32(8), nodes = _mm256_set1_epi32(33);
+  const __m256i seven = _mm256_set1_epi32(7), eight = _mm256_set1_epi32(8),
+                nodes = _mm256_set1_epi32(ColorTable::kNodes);
   const __m256i column = _mm256_set1_epi32(256), nodeColumn = _mm256_set1_epi32(ColorTable::kNodes * 256);
   const __m256i low16 = _mm256_set1_epi32(0xffff), round = _mm256_set1_epi32(1024),
                 top = _mm256_set1_epi32(255);

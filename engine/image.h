@@ -27,7 +27,8 @@ struct Yuv {
 };
 
 /// The columns of a picture that a step has to process, per block row (two
-/// picture rows, as 4:2:0 chroma pairs them): [lo, hi), both even. A null
+/// picture rows, as 4:2:0 chroma pairs them): [lo, hi), lo even, hi even or
+/// the picture's width. A null
 /// pointer where a step takes one means the whole picture.
 struct RowSpans {
   std::vector<int> lo, hi;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
-#include <cstring>
 #include <vector>
 
 #include "engine/vector_clones.h"
@@ -119,8 +118,7 @@ inline uint8_t Code(float v) { return static_cast<uint8_t>(std::clamp(std::lroun
 // area it can touch (in whole 2x2 blocks), the inverse mapping and the
 // opacity in 1/256.
 struct Job {
-  float whole[4];
-  const float* vis;
+  float vis[4]; ///< the visible part of the item (left, top, right, bottom)
   int x0, x1, y0, y1;
   Inverse inv;
   float kx, ky; ///< canvas pixels per item pixel along the item's axes
@@ -129,12 +127,9 @@ struct Job {
 
 bool Prepare(const Yuv& canvas, const Yuv& item, const Placement& p, float opacity, const float* region,
              Job* job) {
-  job->whole[0] = 0;
-  job->whole[1] = 0;
-  job->whole[2] = static_cast<float>(item.w);
-  job->whole[3] = static_cast<float>(item.h);
-  const float* vis = region ? region : job->whole;
-  job->vis = vis;
+  const float whole[4] = {0, 0, static_cast<float>(item.w), static_cast<float>(item.h)};
+  std::copy_n(region ? region : whole, 4, job->vis);
+  const float* vis = job->vis;
   if (vis[2] <= vis[0] || vis[3] <= vis[1]) return false;
   opacity = std::clamp(opacity, 0.0f, 1.0f);
   if (opacity <= 0.0f || item.w <= 0 || item.h <= 0 || !p.Invertible()) return false;
@@ -175,13 +170,13 @@ inline Tap MakeTap(float pos, int size, float lo, float hi, float k) {
   return t;
 }
 
-// One item row resampled: out[i] = src[i0[i]] * (256 - f[i]) + src[i0[i] + 1] * f[i].
-// The two neighbours are read as one little-endian word (gathered eight
-// columns at a time with AVX2); the word reaches two bytes beyond the
-// second neighbour, so the caller uses this only where a next row follows.
 #if ORMA_AVX2
-ORMA_AVX2_FUNCTION void ResampleRowByWordsAvx2(const uint8_t* src, const int32_t* i0, const int32_t* f,
-                                               int width, uint16_t* out) {
+// One item row resampled, eight columns at a time: out[i] = src[i0[i]] *
+// (256 - f[i]) + src[i0[i] + 1] * f[i], both neighbours gathered as one
+// little-endian word. The word reaches two bytes beyond the second
+// neighbour, so the caller uses this only where a next row follows.
+ORMA_AVX2_FUNCTION void ResampleRowAvx2(const uint8_t* src, const int32_t* i0, const int32_t* f, int width,
+                                        uint16_t* out) {
   const __m256i low = _mm256_set1_epi32(255), whole = _mm256_set1_epi32(256);
   int i = 0;
   for (; i + 8 <= width; i += 8) {
@@ -200,21 +195,6 @@ ORMA_AVX2_FUNCTION void ResampleRowByWordsAvx2(const uint8_t* src, const int32_t
     out[i] = static_cast<uint16_t>(src[i0[i]] * (256 - f[i]) + src[i0[i] + 1] * f[i]);
 }
 #endif
-
-void ResampleRowByWords(const uint8_t* src, const int32_t* i0, const int32_t* f, int width, uint16_t* out) {
-#if ORMA_AVX2
-  if (HasAvx2()) {
-    ResampleRowByWordsAvx2(src, i0, f, width, out);
-    return;
-  }
-#endif
-  for (int i = 0; i < width; ++i) {
-    uint32_t word;
-    std::memcpy(&word, src + i0[i], sizeof word);
-    int first = static_cast<int>(word & 255u), second = static_cast<int>((word >> 8) & 255u);
-    out[i] = static_cast<uint16_t>(first * (256 - f[i]) + second * f[i]);
-  }
-}
 
 // Item rows resampled to the canvas columns, kept exact (at most 255 * 256)
 // so that mixing two of them finishes the same bilinear sum as Sample(); kept
@@ -263,9 +243,9 @@ private:
     s.row = row;
     const uint8_t* src = plane_ + static_cast<size_t>(row) * stride_;
     uint16_t* out = s.values.data();
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    if (adjacent_ && row + 1 < height_) {
-      ResampleRowByWords(src, i0_, f_, width_, out);
+#if ORMA_AVX2
+    if (adjacent_ && row + 1 < height_ && HasAvx2()) {
+      ResampleRowAvx2(src, i0_, f_, width_, out);
       return &s;
     }
 #endif
