@@ -107,6 +107,26 @@ std::vector<std::string> TransitionNames() {
   return names;
 }
 
+namespace {
+
+// A luma map must read as one still picture (`decode`: down to its first
+// frame); *probe is what was found.
+bool ProbeLumaMap(const std::string& path, bool decode, MediaProbe* probe, std::string* error) {
+  *probe = ProbeMedia(path.c_str(), decode);
+  if (probe->ok && probe->still) return true;
+  *error = probe->ok ? path + ": a luma map must be a still picture" : probe->error;
+  return false;
+}
+
+// The transition kind a style names, or null with *error.
+const TransitionKind* KindOf(const TransitionStyle& style, std::string* error) {
+  const TransitionKind* kind = FindKind(style.kind);
+  if (!kind) *error = "unknown transition " + style.kind;
+  return kind;
+}
+
+} // namespace
+
 bool LoadTransitionStyle(const char* path, TransitionStyle* style, std::string* error) {
   std::string file = ResolveLocalFile(path, error);
   if (file.empty()) return false;
@@ -121,11 +141,8 @@ bool LoadTransitionStyle(const char* path, TransitionStyle* style, std::string* 
     return false;
   }
   if (style->kind == "luma") {
-    MediaProbe probe = ProbeMedia(style->lumaPath.c_str(), true);
-    if (!probe.ok || !probe.still) {
-      *error = probe.ok ? style->lumaPath + ": a luma map must be a still picture" : probe.error;
-      return false;
-    }
+    MediaProbe probe;
+    if (!ProbeLumaMap(style->lumaPath, true, &probe, error)) return false;
     style->lumaPath = probe.path;
   }
   return true;
@@ -133,26 +150,14 @@ bool LoadTransitionStyle(const char* path, TransitionStyle* style, std::string* 
 
 std::unique_ptr<TransitionEffect> MakeTransition(const TransitionStyle& style, RenderContext& ctx,
                                                  std::string* error) {
-  const TransitionKind* kind = FindKind(style.kind);
-  if (!kind) {
-    *error = "unknown transition " + style.kind;
-    return nullptr;
-  }
-  return kind->make(style, ctx, error);
+  const TransitionKind* kind = KindOf(style, error);
+  return kind ? kind->make(style, ctx, error) : nullptr;
 }
 
 bool TransitionAvailable(const TransitionStyle& style, std::string* error) {
-  if (!FindKind(style.kind)) {
-    *error = "unknown transition " + style.kind;
-    return false;
-  }
-  if (style.kind != "luma") return true;
-  MediaProbe probe = ProbeMedia(style.lumaPath.c_str(), false);
-  if (!probe.ok || !probe.still) {
-    *error = probe.ok ? style.lumaPath + ": a luma map must be a still picture" : probe.error;
-    return false;
-  }
-  return true;
+  if (!KindOf(style, error)) return false;
+  MediaProbe probe;
+  return style.kind != "luma" || ProbeLumaMap(style.lumaPath, false, &probe, error);
 }
 
 MaskTransition::MaskTransition(std::vector<uint8_t> order, int width, int height, float softness)
