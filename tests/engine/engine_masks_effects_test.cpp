@@ -1,5 +1,6 @@
 // Masks, luma mattes and an item's own special effects in the rendered
 // video.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <string>
@@ -161,3 +162,27 @@ TEST_F(EngineMasksEffects, BrokenEffectResourcesAreRefused) {
 }
 
 } // namespace
+
+// Picture steps before a still mask skip what it hides; what it shows, up
+// to its edge, must still be graded.
+TEST_F(EngineMasksEffects, AdjustmentsReachEveryPartOfAMaskedItemThatShows) {
+  OrmaVideoHandle vv = NewVideo();
+  OrmaMediaHandle m = nullptr;
+  AddScene(vv, 0, 1, "red.mp4", &m);
+  ASSERT_EQ(OrmaSetMediaSaturation(m, -100), 1);
+  ASSERT_EQ(OrmaSetMediaSharp(m, 30), 1);
+  OrmaMaskHandle mask = OrmaAddMediaMaskFromConfig(m, Resource("masks", "circle").c_str());
+  ASSERT_NE(mask, nullptr);
+  OrmaMaskShapeBlock s = Shape(0.5f, 0.5f, 0.5f, 0.8f); // 80 pixels either side of the centre
+  ASSERT_EQ(OrmaUpdateMediaMaskParam(m, mask, &s), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  for (double x : {0.5, 0.27, 0.73}) { // the centre and 6 pixels inside the left and right edges
+    Rgb c = v.At(10, x, 0.5);
+    EXPECT_LE(std::max({c.r, c.g, c.b}) - std::min({c.r, c.g, c.b}), 10) << x << ": " << ToString(c);
+    EXPECT_GT(c.r, 40) << x << ": " << ToString(c);
+  }
+  EXPECT_COLOR(v, 10, 0.05, 0.05, kBlack);
+  EXPECT_COLOR(v, 10, 0.95, 0.95, kBlack);
+}

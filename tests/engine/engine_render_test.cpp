@@ -1,5 +1,6 @@
 // Rendering through the core library's API: what ends up in the video.
 #include <cmath>
+#include <filesystem>
 #include <string>
 
 #include "tests/engine/engine_test_support.h"
@@ -337,6 +338,39 @@ TEST_F(EngineRender, LumaWipeMovesAcrossTheFrame) {
   EXPECT_COLOR(v, 33, 0.02, 0.02, kBlue);
   EXPECT_COLOR(v, 33, 0.5, 0.5, kBlue);
   EXPECT_COLOR(v, 33, 0.98, 0.98, kRed);
+}
+
+// Each transition makes its map when it begins and lets it go when it
+// ends; a later one with the same map wipes just the same.
+TEST_F(EngineRender, EveryLumaWipeOfATimelineMovesAcrossTheFrame) {
+  OrmaVideoHandle vv = NewVideo();
+  OrmaSceneHandle a = AddScene(vv, 0, 1, "red.mp4");
+  OrmaSceneHandle b = AddScene(vv, 1, 2, "blue.mp4");
+  AddScene(vv, 2, 3, "green.mp4");
+  for (OrmaSceneHandle s : {a, b}) {
+    ASSERT_EQ(OrmaSetSceneTransitionMode(vv, s, 3), 1);
+    ASSERT_EQ(OrmaSetSceneTransition(vv, s, Res("luma-diagonal/diagonal.png").c_str(), kSecond), 1);
+  }
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  // The transitions cover frames 13..36 and 38..61.
+  EXPECT_COLOR(v, 33, 0.02, 0.02, kBlue);
+  EXPECT_COLOR(v, 33, 0.98, 0.98, kRed);
+  EXPECT_COLOR(v, 37, 0.5, 0.5, kBlue);
+  EXPECT_COLOR(v, 58, 0.02, 0.02, kGreen);
+  EXPECT_COLOR(v, 58, 0.98, 0.98, kBlue);
+}
+
+TEST_F(EngineRender, ALumaMapGoneBeforeTheExportEndsItAtTheBuild) {
+  std::filesystem::copy_file(Res("luma-diagonal/diagonal.png"), Path("map.png"));
+  OrmaVideoHandle vv = NewVideo();
+  OrmaSceneHandle a = AddScene(vv, 0, 1, "red.mp4");
+  AddScene(vv, 1, 2, "blue.mp4");
+  ASSERT_EQ(OrmaSetSceneTransitionMode(vv, a, 3), 1);
+  ASSERT_EQ(OrmaSetSceneTransition(vv, a, Path("map.png").c_str(), kSecond), 1);
+  std::filesystem::remove(Path("map.png"));
+  EXPECT_EQ(Export(vv), -27);
+  EXPECT_FALSE(FileExists(Path("out.mp4")));
 }
 
 // Red to blue through a built-in transition, looking at its midpoint.
