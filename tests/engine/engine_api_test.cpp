@@ -89,6 +89,27 @@ TEST_F(EngineApi, UndecodableMediaIsNullAtCreation) {
   EXPECT_EQ(OrmaSceneCreateMedia(Path("cut.mp4").c_str()), nullptr);
 }
 
+// A file already seen is not probed again while it stays the same, but a file
+// written again in between is: it is judged and described as it is now.
+TEST_F(EngineApi, MediaWrittenAgainIsJudgedAsItIsNow) {
+  std::string path = Path("clip.mp4");
+  WriteFile(path, ReadFile(Media("red.mp4")));
+  ASSERT_NE(OrmaSceneCreateMedia(path.c_str()), nullptr);
+  ASSERT_NE(OrmaSceneCreateMedia(path.c_str()), nullptr);
+  WriteFile(path, "not a video any more\n");
+  EXPECT_EQ(OrmaSceneCreateMedia(path.c_str()), nullptr);
+  EXPECT_LT(OrmaGetMediaInfoLite(path.c_str(), nullptr, nullptr, nullptr), 1);
+
+  WriteFile(path, ReadFile(Media("yellow.jpg")));
+  OrmaMediaPropertyBlock video;
+  ASSERT_EQ(OrmaGetMediaInfoLite(path.c_str(), nullptr, nullptr, &video), 1);
+  EXPECT_STREQ(video.name, ""); // now a still picture
+  WriteFile(path, ReadFile(Media("red.mp4")));
+  ASSERT_EQ(OrmaGetMediaInfoLite(path.c_str(), nullptr, nullptr, &video), 1);
+  EXPECT_STREQ(video.name, "h264");
+  EXPECT_NE(OrmaSceneCreateMedia(path.c_str()), nullptr);
+}
+
 TEST_F(EngineApi, OnlyPlainLocalFilesAreMedia) {
   EXPECT_EQ(OrmaSceneCreateMedia(std::string(ORMA_TEST_MEDIA).c_str()), nullptr); // a folder
   EXPECT_EQ(OrmaSceneCreateMedia(Media("list.m3u8").c_str()), nullptr);           // a playlist
