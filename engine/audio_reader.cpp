@@ -54,24 +54,10 @@ void AudioReader::Close() {
 }
 
 bool AudioReader::Open(std::string* error) {
-  QuietLibraries();
   auto impl = std::make_unique<Impl>();
-  const AVInputFormat* demuxer =
-      probe_.container.empty() ? nullptr : av_find_input_format(probe_.container.c_str());
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "protocol_whitelist", "file", 0);
-  if (probe_.container == "image2") av_dict_set(&options, "pattern_type", "none", 0);
-  std::string url = "file:" + probe_.path;
-  int rc = avformat_open_input(&impl->format, url.c_str(), demuxer, &options);
-  av_dict_free(&options);
-  if (rc < 0) {
-    *error = probe_.path + ": " + AvError(rc);
-    return false;
-  }
-  if ((rc = avformat_find_stream_info(impl->format, nullptr)) < 0) {
-    *error = probe_.path + ": " + AvError(rc);
-    return false;
-  }
+  impl->format = OpenMediaInput(probe_, error);
+  if (!impl->format) return false;
+  int rc = 0;
   const AVCodec* codec = nullptr;
   impl->stream = av_find_best_stream(impl->format, AVMEDIA_TYPE_AUDIO, -1, -1, &codec, 0);
   if (impl->stream < 0 || !codec) {

@@ -24,9 +24,6 @@ public:
   void Audio(const std::shared_ptr<void>& job, AudioBlock& out) const override {
     scene_->MixAudio(*std::static_pointer_cast<SceneRenderer::Frame>(job), out, 1.0f, 1.0f);
   }
-  const uint8_t* Direct(const std::shared_ptr<void>& job) const override {
-    return scene_->Direct(*std::static_pointer_cast<SceneRenderer::Frame>(job));
-  }
 
 private:
   SceneRenderer* scene_;

@@ -169,7 +169,7 @@ int32_t Render(VirtualVideo& video) {
   ctx.fps = s.fps;
   if (s.hwDecoder != 0) {
     if (access(kRenderNode, R_OK) == 0 && HardwareDevice(AV_HWDEVICE_TYPE_VAAPI, kRenderNode)) {
-      ctx.decoderOptions = "hwaccel=vaapi";
+      ctx.hardwareDecoding = true;
       LogOnce("hw-decoder-used", "decoding with VA-API");
     } else {
       LogOnce("hw-decoder", "no hardware decoder on this machine; decoding in software");

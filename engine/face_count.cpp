@@ -55,18 +55,8 @@ struct Reader {
   }
 
   bool Open(const MediaProbe& probe, std::string* error) {
-    const AVInputFormat* format =
-        probe.container.empty() ? nullptr : av_find_input_format(probe.container.c_str());
-    AVDictionary* options = nullptr;
-    av_dict_set(&options, "protocol_whitelist", "file", 0);
-    if (probe.container == "image2") av_dict_set(&options, "pattern_type", "none", 0);
-    std::string url = "file:" + probe.path;
-    int rc = avformat_open_input(&fmt, url.c_str(), format, &options);
-    av_dict_free(&options);
-    if (rc < 0 || avformat_find_stream_info(fmt, nullptr) < 0) {
-      *error = probe.path + ": cannot be opened";
-      return false;
-    }
+    fmt = OpenMediaInput(probe, error);
+    if (!fmt) return false;
     stream = av_find_best_stream(fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (stream < 0) {
       *error = probe.path + ": has no picture";

@@ -7,56 +7,54 @@
 
 namespace orma {
 
-namespace {
-
-// One sample of an MLT sound buffer as a float.
-float SampleOf(const void* buffer, mlt_audio_format format, int channels, int samples, int c, int s) {
-  switch (format) {
-  case mlt_audio_float:
-    return static_cast<const float*>(buffer)[static_cast<size_t>(c) * samples + s];
-  case mlt_audio_f32le:
-    return static_cast<const float*>(buffer)[static_cast<size_t>(s) * channels + c];
-  case mlt_audio_s16:
-    return static_cast<const int16_t*>(buffer)[static_cast<size_t>(s) * channels + c] / 32768.0f;
-  case mlt_audio_s32le:
-    return static_cast<float>(static_cast<const int32_t*>(buffer)[static_cast<size_t>(s) * channels + c] /
-                              2147483648.0);
-  case mlt_audio_s32:
-    return static_cast<float>(static_cast<const int32_t*>(buffer)[static_cast<size_t>(c) * samples + s] /
-                              2147483648.0);
-  case mlt_audio_u8:
-    return (static_cast<const uint8_t*>(buffer)[static_cast<size_t>(s) * channels + c] - 128) / 128.0f;
-  default:
-    return 0.0f;
+void MixPlanes(const float* src, int n, AudioBlock& out, float gainStart, float gainEnd) {
+  n = std::min(n, out.samples);
+  for (int c = 0; c < out.channels; ++c) {
+    const float* plane = src + static_cast<size_t>(c) * n;
+    float* dst = out.Plane(c);
+    for (int s = 0; s < n; ++s) {
+      float g = out.samples > 1 ? gainStart + (gainEnd - gainStart) * s / out.samples : gainStart;
+      dst[s] += plane[s] * g;
+    }
   }
 }
 
-} // namespace
+void ClipSound::Mix(int64_t position, AudioBlock& out, float gainStart, float gainEnd) {
+  if (failed_ || out.samples <= 0 || out.channels <= 0) return;
+  if (!reader_) reader_ = std::make_unique<AudioReader>(probe_, out.frequency, out.channels);
+  if (position != next_) {
+    std::string error;
+    if (!reader_->Seek(FramesToUs(position, ctx_.fps), &error)) {
+      failed_ = true;
+      ctx_.Fail(error);
+      return;
+    }
+  }
+  next_ = position + 1;
+  const int n = out.samples;
+  buffer_.resize(static_cast<size_t>(out.channels) * n);
+  float* planes[8];
+  int channels = std::min(out.channels, 8);
+  for (int c = 0; c < channels; ++c)
+    planes[c] = buffer_.data() + static_cast<size_t>(c) * n;
+  int got = reader_->Read(planes, n);
+  // The end of the sound: what is missing stays silent.
+  for (int c = 0; c < channels; ++c)
+    std::fill(planes[c] + got, planes[c] + n, 0.0f);
+  MixPlanes(buffer_.data(), n, out, gainStart, gainEnd);
+}
 
 ItemAudio::ItemAudio(const MediaProbe& probe, RenderContext& ctx, const AudioChain::Settings& settings,
                      int64_t firstFrame, int64_t lastFrame)
     : probe_(probe), ctx_(ctx), settings_(settings), firstFrame_(firstFrame), lastFrame_(lastFrame) {}
 
-ItemAudio::~ItemAudio() {
-  if (producer_) mlt_producer_close(producer_);
-}
+ItemAudio::~ItemAudio() = default;
 
 bool ItemAudio::Open(const AudioBlock& out) {
-  std::string error;
-  producer_ = OpenAvformat(probe_, ctx_, "", &error);
-  if (!producer_) {
-    ctx_.Fail(error);
-    return false;
-  }
-  // Sound only, in the output's rate and channel layout.
-  mlt_properties_set_int(MLT_PRODUCER_PROPERTIES(producer_), "video_index", -1);
-  mlt_filter resample = mlt_factory_filter(ctx_.profile, "swresample", nullptr);
-  if (resample) {
-    mlt_producer_attach(producer_, resample);
-    mlt_filter_close(resample);
-  }
+  reader_ = std::make_unique<AudioReader>(probe_, out.frequency, out.channels);
   settings_.sampleRate = out.frequency;
   settings_.channels = out.channels;
+  std::string error;
   if (!chain_.Open(settings_, &error)) {
     ctx_.Fail(probe_.path + ": " + error);
     return false;
@@ -72,39 +70,32 @@ bool ItemAudio::Seek(int64_t itemFrame) {
   }
   double speed = settings_.speed > 0 ? std::clamp(settings_.speed, 0.1, 10.0) : 1.0;
   position_ = firstFrame_ + static_cast<int64_t>(std::floor(std::max<int64_t>(0, itemFrame) * speed));
+  if (!reader_->Seek(FramesToUs(position_, ctx_.fps), &error)) {
+    ctx_.Fail(error);
+    return false;
+  }
   return true;
 }
 
+// Pushes one source frame's worth of sound into the chain.
 bool ItemAudio::ReadFrame(const AudioBlock& out) {
-  mlt_producer_seek(producer_, static_cast<mlt_position>(position_));
-  mlt_frame frame = nullptr;
-  if (mlt_service_get_frame(MLT_PRODUCER_SERVICE(producer_), &frame, 0) != 0 || !frame) return false;
-  void* buffer = nullptr;
-  mlt_audio_format format = mlt_audio_float;
-  int frequency = out.frequency, channels = out.channels;
   double fps = static_cast<double>(ctx_.fps.num) / ctx_.fps.den;
-  int samples = mlt_audio_calculate_frame_samples(static_cast<float>(fps), frequency, position_);
-  bool ok = mlt_frame_get_audio(frame, &buffer, &format, &frequency, &channels, &samples) == 0 && buffer &&
-            samples > 0 && channels > 0;
-  if (ok) {
-    input_.resize(static_cast<size_t>(out.channels) * samples);
-    const float* planes[8];
-    for (int c = 0; c < out.channels && c < 8; ++c) {
-      float* plane = input_.data() + static_cast<size_t>(c) * samples;
-      for (int s = 0; s < samples; ++s)
-        plane[s] = SampleOf(buffer, format, channels, samples, std::min(c, channels - 1), s);
-      planes[c] = plane;
-    }
-    chain_.Push(planes, samples);
-  }
-  mlt_frame_close(frame);
+  int samples = mlt_audio_calculate_frame_samples(static_cast<float>(fps), out.frequency, position_);
+  input_.resize(static_cast<size_t>(out.channels) * samples);
+  float* planes[8];
+  const float* pushed[8];
+  int channels = std::min(out.channels, 8);
+  for (int c = 0; c < channels; ++c)
+    pushed[c] = planes[c] = input_.data() + static_cast<size_t>(c) * samples;
+  int got = reader_->Read(planes, samples);
+  if (got > 0) chain_.Push(pushed, got);
   ++position_;
-  return ok;
+  return got == samples;
 }
 
 void ItemAudio::Mix(int64_t itemFrame, AudioBlock& out, float gainStart, float gainEnd) {
   if (failed_ || out.samples <= 0 || out.channels <= 0) return;
-  if (!producer_ && !Open(out)) {
+  if (!reader_ && !Open(out)) {
     failed_ = true;
     return;
   }
@@ -122,14 +113,8 @@ void ItemAudio::Mix(int64_t itemFrame, AudioBlock& out, float gainStart, float g
   int channels = std::min(out.channels, 8);
   for (int c = 0; c < channels; ++c)
     planes[c] = output_.data() + static_cast<size_t>(c) * n;
-  int got = chain_.Pull(planes, n);
-  for (int c = 0; c < channels; ++c) {
-    float* dst = out.Plane(c);
-    for (int s = 0; s < got; ++s) {
-      float g = n > 1 ? gainStart + (gainEnd - gainStart) * s / n : gainStart;
-      dst[s] += planes[c][s] * g;
-    }
-  }
+  chain_.Pull(planes, n);
+  MixPlanes(output_.data(), n, out, gainStart, gainEnd);
 }
 
 } // namespace orma

@@ -1,8 +1,9 @@
-// The sound of a media item that needs processing (a play speed other than
-// 1, a voice effect or noise suppression). The item's picture may skip or
-// repeat source frames, but its sound must be continuous: it is read from
-// the source in order by a producer of its own (sound only), sent through
-// an AudioChain and handed out frame by frame as the output takes it.
+// The sound of media items, read from their files in order as the output
+// takes it: ClipSound for a clip played as it is, ItemAudio for sound that
+// needs processing (a play speed other than 1, a voice effect or noise
+// suppression). Both are used on the consumer's thread only, in timeline
+// order; a frame out of sequence (a seek, another scene of the same file)
+// restarts the reading there.
 #pragma once
 
 #include <cstdint>
@@ -10,12 +11,29 @@
 #include <string>
 #include <vector>
 
-#include <mlt-7/framework/mlt.h>
-
 #include "engine/audio_chain.h"
+#include "engine/audio_reader.h"
 #include "engine/render.h"
 
 namespace orma {
+
+/// A clip's sound at speed 1: the output frame that shows source frame
+/// `position` plays the sound of that frame.
+class ClipSound {
+public:
+  ClipSound(const MediaProbe& probe, RenderContext& ctx) : probe_(probe), ctx_(ctx) {}
+  /// Adds the sound of source frame `position` (frames at the output rate)
+  /// to `out`, times a gain ramped from `gainStart` to `gainEnd`.
+  void Mix(int64_t position, AudioBlock& out, float gainStart, float gainEnd);
+
+private:
+  MediaProbe probe_;
+  RenderContext& ctx_;
+  std::unique_ptr<AudioReader> reader_;
+  bool failed_ = false;
+  int64_t next_ = INT64_MIN;
+  std::vector<float> buffer_;
+};
 
 class ItemAudio {
 public:
@@ -25,10 +43,8 @@ public:
             int64_t firstFrame, int64_t lastFrame);
   ~ItemAudio();
 
-  /// Consumer thread, in order: adds the sound of the item's frame
-  /// `itemFrame` (frames since the item's start) to `out`, times a gain
-  /// ramped from `gainStart` to `gainEnd`. A frame out of sequence (a seek)
-  /// restarts the reading there.
+  /// Adds the sound of the item's frame `itemFrame` (frames since the item's
+  /// start) to `out`, times a gain ramped from `gainStart` to `gainEnd`.
   void Mix(int64_t itemFrame, AudioBlock& out, float gainStart, float gainEnd);
 
 private:
@@ -40,12 +56,16 @@ private:
   RenderContext& ctx_;
   AudioChain::Settings settings_;
   int64_t firstFrame_, lastFrame_;
-  mlt_producer producer_ = nullptr;
+  std::unique_ptr<AudioReader> reader_;
   AudioChain chain_;
   bool failed_ = false;
   int64_t nextItemFrame_ = INT64_MIN;
   int64_t position_ = 0; ///< next source frame to read
   std::vector<float> input_, output_;
 };
+
+/// Adds n samples of every plane of `src` (planar, n per plane) to `out`,
+/// times a gain ramped from `gainStart` to `gainEnd` over out's frame.
+void MixPlanes(const float* src, int n, AudioBlock& out, float gainStart, float gainEnd);
 
 } // namespace orma

@@ -82,7 +82,7 @@ float Lerp(float a, float b, float t) { return a + (b - a) * t; }
 int Half(int n) { return (n + 1) / 2; }
 
 struct MatteFrame {
-  std::shared_ptr<Decoded> decoded;
+  DecodedPtr decoded;
   PicturePtr picture;
 };
 
@@ -340,10 +340,7 @@ LumaMatte::~LumaMatte() { Release(); }
 
 void LumaMatte::Release() {
   still_.reset();
-  if (producer_) {
-    mlt_producer_close(producer_);
-    producer_ = nullptr;
-  }
+  video_.reset();
 }
 
 std::shared_ptr<const void> LumaMatte::Fetch(int64_t itemFrame) {
@@ -364,38 +361,21 @@ std::shared_ptr<const void> LumaMatte::Fetch(int64_t itemFrame) {
     }
     return still_;
   }
-  if (!producer_) {
-    std::string error;
-    producer_ = OpenAvformat(probe_, ctx_, "", &error);
-    if (!producer_) {
+  std::string error;
+  if (!video_) {
+    video_ = VideoDecoder::Open(probe_, ctx_.fps, ctx_.matrix, false, &error);
+    if (!video_) {
       ctx_.Fail(error);
       return nullptr;
     }
-    mlt_properties_set_int(MLT_PRODUCER_PROPERTIES(producer_), "audio_index", -1);
   }
   int64_t position = ((itemFrame % frames_) + frames_) % frames_;
-  mlt_producer_seek(producer_, static_cast<mlt_position>(position));
-  mlt_frame child = nullptr;
-  if (mlt_service_get_frame(MLT_PRODUCER_SERVICE(producer_), &child, 0) != 0 || !child) return nullptr;
-  auto decoded = std::make_shared<Decoded>();
-  decoded->child = child;
-  mlt_properties_inc_ref(MLT_PRODUCER_PROPERTIES(producer_));
-  decoded->keep = producer_;
-  uint8_t* image = nullptr;
-  mlt_image_format format = mlt_image_yuv420p;
-  int w = 0, h = 0;
-  if (mlt_frame_get_image(child, &image, &format, &w, &h, 0) != 0 || !image || format != mlt_image_yuv420p) {
-    ctx_.Fail(probe_.path + ": cannot decode the mask video");
+  auto frame = std::make_shared<MatteFrame>();
+  frame->decoded = video_->PictureAt(position, &error);
+  if (!frame->decoded) {
+    ctx_.Fail(error.empty() ? probe_.path + ": cannot decode the mask video" : error);
     return nullptr;
   }
-  decoded->width = w;
-  decoded->height = h;
-  decoded->yuv = Yuv420View(image, w, h);
-  mlt_properties props = MLT_FRAME_PROPERTIES(child);
-  decoded->color.matrix = mlt_properties_get_int(props, "colorspace") == 709 ? 709 : 601;
-  decoded->color.fullRange = mlt_properties_get_int(props, "full_range") != 0;
-  auto frame = std::make_shared<MatteFrame>();
-  frame->decoded = decoded;
   return frame;
 }
 
@@ -409,6 +389,11 @@ void LumaMatte::Apply(Yuv& img, const std::shared_ptr<const void>& frame) const 
     c.matrix = ctx_.matrix;
     const Yuv& v = m.picture->view();
     ok = ScaleYuv(v, 0, 0, v.w, v.h, c, scaled.view(), ctx_.matrix, false);
+  } else if (m.decoded && m.decoded->rgba) {
+    const Decoded& d = *m.decoded;
+    Picture& withAlpha = ScratchPicture(46, img.w, img.h, true);
+    ok = ScaleRgba(d.rgba, d.width * 4, 0, 0, d.width, d.height, withAlpha.view(), ctx_.matrix);
+    if (ok) CopyPicture(scaled.view(), withAlpha.view());
   } else if (m.decoded) {
     const Decoded& d = *m.decoded;
     ok = ScaleYuv(d.yuv, 0, 0, d.width, d.height, d.color, scaled.view(), ctx_.matrix, false);

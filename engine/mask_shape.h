@@ -103,7 +103,7 @@ public:
 private:
   MediaProbe probe_;
   RenderContext& ctx_;
-  mlt_producer producer_ = nullptr;
+  std::unique_ptr<VideoDecoder> video_;
   std::shared_ptr<const void> still_;
   int64_t frames_ = 1;
 };

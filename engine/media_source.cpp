@@ -17,12 +17,6 @@ namespace orma {
 
 namespace {
 
-void CloseDescriptor(void* box) {
-  int* fd = static_cast<int*>(box);
-  if (*fd >= 0) ::close(*fd);
-  delete fd;
-}
-
 // Rectangles are (left, top, right, bottom); all zero means the whole frame.
 void NormalisedRect(const PropertyBag& attrs, const char* name, float out[4]) {
   float r[4] = {0, 0, 0, 0};
@@ -40,50 +34,6 @@ void NormalisedRect(const PropertyBag& attrs, const char* name, float out[4]) {
 int EvenFloor(double v) { return static_cast<int>(std::floor(v / 2.0)) * 2; }
 
 } // namespace
-
-Decoded::~Decoded() {
-  if (child) mlt_frame_close(child);
-  if (keep) mlt_producer_close(keep);
-}
-
-// Opens the file through MLT's avformat producer. The resource is the plain
-// absolute path with FFmpeg's protocol whitelist, or, for a path the
-// producer would misread (one holding ':'), a /proc/self/fd alias of a
-// descriptor opened here that lives as long as the producer.
-mlt_producer OpenAvformat(const MediaProbe& probe, RenderContext& ctx, const std::string& extra,
-                          std::string* error) {
-  std::string path = probe.path;
-  int fd = -1;
-  if (!PathIsPlainForAvformat(path)) {
-    fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    struct stat st;
-    if (fd < 0 || fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-      if (fd >= 0) ::close(fd);
-      *error = path + ": " + std::strerror(errno);
-      return nullptr;
-    }
-    path = "/proc/self/fd/" + std::to_string(fd);
-  }
-  std::string options = extra;
-  if (probe.container == "image2") options += std::string(options.empty() ? "" : "&") + "pattern_type=none";
-  std::string resource = AvformatResource(path, options, error);
-  if (resource.empty()) {
-    if (fd >= 0) ::close(fd);
-    return nullptr;
-  }
-  ClearLibraryError();
-  mlt_producer producer = mlt_factory_producer(ctx.profile, "avformat", resource.c_str());
-  if (!producer) {
-    std::string cause = LastLibraryError();
-    *error = probe.path + ": cannot be opened for decoding" + (cause.empty() ? "" : " (" + cause + ")");
-    if (fd >= 0) ::close(fd);
-    return nullptr;
-  }
-  if (fd >= 0)
-    mlt_properties_set_data(MLT_PRODUCER_PROPERTIES(producer), "orma.fd", new int(fd), 0, CloseDescriptor,
-                            nullptr);
-  return producer;
-}
 
 MediaSource::MediaSource(const Media& media, int64_t sceneFrames, RenderContext& ctx)
     : media_(media), ctx_(ctx), sceneFrames_(sceneFrames) {
@@ -156,44 +106,23 @@ void MediaSource::Release() {
   still_.reset();
   sound_.reset();
   if (look_) look_->Release();
-  if (producer_) {
-    ctx_.producers.Give(PoolKey(), producer_, lastPosition_ == INT64_MIN ? 0 : lastPosition_);
-    producer_ = nullptr;
-  }
+  if (reader_.video || reader_.sound) ctx_.clips.Give(media_.probe.path, std::move(reader_));
+  reader_ = ClipReader();
   lastPosition_ = INT64_MIN;
 }
 
-std::string MediaSource::PoolKey() const {
-  return media_.probe.path + (audioWanted_ ? "\n+sound" : "\n-sound");
-}
-
-bool MediaSource::OpenProducer(int64_t position) {
-  producer_ = ctx_.producers.Take(PoolKey(), position);
-  if (producer_) return true;
-  std::string error;
-  producer_ = OpenAvformat(media_.probe, ctx_, ctx_.decoderOptions, &error);
-  if (!producer_) {
-    ctx_.Fail(error);
-    return false;
-  }
-  mlt_properties props = MLT_PRODUCER_PROPERTIES(producer_);
-  // Frames are read in order and held by the engine itself; the producer's
-  // own cache of decoded pictures would only add memory.
-  mlt_properties_set_int(props, "noimagecache", 1);
-  // One decoding thread: decoding runs ahead of the encoder, which is the
-  // bottleneck, and each frame thread would keep pictures of its own (about
-  // 20 MB at 1080p for a second thread).
-  mlt_properties_set_int(props, "threads", 1);
-  if (!audioWanted_ || processedSound_) {
-    mlt_properties_set_int(props, "audio_index", -1);
-  } else {
-    // Sound in the output's rate and channel layout.
-    mlt_filter resample = mlt_factory_filter(ctx_.profile, "swresample", nullptr);
-    if (resample) {
-      mlt_producer_attach(producer_, resample);
-      mlt_filter_close(resample);
+bool MediaSource::OpenReader(int64_t position) {
+  reader_ = ctx_.clips.Take(media_.probe.path, position);
+  if (media_.probe.hasVideo && !reader_.video) {
+    std::string error;
+    reader_.video = VideoDecoder::Open(media_.probe, ctx_.fps, ctx_.matrix, ctx_.hardwareDecoding, &error);
+    if (!reader_.video) {
+      ctx_.Fail(error);
+      return false;
     }
   }
+  if (audioWanted_ && !processedSound_ && !reader_.sound)
+    reader_.sound = std::make_shared<ClipSound>(media_.probe, ctx_);
   return true;
 }
 
@@ -244,67 +173,35 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
     if (look_ && frame->visible) frame->look = look_->Prepare(t - offset_, frame.get());
     return frame;
   }
-  if (!producer_ && !OpenProducer(position)) {
+  if (!reader_.video && !reader_.sound && !OpenReader(position)) {
     frame->visible = false;
     return frame;
   }
   // A held frame (the same source position again) reuses the decoded
-  // picture instead of seeking and decoding it once more.
-  if (position == lastPosition_ && last_) {
+  // picture and plays no sound; the decoder itself also keeps its last
+  // picture for a source frame shown at several positions.
+  bool fresh = position != lastPosition_ || (media_.probe.hasVideo && !last_);
+  if (!fresh) {
     frame->decoded = last_;
   } else {
-    mlt_producer_seek(producer_, position);
-    mlt_frame child = nullptr;
-    if (mlt_service_get_frame(MLT_PRODUCER_SERVICE(producer_), &child, 0) != 0 || !child) {
-      ctx_.Fail(media_.probe.path + ": cannot read frame " + std::to_string(position));
-      frame->visible = false;
-      return frame;
-    }
-    auto decoded = std::make_shared<Decoded>();
-    decoded->child = child;
-    mlt_properties_inc_ref(MLT_PRODUCER_PROPERTIES(producer_));
-    decoded->keep = producer_;
     if (media_.probe.hasVideo) {
-      uint8_t* image = nullptr;
-      mlt_image_format format = mlt_image_yuv420p;
-      int w = 0, h = 0;
-      ClearLibraryError();
-      if (mlt_frame_get_image(child, &image, &format, &w, &h, 0) != 0 || !image || w <= 0 || h <= 0) {
-        std::string cause = LastLibraryError();
-        ctx_.Fail(media_.probe.path + ": cannot decode frame " + std::to_string(position) +
-                  (cause.empty() ? "" : " (" + cause + ")"));
+      std::string error;
+      DecodedPtr decoded = reader_.video->PictureAt(position, &error);
+      if (!decoded) {
+        ctx_.Fail(error.empty() ? media_.probe.path + ": cannot decode frame " + std::to_string(position)
+                                : error);
         frame->visible = false;
         return frame;
       }
-      decoded->width = w;
-      decoded->height = h;
-      // The matrix the file declares; a file that declares none is taken to
-      // be in the canvas's matrix (MLT 7.12 would call every such file
-      // BT.601, and converting would cost every frame for a guess).
-      mlt_properties props = MLT_FRAME_PROPERTIES(child);
-      decoded->color.matrix = media_.probe.matrix ? media_.probe.matrix : ctx_.matrix;
-      decoded->color.fullRange = media_.probe.fullRange || mlt_properties_get_int(props, "full_range") != 0;
-      if (format == mlt_image_yuv420p) {
-        // MLT's contiguous 4:2:0 layout (mlt_image_format_planes of MLT
-        // 7.12 misplaces the third plane, so it is not used).
-        decoded->yuv = Yuv420View(image, w, h);
-      } else if (format == mlt_image_rgba) {
-        decoded->rgba = image;
-      } else {
-        // Ask for RGBA, which every source converts to.
-        format = mlt_image_rgba;
-        if (mlt_frame_get_image(child, &image, &format, &w, &h, 0) != 0 || format != mlt_image_rgba) {
-          ctx_.Fail(media_.probe.path + ": unsupported picture format");
-          frame->visible = false;
-          return frame;
-        }
-        decoded->rgba = image;
-      }
+      last_ = decoded;
+      frame->decoded = decoded;
     }
-    last_ = decoded;
     lastPosition_ = position;
-    frame->decoded = decoded;
-    frame->audio = withAudio && audioWanted_ && !clamped;
+    frame->audio = withAudio && audioWanted_ && !processedSound_ && !clamped;
+    if (frame->audio) {
+      frame->clipSound = reader_.sound;
+      frame->clipPosition = position;
+    }
   }
 
   if (frame->audio) {

@@ -105,11 +105,6 @@ bool DecodesOneFrame(AVFormatContext* ctx, int stream, std::string* error) {
 
 } // namespace
 
-bool PathIsPlainForAvformat(const std::string& nativePath) {
-  return !nativePath.empty() && nativePath[0] == '/' && nativePath.find(':') == std::string::npos &&
-         nativePath.find('\\') == std::string::npos;
-}
-
 std::string ResolveLocalFile(const char* path, std::string* error) {
   if (!path || !*path) {
     *error = "empty path";
@@ -358,18 +353,27 @@ MediaProbe ProbeMedia(const char* path, bool decode) {
   return probe;
 }
 
-std::string AvformatResource(const std::string& nativePath, const std::string& extraOptions,
-                             std::string* error) {
-  // MLT's avformat producer reads "name:rest" as a device or format name and
-  // "\?" as the start of options; a path holding either must be handed over
-  // as a /proc/self/fd alias by the caller instead.
-  if (!PathIsPlainForAvformat(nativePath)) {
-    *error = "path cannot be passed to the decoder as it stands: " + nativePath;
-    return "";
+AVFormatContext* OpenMediaInput(const MediaProbe& probe, std::string* error) {
+  QuietLibraries();
+  const AVInputFormat* demuxer =
+      probe.container.empty() ? nullptr : av_find_input_format(probe.container.c_str());
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "protocol_whitelist", "file", 0);
+  if (probe.container == "image2") av_dict_set(&options, "pattern_type", "none", 0);
+  std::string url = "file:" + probe.path;
+  AVFormatContext* raw = nullptr;
+  int rc = avformat_open_input(&raw, url.c_str(), demuxer, &options);
+  av_dict_free(&options);
+  if (rc < 0) {
+    *error = probe.path + ": " + AvError(rc);
+    return nullptr;
   }
-  std::string resource = nativePath + "\\?protocol_whitelist=file";
-  if (!extraOptions.empty()) resource += "&" + extraOptions;
-  return resource;
+  std::unique_ptr<AVFormatContext, FormatCloser> ctx(raw);
+  if ((rc = avformat_find_stream_info(ctx.get(), nullptr)) < 0) {
+    *error = probe.path + ": " + AvError(rc);
+    return nullptr;
+  }
+  return ctx.release();
 }
 
 } // namespace orma

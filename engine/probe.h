@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string>
 
+struct AVFormatContext;
+
 namespace orma {
 
 struct MediaProbe {
@@ -40,14 +42,11 @@ std::string ResolveLocalFile(const char* path, std::string* error);
 /// rendering.
 MediaProbe ProbeMedia(const char* path, bool decode);
 
-/// True when MLT's avformat producer takes the path literally: absolute,
-/// without ':' or '\\'.
-bool PathIsPlainForAvformat(const std::string& nativePath);
-
-/// The resource string for MLT's avformat producer: the path, with FFmpeg's
-/// protocol whitelist limited to "file" (and the decoder options given).
-/// Paths that the producer would read as "format:resource" are refused.
-std::string AvformatResource(const std::string& nativePath, const std::string& extraOptions,
-                             std::string* error);
+/// Opens a file the probe accepted for reading, under the same rules: FFmpeg
+/// limited to the "file" protocol, the demuxer the probe found (never one
+/// guessed again from the name), no file-name patterns; its streams are
+/// read. Null, with *error naming the file and the cause, on failure; close
+/// with avformat_close_input.
+AVFormatContext* OpenMediaInput(const MediaProbe& probe, std::string* error);
 
 } // namespace orma

@@ -1,5 +1,6 @@
 #include "engine/render.h"
 
+#include "engine/item_audio.h"
 #include "engine/item_look.h"
 
 #include <algorithm>
@@ -20,41 +21,34 @@ std::string RenderContext::Error() {
   return error;
 }
 
-ProducerPool::~ProducerPool() {
-  for (Idle& i : idle_)
-    mlt_producer_close(i.producer);
-}
-
-mlt_producer ProducerPool::Take(const std::string& key, int64_t position) {
+ClipReader ClipPool::Take(const std::string& path, int64_t position) {
   std::lock_guard<std::mutex> lock(mutex_);
   int best = -1;
   for (size_t i = 0; i < idle_.size(); ++i) {
-    if (idle_[i].key != key) continue;
-    bool before = idle_[i].position <= position;
+    if (idle_[i].path != path) continue;
     if (best < 0) {
       best = static_cast<int>(i);
       continue;
     }
-    const Idle& b = idle_[best];
-    bool bestBefore = b.position <= position;
-    if ((before && !bestBefore) || (before == bestBefore && std::llabs(idle_[i].position - position) <
-                                                                std::llabs(b.position - position)))
+    int64_t p = idle_[i].reader.video ? idle_[i].reader.video->position() : INT64_MIN;
+    int64_t q = idle_[best].reader.video ? idle_[best].reader.video->position() : INT64_MIN;
+    bool before = p <= position, bestBefore = q <= position;
+    if ((before && !bestBefore) ||
+        (before == bestBefore && std::llabs(p - position) < std::llabs(q - position)))
       best = static_cast<int>(i);
   }
-  if (best < 0) return nullptr;
-  mlt_producer p = idle_[best].producer;
+  if (best < 0) return ClipReader();
+  ClipReader r = std::move(idle_[best].reader);
   idle_.erase(idle_.begin() + best);
-  return p;
+  return r;
 }
 
-void ProducerPool::Give(const std::string& key, mlt_producer producer, int64_t position) {
+void ClipPool::Give(const std::string& path, ClipReader reader) {
   std::lock_guard<std::mutex> lock(mutex_);
-  idle_.push_back({key, producer, position});
-  // A few idle decoders at most: each holds its decoder's frames.
-  while (idle_.size() > 2) {
-    mlt_producer_close(idle_.front().producer);
+  idle_.push_back({path, std::move(reader)});
+  // A few idle readers at most: each decoder holds its pictures.
+  while (idle_.size() > 2)
     idle_.erase(idle_.begin());
-  }
 }
 
 Picture& ScratchPicture(int slot, int width, int height, bool alpha) {

@@ -21,28 +21,35 @@
 #include "engine/audio_chain.h"
 #include "engine/image.h"
 #include "engine/model.h"
+#include "engine/video_decoder.h"
 
 namespace orma {
 
-/// Decoders of clips that a scene no longer needs, kept for the next scene
+class ClipSound;
+
+/// What reads one clip: its picture decoder and its sound reader.
+struct ClipReader {
+  std::unique_ptr<VideoDecoder> video;
+  std::shared_ptr<ClipSound> sound;
+};
+
+/// Readers of clips that a scene no longer needs, kept for the next scene
 /// that reads the same file. Cutting back and forth between a few clips is
-/// the common draft; reusing a producer that already stands just before the
+/// the common draft; reusing a decoder that already stands just before the
 /// next scene's first frame turns a seek (decoding from the previous key
 /// frame) and a reopening into a few frames of reading forward.
-class ProducerPool {
+class ClipPool {
 public:
-  ~ProducerPool();
-  /// An idle producer for `key` standing at or before `position` (the
-  /// nearest), or any idle one for `key`, or null.
-  mlt_producer Take(const std::string& key, int64_t position);
-  /// Hands a producer back (the pool now holds the caller's reference).
-  void Give(const std::string& key, mlt_producer producer, int64_t position);
+  /// An idle reader of `path` whose decoder stands at or before `position`
+  /// (the nearest), or any idle one of `path`, or an empty one.
+  ClipReader Take(const std::string& path, int64_t position);
+  /// Hands a reader back for later scenes.
+  void Give(const std::string& path, ClipReader reader);
 
 private:
   struct Idle {
-    std::string key;
-    mlt_producer producer;
-    int64_t position;
+    std::string path;
+    ClipReader reader;
   };
   std::mutex mutex_;
   std::vector<Idle> idle_;
@@ -55,8 +62,8 @@ struct RenderContext {
   int height = 0;
   int matrix = 601;
   Rational fps;
-  std::string decoderOptions; ///< extra avformat options (hardware decoding)
-  ProducerPool producers;
+  bool hardwareDecoding = false; ///< decode clips with VA-API
+  ClipPool clips;
   std::atomic<bool> failed{false};
   std::mutex errorMutex;
   std::string error;
@@ -75,18 +82,6 @@ struct AudioBlock {
   float* Plane(int c) { return data.data() + static_cast<size_t>(c) * samples; }
 };
 
-/// A decoded frame of a clip; owns the MLT frame that holds the pixels and a
-/// reference to its producer, so it outlives the source's release.
-struct Decoded {
-  ~Decoded();
-  mlt_frame child = nullptr;
-  mlt_producer keep = nullptr;
-  Yuv yuv;                       ///< the picture, when 4:2:0
-  const uint8_t* rgba = nullptr; ///< the picture, when RGBA
-  int width = 0, height = 0;
-  Colorimetry color;
-};
-
 struct LookFrame;
 class ItemLook;
 class ItemAudio;
@@ -94,9 +89,11 @@ class ItemAudio;
 /// What one media item contributes to one frame.
 struct SourceFrame {
   bool visible = false;
-  PicturePtr still;                 ///< a picture, already at its target size
-  std::shared_ptr<Decoded> decoded; ///< a clip's frame at its own size
-  bool audio = false;               ///< the decoded frame's sound belongs to this frame
+  PicturePtr still;   ///< a picture, already at its target size
+  DecodedPtr decoded; ///< a clip's frame at its own size
+  bool audio = false; ///< the clip's sound at `clipPosition` belongs to this frame
+  std::shared_ptr<ClipSound> clipSound;
+  int64_t clipPosition = 0; ///< source frame (at the output rate) the sound is read at
   float gainStart = 1.0f, gainEnd = 1.0f;
   std::shared_ptr<const LookFrame> look; ///< the item's state, when it has a look (item_look.h)
   std::shared_ptr<ItemAudio> sound;      ///< the item's processed sound (item_audio.h), mixed in order
@@ -113,8 +110,8 @@ struct ItemLayout {
   bool FullCanvas(int width, int height) const { return x == 0 && y == 0 && w == width && h == height; }
 };
 
-/// Decoding side of one media item of a scene: an MLT avformat producer made
-/// on first use and dropped once the scene is over.
+/// Decoding side of one media item of a scene: a clip reader taken on first
+/// use and handed back once the scene is over.
 class MediaSource {
 public:
   MediaSource(const Media& media, int64_t sceneFrames, RenderContext& ctx);
@@ -132,8 +129,7 @@ public:
   const Media& media() const { return media_; }
 
 private:
-  bool OpenProducer(int64_t position);
-  std::string PoolKey() const;
+  bool OpenReader(int64_t position);
   PicturePtr LoadStill();
   int64_t SourceFrameAt(int64_t t, bool* clamped, bool* visible) const;
 
@@ -150,22 +146,16 @@ private:
   bool audioWanted_ = false;
   float volume_ = 1.0f;
   int64_t fadeInFrames_ = 0, fadeOutFrames_ = 0;
-  mlt_producer producer_ = nullptr;
-  int fd_ = -1;
+  ClipReader reader_;
   PicturePtr still_;
   int64_t lastPosition_ = INT64_MIN;
-  std::shared_ptr<Decoded> last_;
+  DecodedPtr last_;
   std::unique_ptr<ItemLook> look_; ///< null for an item drawn by the plain path
   float GainAt(int64_t itemFrame) const;
   bool processedSound_ = false;
   AudioChain::Settings soundSettings_;
   std::shared_ptr<ItemAudio> sound_;
 };
-
-/// Opens a media file through MLT's avformat producer, safely (see
-/// media_source.cpp).
-mlt_producer OpenAvformat(const MediaProbe& probe, RenderContext& ctx, const std::string& extraOptions,
-                          std::string* error);
 
 class Painter;
 
@@ -183,10 +173,6 @@ public:
 
   FramePtr Fetch(int64_t t, bool withAudio);
   void Composite(const Frame& frame, Yuv& canvas) const;
-  /// The frame's one picture when compositing would only copy it (one
-  /// opaque decoded item over the whole canvas at the canvas's size, format,
-  /// matrix and range, unmirrored and uncropped); null otherwise.
-  const uint8_t* Direct(const Frame& frame) const;
   /// Adds the frame's sound, times `gain` (ramped from start to end), to out.
   void MixAudio(const Frame& frame, AudioBlock& out, float gainStart, float gainEnd) const;
   void Release();

@@ -1,11 +1,7 @@
 // Still pictures (png, jpg, bmp, webp, one-frame gif) are decoded here with
 // libavformat and libavcodec, under the same rules as every media file (a
 // plain local file, FFmpeg limited to the "file" protocol, the demuxer that
-// the probe accepted). MLT 7.12's avformat producer is not used for them: it
-// returns its 720x576 test card for most JPEG pictures (every JPEG from
-// 1280x720 up that was tried, from FFmpeg and from other encoders alike).
-// A picture is decoded once per scene, so nothing is lost by not having MLT
-// schedule it.
+// the probe accepted), once per scene, into straight RGBA.
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
@@ -37,27 +33,13 @@ bool FullRange(const AVFrame* f) {
 } // namespace
 
 bool LoadRgba(const MediaProbe& probe, RenderContext&, RgbaImage* out, std::string* error) {
-  QuietLibraries();
-  const AVInputFormat* format =
-      probe.container.empty() ? nullptr : av_find_input_format(probe.container.c_str());
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "protocol_whitelist", "file", 0);
-  if (probe.container == "image2") av_dict_set(&options, "pattern_type", "none", 0);
-  AVFormatContext* fmt = nullptr;
-  std::string url = "file:" + probe.path;
-  int rc = avformat_open_input(&fmt, url.c_str(), format, &options);
-  av_dict_free(&options);
-  if (rc < 0) {
-    *error = probe.path + ": " + AvError(rc);
-    return false;
-  }
+  AVFormatContext* fmt = OpenMediaInput(probe, error);
+  if (!fmt) return false;
   AVCodecContext* dec = nullptr;
   AVPacket* pkt = av_packet_alloc();
   AVFrame* frame = av_frame_alloc();
   bool got = false;
-  int stream = -1;
-  if (avformat_find_stream_info(fmt, nullptr) >= 0)
-    stream = av_find_best_stream(fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  int stream = av_find_best_stream(fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
   if (stream >= 0) {
     const AVCodec* codec = avcodec_find_decoder(fmt->streams[stream]->codecpar->codec_id);
     dec = codec ? avcodec_alloc_context3(codec) : nullptr;

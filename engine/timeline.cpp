@@ -69,8 +69,7 @@ bool ConvertCanvas(const uint8_t* src, int w, int h, mlt_image_format to, uint8_
   return true;
 }
 
-int ClipGetImage(mlt_frame frame, uint8_t** image, mlt_image_format* format, int* width, int* height,
-                 int writable) {
+int ClipGetImage(mlt_frame frame, uint8_t** image, mlt_image_format* format, int* width, int* height, int) {
   auto* box =
       static_cast<ClipJob*>(mlt_properties_get_data(MLT_FRAME_PROPERTIES(frame), "orma.job", nullptr));
   if (!box) return 1;
@@ -78,20 +77,6 @@ int ClipGetImage(mlt_frame frame, uint8_t** image, mlt_image_format* format, int
   int w = ctx.width, h = ctx.height;
   int size = Yuv420Size(w, h);
   mlt_image_format requested = *format;
-  // Only a reader may get the decoder's own picture: stacked elements and
-  // adjustment layers draw onto the picture they are given, and a decoded
-  // picture can be shown again (held last frame, slow motion).
-  bool direct = !writable && (requested == mlt_image_yuv420p || requested == mlt_image_none);
-  if (const uint8_t* picture = direct ? box->clip->segment->Direct(box->job) : nullptr) {
-    // The decoded picture itself; the job (a property of this frame) keeps
-    // it alive, so the frame does not own it.
-    mlt_frame_set_image(frame, const_cast<uint8_t*>(picture), size, nullptr);
-    *image = const_cast<uint8_t*>(picture);
-    *format = mlt_image_yuv420p;
-    *width = w;
-    *height = h;
-    return 0;
-  }
   uint8_t* buffer = static_cast<uint8_t*>(mlt_pool_alloc(size));
   Yuv canvas = Yuv420View(buffer, w, h);
   if (box->clip->segment->overlay) Fill(canvas, YuvColor{});

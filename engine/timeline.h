@@ -39,10 +39,6 @@ public:
   virtual void Render(const std::shared_ptr<void>& job, Yuv& canvas) const = 0;
   /// Consumer thread, in order: adds the frame's sound.
   virtual void Audio(const std::shared_ptr<void>& job, AudioBlock& out) const = 0;
-  /// When the frame is exactly one decoded picture in the canvas's format
-  /// and size, that picture (contiguous 4:2:0, alive as long as the job):
-  /// it is handed on without compositing or copying.
-  virtual const uint8_t* Direct(const std::shared_ptr<void>&) const { return nullptr; }
   int64_t start = 0;
   int64_t end = 0;
   /// A segment of a stacked element draws over the picture below it (its

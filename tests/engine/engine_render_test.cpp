@@ -283,6 +283,20 @@ TEST_F(EngineRender, ManyShortScenesCutBetweenPositionsFrameAccurately) {
   }
 }
 
+// Phones store what they film sideways and say how to turn it: the clip is
+// shown as players show it.
+TEST_F(EngineRender, AClipFilmedSidewaysIsShownUpright) {
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 1, "sideways.mp4");
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  EXPECT_COLOR(v, F(0.5), 0.2, 0.2, kBlue);
+  EXPECT_COLOR(v, F(0.5), 0.8, 0.2, kBlue);
+  EXPECT_COLOR(v, F(0.5), 0.2, 0.8, kRed);
+  EXPECT_COLOR(v, F(0.5), 0.8, 0.8, kRed);
+}
+
 TEST_F(EngineRender, MirroringFlipsTheMedia) {
   OrmaVideoHandle vv = NewVideo();
   OrmaMediaHandle m = nullptr;

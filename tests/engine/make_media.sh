@@ -21,6 +21,12 @@ ff -f lavfi -i "color=c=red:s=$size:r=25:d=0.5" -f lavfi -i "color=c=0x00ff00:s=
 # every 50 frames, so positions can be read back from the pixels.
 ff -f lavfi -i "color=c=black:s=$size:r=25:d=3" -vf "format=yuv420p,geq=lum='16+3*N':cb=128:cr=128" \
    -c:v libx264 -g 50 -crf 10 -pix_fmt yuv420p counter.mp4
+# A clip filmed sideways: left half red, right half blue, stored with a
+# display matrix that turns it a quarter counter-clockwise (blue on top).
+ff -f lavfi -i "color=c=red:s=160x180:r=25:d=1" -f lavfi -i "color=c=blue:s=160x180:r=25:d=1" \
+   -filter_complex "[0][1]hstack" -c:v libx264 -pix_fmt yuv420p halves_upright.mp4
+ff -i halves_upright.mp4 -c copy -metadata:s:v rotate=90 sideways.mp4
+rm halves_upright.mp4
 # Pictures: left half red and right half blue; the same twice as wide; yellow.
 ff -f lavfi -i "color=c=red:s=160x180" -f lavfi -i "color=c=blue:s=160x180" \
    -filter_complex "[0][1]hstack" -frames:v 1 halves.png

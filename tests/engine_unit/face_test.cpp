@@ -209,10 +209,11 @@ TEST_F(Faces, TrackerReusesItsFacesBetweenDetections) {
   FaceTracker tracker(FaceDetector::Shared());
   // A clip's frame (here the picture's planes) at frames 0 to 10.
   SourceFrame frame;
-  frame.decoded = std::make_shared<Decoded>();
-  frame.decoded->yuv = v;
-  frame.decoded->width = v.w;
-  frame.decoded->height = v.h;
+  auto decoded = std::make_shared<Decoded>();
+  decoded->yuv = v;
+  decoded->width = v.w;
+  decoded->height = v.h;
+  frame.decoded = decoded;
   const float crop[4] = {0, 0, 1, 1};
   auto first = tracker.At(0, frame, crop, false, false);
   ASSERT_TRUE(first);
@@ -238,10 +239,11 @@ TEST_F(Faces, TrackerFindsFacesInRgbaFramesAndCropAreas) {
   std::string error;
   ASSERT_TRUE(LoadRgba(probe, ctx, &rgba, &error)) << error;
   SourceFrame frame;
-  frame.decoded = std::make_shared<Decoded>();
-  frame.decoded->rgba = rgba.pixels.data();
-  frame.decoded->width = rgba.width;
-  frame.decoded->height = rgba.height;
+  auto decoded = std::make_shared<Decoded>();
+  decoded->rgba = rgba.pixels.data();
+  decoded->width = rgba.width;
+  decoded->height = rgba.height;
+  frame.decoded = decoded;
   const float whole[4] = {0, 0, 1, 1}, right[4] = {0.25f, 0, 1, 1};
   FaceTracker tracker(FaceDetector::Shared());
   auto faces = tracker.At(0, frame, whole, false, false);
