@@ -24,6 +24,9 @@ public:
   void Audio(const std::shared_ptr<void>& job, AudioBlock& out) const override {
     scene_->MixAudio(*std::static_pointer_cast<SceneRenderer::Frame>(job), out, 1.0f, 1.0f);
   }
+  void Drawn(const std::shared_ptr<void>& job) const override {
+    SceneRenderer::DropPictures(*std::static_pointer_cast<SceneRenderer::Frame>(job));
+  }
 
 private:
   SceneRenderer* scene_;
@@ -76,6 +79,12 @@ public:
     a_->Composite(*j.a, a.view());
     b_->Composite(*j.b, b.view());
     j.effect->Render(canvas, a.view(), b.view(), j.p);
+  }
+
+  void Drawn(const std::shared_ptr<void>& job) const override {
+    const Job& j = *std::static_pointer_cast<Job>(job);
+    SceneRenderer::DropPictures(*j.a);
+    SceneRenderer::DropPictures(*j.b);
   }
 
   // The sound crosses over linearly across the transition.

@@ -17,7 +17,6 @@ extern "C" {
 #include <climits>
 #include <cstring>
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include "engine/encoder.h"
@@ -192,9 +191,10 @@ int32_t Render(VirtualVideo& video) {
   mlt_producer_seek(producer, static_cast<mlt_position>(first));
   int64_t total = last - first;
 
-  // MLT renders the frames ahead on worker threads (its parallel image
-  // processing); this thread takes them in order, mixes nothing itself, and
-  // hands pictures and sound to the encoder.
+  // MLT's read-ahead thread renders the frames in order (fetching and
+  // decoding the sources, drawing, mixing the sound) while this thread hands
+  // the finished ones to the encoder, so rendering overlaps the encoder's
+  // waits instead of alternating with them.
   Encoder encoder;
   EncoderSettings es;
   es.path = temp;
@@ -216,17 +216,8 @@ int32_t Render(VirtualVideo& video) {
     LogOnce("rate-" + audioCodec, audioCodec + " takes no " + std::to_string(s.sampleRate) +
                                       " Hz sound; it is written at " + std::to_string(rate) + " Hz");
 
-  mlt_consumer consumer = mlt_consumer_new(profile.get());
+  mlt_consumer consumer = MakeFrameRenderer(profile.get(), rate, s.channels);
   if (!consumer) return Failure(kFrameworkUnavailable, "cannot create the frame renderer");
-  mlt_properties cp = MLT_CONSUMER_PROPERTIES(consumer);
-  int cores = std::max(1u, std::thread::hardware_concurrency());
-  mlt_properties_set_int(cp, "real_time", -cores);
-  mlt_properties_set_int(cp, "buffer", std::max(4, 2 * cores));
-  mlt_properties_set_int(cp, "prefill", 1);
-  mlt_properties_set(cp, "mlt_image_format", "yuv420p");
-  mlt_properties_set_int(cp, "frequency", rate);
-  mlt_properties_set_int(cp, "channels", s.channels);
-  mlt_properties_set_int(cp, "terminate_on_pause", 1);
   mlt_consumer_connect(consumer, MLT_PRODUCER_SERVICE(producer));
   mlt_consumer_start(consumer);
 
@@ -286,6 +277,33 @@ int32_t Render(VirtualVideo& video) {
 }
 
 } // namespace
+
+mlt_consumer MakeFrameRenderer(mlt_profile profile, int sampleRate, int channels) {
+  mlt_consumer consumer = mlt_consumer_new(profile);
+  if (!consumer) return nullptr;
+  // A consumer made with mlt_consumer_new has no service of its own behind
+  // it: without a stopped state mlt_consumer_start returns at once, before
+  // it reads real_time, and every frame would then be rendered on the
+  // thread that asks for it; without the profile on the service it cannot
+  // start at all.
+  consumer->is_stopped = [](mlt_consumer) { return 1; };
+  mlt_service_set_profile(MLT_CONSUMER_SERVICE(consumer), profile);
+  mlt_properties cp = MLT_CONSUMER_PROPERTIES(consumer);
+  // One read-ahead thread that never drops a frame (-1). Fetching is
+  // sequential anyway (sources are decoded in order) and drawing a frame
+  // costs less than encoding it; MLT's worker threads (-N) would fetch on
+  // the taking thread again, between the encoder's calls. One frame waits
+  // ahead: each holds a canvas, and more gained nothing measurable.
+  mlt_properties_set_int(cp, "real_time", -1);
+  mlt_properties_set_int(cp, "buffer", 1);
+  mlt_properties_set_int(cp, "prefill", 1);
+  mlt_properties_set(cp, "mlt_image_format", "yuv420p");
+  mlt_properties_set(cp, "mlt_audio_format", "float");
+  mlt_properties_set_int(cp, "frequency", sampleRate);
+  mlt_properties_set_int(cp, "channels", channels);
+  mlt_properties_set_int(cp, "terminate_on_pause", 1);
+  return consumer;
+}
 
 int32_t RunExport(VirtualVideo& video) {
   std::unique_lock<std::mutex> lock(video.exportMutex, std::try_to_lock);

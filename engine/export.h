@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include <mlt-7/framework/mlt.h>
+
 #include "engine/model.h"
 
 namespace orma {
@@ -26,6 +28,12 @@ enum ExportResult : int32_t {
   kCannotPlaceOutput = -32,
   kExportBusy = -33,
 };
+
+/// The consumer an export takes its frames from, in order, with
+/// mlt_consumer_rt_frame once started: a read-ahead thread renders them
+/// (fetching, drawing and mixing) while the caller encodes. Null when MLT
+/// cannot make one.
+mlt_consumer MakeFrameRenderer(mlt_profile profile, int sampleRate, int channels);
 
 /// Blocks until the video is written (or the export failed).
 int32_t RunExport(VirtualVideo& video);

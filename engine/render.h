@@ -173,6 +173,8 @@ public:
 
   FramePtr Fetch(int64_t t, bool withAudio);
   void Composite(const Frame& frame, Yuv& canvas) const;
+  /// Lets go of the frame's pictures once it is drawn; its sound stays.
+  static void DropPictures(Frame& frame);
   /// Adds the frame's sound, times `gain` (ramped from start to end), to out.
   void MixAudio(const Frame& frame, AudioBlock& out, float gainStart, float gainEnd) const;
   void Release();

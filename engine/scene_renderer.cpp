@@ -67,6 +67,15 @@ void SceneRenderer::Composite(const Frame& frame, Yuv& canvas) const {
     DrawItem(*frame.items[i], sources_[i]->layout(), canvas, ctx_.matrix);
 }
 
+void SceneRenderer::DropPictures(Frame& frame) {
+  for (auto& item : frame.items) {
+    item->decoded.reset();
+    item->still.reset();
+    item->look.reset();
+  }
+  frame.background.reset();
+}
+
 bool SceneRenderer::HasSound() const {
   for (const auto& s : sources_)
     if (s->HasSound()) return true;

@@ -81,6 +81,7 @@ int ClipGetImage(mlt_frame frame, uint8_t** image, mlt_image_format* format, int
   Yuv canvas = Yuv420View(buffer, w, h);
   if (box->clip->segment->overlay) Fill(canvas, YuvColor{});
   box->clip->segment->Render(box->job, canvas);
+  if (!box->clip->segment->overlay) box->clip->segment->Drawn(box->job);
   if (requested != mlt_image_yuv420p && requested != mlt_image_none && requested != mlt_image_movit) {
     uint8_t* converted = nullptr;
     int convertedSize = 0;

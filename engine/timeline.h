@@ -39,6 +39,10 @@ public:
   virtual void Render(const std::shared_ptr<void>& job, Yuv& canvas) const = 0;
   /// Consumer thread, in order: adds the frame's sound.
   virtual void Audio(const std::shared_ptr<void>& job, AudioBlock& out) const = 0;
+  /// After the frame of the main track is drawn: lets go of the decoded
+  /// pictures the job holds (a frame waits for the encoder for a while, and
+  /// its decoder cannot reuse them meanwhile), keeping what Audio needs.
+  virtual void Drawn(const std::shared_ptr<void>&) const {}
   int64_t start = 0;
   int64_t end = 0;
   /// A segment of a stacked element draws over the picture below it (its
