@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "engine/mlt_runtime.h"
 #include "engine/picture_filters.h"
 
 namespace orma {

@@ -1,16 +1,9 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
 
 #include "engine/item_audio.h"
 #include "engine/item_look.h"
 #include "engine/log.h"
-#include "engine/mlt_runtime.h"
 #include "engine/render.h"
 
 namespace orma {
