@@ -251,26 +251,43 @@ bool Encoder::Open(const EncoderSettings& set, std::string* error) {
   return true;
 }
 
-bool Encoder::WriteVideo(const uint8_t* yuv, std::string* error) {
+bool Encoder::WriteVideo(const uint8_t* yuv, void (*release)(void*), void* opaque, std::string* error) {
   State& s = *s_;
+  int cw = (s.width + 1) / 2, ch = (s.height + 1) / 2;
+  // Handed over by reference, with the caller's release as the buffer's
+  // free: libavcodec would otherwise copy the picture before the encoder
+  // copies it again, and an encoder with frame threads reads it after this
+  // call has returned.
+  struct Owner {
+    void (*release)(void*);
+    void* opaque;
+  };
+  auto* owner = new Owner{release, opaque};
+  AVBufferRef* buffer = av_buffer_create(
+      const_cast<uint8_t*>(yuv), static_cast<size_t>(s.width) * s.height + 2 * cw * ch,
+      [](void* o, uint8_t*) {
+        auto* owner = static_cast<Owner*>(o);
+        owner->release(owner->opaque);
+        delete owner;
+      },
+      owner, AV_BUFFER_FLAG_READONLY);
+  if (!buffer) {
+    release(opaque);
+    delete owner;
+    *error = "out of memory for a picture";
+    return false;
+  }
   AVFrame* frame = av_frame_alloc();
   frame->format = AV_PIX_FMT_YUV420P;
   frame->width = s.width;
   frame->height = s.height;
-  int cw = (s.width + 1) / 2, ch = (s.height + 1) / 2;
+  frame->buf[0] = buffer;
   frame->data[0] = const_cast<uint8_t*>(yuv);
   frame->data[1] = frame->data[0] + s.width * s.height;
   frame->data[2] = frame->data[1] + cw * ch;
   frame->linesize[0] = s.width;
   frame->linesize[1] = cw;
   frame->linesize[2] = cw;
-  // Handed over by reference: libavcodec would otherwise copy the picture
-  // before the encoder copies it again. The caller keeps the data alive
-  // until this call returns, and the encoder has taken its copy by then (the
-  // packets are drained until it asks for more input).
-  frame->buf[0] = av_buffer_create(
-      const_cast<uint8_t*>(yuv), static_cast<size_t>(s.width) * s.height + 2 * cw * ch,
-      [](void*, uint8_t*) {}, nullptr, AV_BUFFER_FLAG_READONLY);
   AVFrame* send = frame;
   if (s.convert) {
     av_frame_make_writable(s.converted);

@@ -35,8 +35,11 @@ public:
   bool Open(const EncoderSettings& settings, std::string* error);
   /// The sample rate the audio encoder takes (may differ from the asked one).
   int sampleRate() const;
-  /// Encodes one 4:2:0 canvas (contiguous, MLT layout).
-  bool WriteVideo(const uint8_t* yuv420p, std::string* error);
+  /// Encodes one 4:2:0 canvas (contiguous, MLT layout). The encoder may
+  /// keep the picture beyond the call (frame-threaded encoders copy it on a
+  /// thread of their own later): `release(opaque)` is called, once and on any
+  /// thread, when it no longer reads it, also when the call fails.
+  bool WriteVideo(const uint8_t* yuv420p, void (*release)(void* opaque), void* opaque, std::string* error);
   /// Encodes planar float sound of `channels` channels.
   bool WriteAudio(const float* const* planes, int samples, std::string* error);
   /// Flushes the encoders and writes the trailer.

@@ -88,6 +88,8 @@ std::string UsualAudioEncoder(const AVOutputFormat* format) {
   return codec ? codec->name : "";
 }
 
+void CloseFrame(void* frame) { mlt_frame_close(static_cast<mlt_frame>(frame)); }
+
 struct ProfileCloser {
   void operator()(mlt_profile p) const { mlt_profile_close(p); }
 };
@@ -241,8 +243,11 @@ int32_t Render(VirtualVideo& video) {
       ok = false;
     } else if (ctx.failed) {
       ok = false;
-    } else if (!encoder.WriteVideo(image, &error)) {
-      ok = false;
+    } else {
+      // The encoder holds the frame, and so its canvas, for as long as it
+      // reads the picture.
+      mlt_properties_inc_ref(MLT_FRAME_PROPERTIES(frame));
+      ok = encoder.WriteVideo(image, CloseFrame, frame, &error);
     }
     if (ok && !audioCodec.empty()) {
       int samples = mlt_audio_calculate_frame_samples(static_cast<float>(fps), rate, done);

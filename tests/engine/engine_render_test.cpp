@@ -261,6 +261,26 @@ TEST_F(EngineRender, TrimsAreFrameAccurate) {
     EXPECT_NEAR(v.At(f, 0.5, 0.5).g, CounterGrey(30 + f), 4) << "frame " << f;
 }
 
+// Encoders with frame threads (raw video, MPEG-4 part 2, FFV1...) read a
+// picture on a thread of their own after they were handed it: the picture
+// must stay as it was until then, whatever is rendered next.
+TEST_F(EngineRender, AnEncoderWithFrameThreadsGetsEveryPictureWhole) {
+  OrmaVideoHandle vv = NewVideo(25.0, "out.nut");
+  ASSERT_EQ(OrmaSetVideoCodec(vv, "rawvideo"), 1);
+  AddScene(vv, 0, 3, "counter.mp4");
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode("out.nut");
+  ASSERT_TRUE(v.ok) << v.error;
+  ASSERT_EQ(v.FrameCount(), 75);
+  DecodedVideo source = DecodeVideo(Media("counter.mp4"));
+  ASSERT_TRUE(source.ok) << source.error;
+  // Lossless: each picture is its source frame from top to bottom (the next
+  // frame is 3 codes of luma brighter).
+  for (int f = 0; f < 75; ++f)
+    for (double y : {0.02, 0.3, 0.6, 0.98})
+      ASSERT_NEAR(v.At(f, 0.5, y).g, source.At(f, 0.5, y).g, 1) << "frame " << f << " at height " << y;
+}
+
 TEST_F(EngineRender, ManyShortScenesCutBetweenPositionsFrameAccurately) {
   // Two "cameras" on the same clip, five frames apart, cut every 3 frames
   // over 2 seconds (as a multi-camera edit does).
