@@ -194,6 +194,67 @@ ORMA_AVX2_FUNCTION void ResampleRowAvx2(const uint8_t* src, const int32_t* i0, c
   for (; i < width; ++i)
     out[i] = static_cast<uint16_t>(src[i0[i]] * (256 - f[i]) + src[i0[i] + 1] * f[i]);
 }
+
+// Where every eight columns read both their neighbours from one window of 16
+// bytes (an item enlarged, mirrored, or made smaller by up to half), the row is
+// resampled from two such windows at a time with byte shuffles instead of
+// gathers: `base` holds each group's window start, `masks` the shuffles
+// that spread a window into its first and second neighbours (16 bytes each
+// per group), `weights` 256 - f and f as 16-bit words. Sums stay below 2^16,
+// so 16-bit products give the same values.
+struct WindowPlan {
+  std::vector<int32_t> base;
+  std::vector<uint8_t> first, second; // 16 bytes per group
+  std::vector<int16_t> keep, take;    // 256 - f and f per column
+  int groups = 0;                     // of eight columns
+};
+
+bool MakeWindowPlan(const int32_t* i0, const int32_t* f, int width, WindowPlan* plan) {
+  plan->groups = width / 8;
+  plan->base.resize(plan->groups);
+  plan->first.resize(static_cast<size_t>(plan->groups) * 16);
+  plan->second.resize(static_cast<size_t>(plan->groups) * 16);
+  plan->keep.resize(width);
+  plan->take.resize(width);
+  for (int g = 0; g < plan->groups; ++g) {
+    const int c = 8 * g, base = *std::min_element(i0 + c, i0 + c + 8);
+    if (*std::max_element(i0 + c, i0 + c + 8) + 1 - base > 15) return false;
+    plan->base[g] = base;
+    for (int j = 0; j < 8; ++j) {
+      plan->first[16 * g + 2 * j] = static_cast<uint8_t>(i0[c + j] - base);
+      plan->first[16 * g + 2 * j + 1] = 0x80; // a zero high byte
+      plan->second[16 * g + 2 * j] = static_cast<uint8_t>(i0[c + j] + 1 - base);
+      plan->second[16 * g + 2 * j + 1] = 0x80;
+    }
+  }
+  for (int i = 0; i < width; ++i) {
+    plan->keep[i] = static_cast<int16_t>(256 - f[i]);
+    plan->take[i] = static_cast<int16_t>(f[i]);
+  }
+  return true;
+}
+
+// Reads up to 15 bytes beyond a group's last neighbour, so the caller uses
+// this only where a next row follows.
+ORMA_AVX2_FUNCTION void ResampleRowWindowsAvx2(const uint8_t* src, const WindowPlan& plan, const int32_t* i0,
+                                               const int32_t* f, int width, uint16_t* out) {
+  int g = 0;
+  for (; g + 2 <= plan.groups; g += 2) {
+    __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + plan.base[g]));
+    __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + plan.base[g + 1]));
+    __m256i window = _mm256_inserti128_si256(_mm256_castsi128_si256(lo), hi, 1);
+    __m256i first = _mm256_shuffle_epi8(
+        window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(plan.first.data() + 16 * g)));
+    __m256i second = _mm256_shuffle_epi8(
+        window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(plan.second.data() + 16 * g)));
+    __m256i keep = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(plan.keep.data() + 8 * g));
+    __m256i take = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(plan.take.data() + 8 * g));
+    __m256i sum = _mm256_add_epi16(_mm256_mullo_epi16(first, keep), _mm256_mullo_epi16(second, take));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 8 * g), sum);
+  }
+  for (int i = 8 * g; i < width; ++i)
+    out[i] = static_cast<uint16_t>(src[i0[i]] * (256 - f[i]) + src[i0[i] + 1] * f[i]);
+}
 #endif
 
 // Item rows resampled to the canvas columns, kept exact (at most 255 * 256)
@@ -211,6 +272,9 @@ public:
       s.row = -1;
       s.values.resize(width);
     }
+#if ORMA_AVX2
+    windows_ = adjacent_ && plane_ && HasAvx2() && MakeWindowPlan(i0_, f_, width_, &plan_);
+#endif
   }
   /// Rows `a` and `b` resampled; both pointers stay valid until the next call.
   void Pair(int a, int b, const uint16_t** ra, const uint16_t** rb) {
@@ -244,6 +308,10 @@ private:
     const uint8_t* src = plane_ + static_cast<size_t>(row) * stride_;
     uint16_t* out = s.values.data();
 #if ORMA_AVX2
+    if (windows_ && row + 1 < height_) {
+      ResampleRowWindowsAvx2(src, plan_, i0_, f_, width_, out);
+      return &s;
+    }
     if (adjacent_ && row + 1 < height_ && HasAvx2()) {
       ResampleRowAvx2(src, i0_, f_, width_, out);
       return &s;
@@ -259,7 +327,26 @@ private:
   int width_;
   bool adjacent_;
   Slot slots_[2];
+#if ORMA_AVX2
+  WindowPlan plan_;
+  bool windows_ = false;
+#endif
 };
+
+// One row of chroma blocks: the two resampled item rows mixed by `fy`, laid
+// over the canvas rows by each block's weight. The rows are distinct rows
+// of distinct planes, which lets the compiler vectorise the loop.
+inline void MixChromaRow(uint8_t* __restrict du, uint8_t* __restrict dv, const uint16_t* __restrict u0,
+                         const uint16_t* __restrict u1, const uint16_t* __restrict v0,
+                         const uint16_t* __restrict v1, const int32_t* __restrict weight, int fy,
+                         int blocks) {
+  const int gy = 256 - fy;
+  for (int b = 0; b < blocks; ++b) {
+    int su = (u0[b] * gy + u1[b] * fy + 32768) >> 16, sv = (v0[b] * gy + v1[b] * fy + 32768) >> 16;
+    du[b] = static_cast<uint8_t>(du[b] + (((su - du[b]) * weight[b] + 128) >> 8));
+    dv[b] = static_cast<uint8_t>(dv[b] + (((sv - dv[b]) * weight[b] + 128) >> 8));
+  }
+}
 
 // An item that is only scaled and moved (no rotation), laid over normally:
 // the sampling positions along each axis are worked out once per column and
@@ -274,7 +361,7 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
   const bool alpha = item.p[3] != nullptr;
   thread_local std::vector<int32_t> columns[4]; // first and second sample, weight, edge coverage
   thread_local std::vector<int32_t> chromaColumns[3], chromaWeight;
-  thread_local std::vector<int32_t> weight[2], luma[2];
+  thread_local std::vector<int32_t> weight[2];
   for (auto& c : columns)
     c.resize(width);
   // A column at the last item column samples it with weight 0 on a second
@@ -309,7 +396,6 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
   }
   for (int k = 0; k < 2; ++k) {
     weight[k].resize(width);
-    luma[k].resize(width);
   }
   ResampledRows lumaRows(item.p[0], item.s[0], item.h, columns[0].data(), columns[1].data(),
                          columns[2].data(), width, adjacent);
@@ -327,34 +413,37 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
       float cy = y + r + 0.5f;
       Tap ty = MakeTap(inv.d * cy + inv.ty - 0.5f, item.h, vis[1], vis[3], job.ky);
       int32_t* w = weight[r].data();
-      int32_t* l = luma[r].data();
       if (ty.edge == 0) {
         std::fill(w, w + width, 0);
         continue;
       }
       any = true;
       const int fy = ty.f, gy = 256 - fy, edgeY = ty.edge;
-      const uint16_t *l0, *l1;
+      const uint16_t *l0, *l1, *a0 = nullptr, *a1 = nullptr;
       lumaRows.Pair(ty.i0, ty.i1, &l0, &l1);
-      for (int i = 0; i < width; ++i) {
-        l[i] = (l0[i] * gy + l1[i] * fy + 32768) >> 16;
-        w[i] = std::min(edgeX[i], edgeY);
-      }
+      if (alpha) alphaRows.Pair(ty.i0, ty.i1, &a0, &a1);
+      // One pass per row: the pixel's weight (edge coverage, times its alpha,
+      // times the opacity), kept for the chroma, and its luma mixed in. A
+      // pixel of weight 0 keeps its code, so every pixel can be mixed.
+      uint8_t* __restrict d = canvas.p[0] + static_cast<size_t>(y + r) * canvas.s[0] + x0;
+      int32_t* __restrict wr = w;
       if (alpha) {
-        const uint16_t *a0, *a1;
-        alphaRows.Pair(ty.i0, ty.i1, &a0, &a1);
         for (int i = 0; i < width; ++i) {
           // (a * coverage + 127) / 255, without a division.
-          int v = ((a0[i] * gy + a1[i] * fy + 32768) >> 16) * w[i] + 127;
-          w[i] = (v + 1 + (v >> 8)) >> 8;
+          int v = ((a0[i] * gy + a1[i] * fy + 32768) >> 16) * std::min(edgeX[i], edgeY) + 127;
+          int c = (((v + 1 + (v >> 8)) >> 8) * op + 128) >> 8;
+          wr[i] = c;
+          int lv = (l0[i] * gy + l1[i] * fy + 32768) >> 16;
+          d[i] = static_cast<uint8_t>(d[i] + (((lv - d[i]) * c + 128) >> 8));
+        }
+      } else {
+        for (int i = 0; i < width; ++i) {
+          int c = (std::min(edgeX[i], edgeY) * op + 128) >> 8;
+          wr[i] = c;
+          int lv = (l0[i] * gy + l1[i] * fy + 32768) >> 16;
+          d[i] = static_cast<uint8_t>(d[i] + (((lv - d[i]) * c + 128) >> 8));
         }
       }
-      for (int i = 0; i < width; ++i)
-        w[i] = (w[i] * op + 128) >> 8;
-      // A pixel of weight 0 keeps its code, so every pixel can be mixed.
-      uint8_t* d = canvas.p[0] + static_cast<size_t>(y + r) * canvas.s[0] + x0;
-      for (int i = 0; i < width; ++i)
-        d[i] = static_cast<uint8_t>(d[i] + (((l[i] - d[i]) * w[i] + 128) >> 8));
     }
     if (!any) continue;
     float cy = y + 1.0f;
@@ -381,12 +470,7 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
     }
     uint8_t* du = canvas.p[1] + static_cast<size_t>(y / 2) * canvas.s[1] + x0 / 2;
     uint8_t* dv = canvas.p[2] + static_cast<size_t>(y / 2) * canvas.s[2] + x0 / 2;
-    const int fy = tc.f, gy = 256 - fy;
-    for (int b = 0; b < blocks; ++b) {
-      int su = (u0[b] * gy + u1[b] * fy + 32768) >> 16, sv = (v0[b] * gy + v1[b] * fy + 32768) >> 16;
-      du[b] = static_cast<uint8_t>(du[b] + (((su - du[b]) * cwgt[b] + 128) >> 8));
-      dv[b] = static_cast<uint8_t>(dv[b] + (((sv - dv[b]) * cwgt[b] + 128) >> 8));
-    }
+    MixChromaRow(du, dv, u0, u1, v0, v1, cwgt, tc.f, blocks);
   }
 }
 

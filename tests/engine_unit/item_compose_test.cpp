@@ -158,6 +158,8 @@ TEST(Compose, ScaledAndMovedItemsGiveWhatTheGeneralPathGives) {
       {2.5f, 1.5f, 30.0f, -8.0f, true, false, 0.3f},   // larger than the canvas, partly outside
       {-1.0f, 1.0f, 40.0f, 0.0f, false, false, 1.0f},  // mirrored
       {1.0f, 1.0f, 3.0f, 2.0f, true, false, 1.0f},     // moved by odd pixels
+      {0.3f, 0.3f, 2.0f, 1.0f, true, false, 1.0f},     // a third of its size
+      {-1.7f, 0.9f, 58.0f, 3.0f, true, false, 0.8f},   // enlarged and mirrored
   };
   for (const Case& c : cases) {
     Picture item(40, 30, c.alpha), fast(61, 47, false), general(61, 47, false);
