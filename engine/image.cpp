@@ -214,13 +214,13 @@ void ConvertMatrix(Yuv& img, int from, int to) {
   }
 }
 
+} // namespace
+
 void FillAlpha(Yuv& img) {
   if (!img.p[3]) return;
   for (int y = 0; y < img.h; ++y)
     std::memset(img.p[3] + y * img.s[3], 255, img.w);
 }
-
-} // namespace
 
 bool ScaleYuv(const Yuv& src, int sx, int sy, int sw, int sh, Colorimetry srcColor, Yuv& dst, int dstMatrix,
               bool smooth) {

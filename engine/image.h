@@ -86,6 +86,8 @@ void Blend(Yuv& dst, const Yuv& src, int x, int y, float opacity);
 
 /// Mirrors the picture in place: horizontally, vertically or both.
 void Mirror(Yuv& img, bool horizontal, bool vertical);
+/// Makes the alpha plane, if any, fully opaque.
+void FillAlpha(Yuv& img);
 
 /// dst = a * (1 - t) + b * t on every plane (not alpha).
 void Mix(Yuv& dst, const Yuv& a, const Yuv& b, float t);

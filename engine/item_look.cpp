@@ -255,28 +255,44 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
   Picture& work = ScratchPicture(40, workW_, workH_, true);
   Yuv view = work.view();
   if (!alpha) view.p[3] = nullptr;
+  // An opaque source's alpha plane is not filled while no step has looked
+  // at it: the first mask then takes its own alpha as the picture's instead
+  // of filling the plane and multiplying it.
+  Yuv colour = view;
+  colour.p[3] = nullptr;
+  bool alphaPending = alpha && !sourceAlpha;
+  auto settleAlpha = [&] {
+    if (alphaPending) FillAlpha(view);
+    alphaPending = false;
+  };
 
   if (source.still) {
     const Yuv& s = source.still->view();
     Area a = CropArea(f.crop, s.w, s.h);
     Colorimetry c;
     c.matrix = matrix;
-    if (!ScaleYuv(s, a.x, a.y, a.w, a.h, c, view, matrix, false)) return;
+    if (!ScaleYuv(s, a.x, a.y, a.w, a.h, c, alphaPending ? colour : view, matrix, false)) return;
   } else if (source.decoded) {
     const Decoded& d = *source.decoded;
     Area a = CropArea(f.crop, d.width, d.height);
     if (rgba) {
       if (!ScaleRgba(d.rgba, d.width * 4, a.x, a.y, a.w, a.h, view, matrix)) return;
-    } else if (!ScaleYuv(d.yuv, a.x, a.y, a.w, a.h, d.color, view, matrix, false)) {
+    } else if (!ScaleYuv(d.yuv, a.x, a.y, a.w, a.h, d.color, alphaPending ? colour : view, matrix, false)) {
       return;
     }
   } else {
     return;
   }
-  Mirror(view, layout_.mirrorH, layout_.mirrorV);
-  if (f.faces) WarpFaces(view, *f.faces, faceLevels_);
+  Mirror(alphaPending ? colour : view, layout_.mirrorH, layout_.mirrorV);
+  if (f.faces) {
+    settleAlpha();
+    WarpFaces(view, *f.faces, faceLevels_);
+  }
 
-  if (chroma_) ChromaKey(view, chromaKey_, matrix);
+  if (chroma_) {
+    settleAlpha();
+    ChromaKey(view, chromaKey_, matrix);
+  }
   // With one mask that does not move, and only point-wise steps and the
   // sharpening before it, the steps skip what the mask will hide. The
   // margin keeps every pixel that the sharpening or the placement's
@@ -288,6 +304,7 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
   if (auto table = TableFor(f.color)) table->Apply(view, spans.get());
   if (beautyBlur_ > 0) SmoothSkin(view, beautyBlur_ / 100.0f);
   if (f.sharpness != 0) Sharpen(view, f.sharpness / 100.0f, spans.get());
+  if (f.blur.Active() || f.pose.blur > 0) settleAlpha();
   if (f.blur.Active()) ApplyBlur(view, f.blur);
   if (f.pose.blur > 0) BlurAll(view, f.pose.blur * 0.05f * std::min(view.w, view.h));
   if (f.vignette > 0) Vignette(view, f.vignette / 100.0f, spans.get());
@@ -298,10 +315,14 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
       clock.seconds = static_cast<double>(f.us - e.startUs) / 1e6;
       clock.span = static_cast<double>(e.durationUs) / 1e6;
       clock.frame = f.frame;
+      settleAlpha();
       e.chain->Apply(view, clock, matrix);
     }
-  for (size_t i = 0; i < masks_.size() && i < f.maskShapes.size(); ++i)
-    masks_[i]->Apply(view, f.maskShapes[i], matrix);
+  for (size_t i = 0; i < masks_.size() && i < f.maskShapes.size(); ++i) {
+    masks_[i]->Apply(view, f.maskShapes[i], matrix, alphaPending);
+    alphaPending = false;
+  }
+  settleAlpha();
   if (matte_) matte_->Apply(view, f.matte);
 
   // Placement: the working picture stretched to the show rectangle, then

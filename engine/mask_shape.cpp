@@ -244,12 +244,21 @@ void RenderMask(const MaskConfig& config, const OrmaMaskShapeBlock& shape, int w
   if (edge) upscale(smallEdge, out->edge);
 }
 
-void ApplyMask(Yuv& img, const MaskRaster& mask, int matrix) {
+void ApplyMask(Yuv& img, const MaskRaster& mask, int matrix, bool opaque) {
   if (!img.p[3] || mask.width != img.w || mask.height != img.h) return;
+  // A picture that is opaque everywhere (whatever its alpha plane holds yet)
+  // takes the mask's alpha as its own.
   if (mask.edge.empty()) {
+    if (opaque) {
+      for (int y = 0; y < img.h; ++y)
+        std::memcpy(img.p[3] + static_cast<size_t>(y) * img.s[3],
+                    mask.alpha.data() + static_cast<size_t>(y) * mask.width, img.w);
+      return;
+    }
     MultiplyAlpha(img, mask.alpha.data(), mask.width);
     return;
   }
+  if (opaque) FillAlpha(img);
   // The edge line is painted over the picture and shows where the mask
   // hides it too.
   YuvColor c = RgbToYuv(mask.edgeColor[0], mask.edgeColor[1], mask.edgeColor[2], matrix);
@@ -319,14 +328,14 @@ std::shared_ptr<const RowSpans> MaskLayer::VisibleSpans(int w, int h, int margin
   return spans;
 }
 
-void MaskLayer::Apply(Yuv& img, const OrmaMaskShapeBlock& shape, int matrix) const {
+void MaskLayer::Apply(Yuv& img, const OrmaMaskShapeBlock& shape, int matrix, bool opaque) const {
   if (!Animated()) {
-    ApplyMask(img, *StillRaster(img.w, img.h), matrix);
+    ApplyMask(img, *StillRaster(img.w, img.h), matrix, opaque);
     return;
   }
   thread_local MaskRaster raster;
   RenderMask(config_, shape, img.w, img.h, &raster);
-  ApplyMask(img, raster, matrix);
+  ApplyMask(img, raster, matrix, opaque);
 }
 
 LumaMatte::LumaMatte(const std::string& path, RenderContext& ctx) : ctx_(ctx) {

@@ -58,7 +58,7 @@ void RenderMask(const MaskConfig& config, const OrmaMaskShapeBlock& shape, int w
 
 /// Multiplies a rendered mask into a picture's alpha (which must exist) and
 /// paints its edge line.
-void ApplyMask(Yuv& img, const MaskRaster& mask, int matrix);
+void ApplyMask(Yuv& img, const MaskRaster& mask, int matrix, bool opaque = false);
 
 /// One mask of an item, as the API built it.
 class MaskLayer {
@@ -67,8 +67,9 @@ public:
   bool Animated() const { return frames_.size() > 1; }
   OrmaMaskShapeBlock ShapeAt(int64_t us) const;
   /// Parallel: the item's mask for this shape applied to `img` (a mask that
-  /// does not move is rendered once).
-  void Apply(Yuv& img, const OrmaMaskShapeBlock& shape, int matrix) const;
+  /// does not move is rendered once); `opaque`: img is opaque everywhere,
+  /// whatever its alpha plane holds yet.
+  void Apply(Yuv& img, const OrmaMaskShapeBlock& shape, int matrix, bool opaque = false) const;
   /// For a mask that does not move: the parts of a w x h item that can
   /// still show once the mask is applied, widened by `margin` pixels (null
   /// for a moving mask).

@@ -146,6 +146,39 @@ TEST(MaskShape, AppliedMaskCutsTheAlphaAndPaintsTheEdge) {
       << testpic::Text(testpic::At(p.view(), 48, 32));
 }
 
+// An opaque picture whose alpha plane was never filled takes the mask's
+// alpha as its own: the same picture as filling the plane and applying the
+// mask, with and without an edge line.
+TEST(MaskShape, AnOpaquePictureTakesTheMasksAlphaWhateverItsPlaneHeld) {
+  for (float edge : {0.0f, 0.1f}) {
+    MaskConfig c = Config("circle");
+    OrmaMaskShapeBlock s = Shape(0.5f, 0.5f, 0.5f, 0.5f);
+    s.featherStep = 0.2f;
+    s.edgeSize = edge;
+    s.edgeColor[0] = 1;
+    s.edgeColor[3] = 1;
+    MaskRaster r;
+    RenderMask(c, s, 64, 64, &r);
+    Picture filled(64, 64, true), unfilled(64, 64, true);
+    for (Picture* p : {&filled, &unfilled})
+      testpic::FillRgb(p->view(), 0.2f, 0.6f, 0.9f);
+    for (int y = 0; y < 64; ++y) {
+      std::memset(filled.view().p[3] + y * filled.view().s[3], 255, 64);
+      std::memset(unfilled.view().p[3] + y * unfilled.view().s[3], 77, 64); // left over
+    }
+    ApplyMask(filled.view(), r, 601);
+    ApplyMask(unfilled.view(), r, 601, true);
+    for (int p = 0; p < 4; ++p) {
+      int w = p == 1 || p == 2 ? 32 : 64;
+      for (int y = 0; y < w; ++y)
+        ASSERT_EQ(std::memcmp(filled.view().p[p] + y * filled.view().s[p],
+                              unfilled.view().p[p] + y * unfilled.view().s[p], w),
+                  0)
+            << "edge " << edge << ", plane " << p << ", row " << y;
+    }
+  }
+}
+
 TEST(MaskShape, AnEmptyBlockTakesTheConfigsDefaults) {
   MaskConfig c = Config("star");
   c.width = 0.3f;
