@@ -84,20 +84,9 @@ bool DecodePictureFrames(const std::string& path, size_t maxFrames, std::vector<
     return false;
   }
   Decoder d;
-  const AVInputFormat* format = av_find_input_format(probe.container.c_str());
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "protocol_whitelist", "file", 0);
-  if (probe.container == "image2") av_dict_set(&options, "pattern_type", "none", 0);
-  std::string url = "file:" + probe.path;
-  int rc = avformat_open_input(&d.fmt, url.c_str(), format, &options);
-  av_dict_free(&options);
-  if (rc < 0) {
-    *error = probe.path + ": " + AvError(rc);
-    return false;
-  }
-  int stream = avformat_find_stream_info(d.fmt, nullptr) >= 0
-                   ? av_find_best_stream(d.fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0)
-                   : -1;
+  d.fmt = OpenMediaInput(probe, error);
+  if (!d.fmt) return false;
+  int stream = av_find_best_stream(d.fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
   const AVCodec* codec =
       stream >= 0 ? avcodec_find_decoder(d.fmt->streams[stream]->codecpar->codec_id) : nullptr;
   d.dec = codec ? avcodec_alloc_context3(codec) : nullptr;
