@@ -203,18 +203,21 @@ std::shared_ptr<const ColorTable> ColorTable::Build(const ColorLevels& levels, c
   // Along luma every code gets its entry, interpolated between the nodes
   // without rounding (weights 0..8), so a lookup only interpolates between
   // the four chroma corners and gives what the trilinear sum would.
-  // Two spare entries: the vector lookup reads a 32-bit word per entry.
-  table->luma_.resize(static_cast<size_t>(kNodes) * kNodes * 256 + 2);
+  table->luma_.resize(static_cast<size_t>(kNodes) * kNodes * 256);
   table->chroma_.resize(static_cast<size_t>(kNodes) * kNodes * 256);
-  for (size_t column = 0; column < static_cast<size_t>(kNodes) * kNodes; ++column)
-    for (int y = 0; y < 256; ++y) {
-      int yi = y >> 3, yf = y & 7;
-      size_t node = column * kNodes + yi, i = column * 256 + y;
-      auto along = [&](int k) {
-        return static_cast<int16_t>(nodes[k][node] * (8 - yf) + nodes[k][node + 1] * yf);
-      };
-      table->luma_[i] = along(0);
-      table->chroma_[i] = {along(1), along(2)};
+  for (int ci = 0; ci < kNodes; ++ci)
+    for (int ri = 0; ri < kNodes; ++ri) {
+      size_t column = static_cast<size_t>(ci) * kNodes + ri;
+      for (int y = 0; y < 256; ++y) {
+        int yi = y >> 3, yf = y & 7;
+        auto along = [&](int k, size_t node) {
+          return static_cast<int16_t>(nodes[k][node] * (8 - yf) + nodes[k][node + 1] * yf);
+        };
+        size_t node = column * kNodes + yi, i = column * 256 + y;
+        // The last Cr node has no next one; no chroma pair reaches past it.
+        table->luma_[i] = {along(0, node), ri + 1 < kNodes ? along(0, node + kNodes) : int16_t{0}};
+        table->chroma_[i] = {along(1, node), along(2, node)};
+      }
     }
   return table;
 }
@@ -245,9 +248,10 @@ inline Corners ChromaCorners(int cb, int cr) {
 
 inline uint8_t Finish(int sum) { return static_cast<uint8_t>(std::min((sum + 1024) >> 11, 255)); }
 
-inline uint8_t LookupLuma(const int16_t* t, const Corners& c, int y) {
-  return Finish(t[c.column[0] + y] * c.weight[0] + t[c.column[1] + y] * c.weight[1] +
-                t[c.column[2] + y] * c.weight[2] + t[c.column[3] + y] * c.weight[3]);
+// Corners 2 and 3 are the next Cr nodes of corners 0 and 1.
+inline uint8_t LookupLuma(const ColorTable::LumaPair* t, const Corners& c, int y) {
+  const ColorTable::LumaPair &a = t[c.column[0] + y], &b = t[c.column[1] + y];
+  return Finish(a.here * c.weight[0] + b.here * c.weight[1] + a.next * c.weight[2] + b.next * c.weight[3]);
 }
 
 inline void LookupChroma(const ColorTable::ChromaPair* t, const Corners& c, int y, uint8_t* cb, uint8_t* cr) {
@@ -269,9 +273,10 @@ ORMA_AVX2_FUNCTION inline __m128i Narrow(__m256i x) {
 
 // Eight blocks at a time from `from` while they lie within both rows and
 // `width`: the four chroma corners of each block, then each of its four
-// luma codes and its Cb and Cr looked up with gathers; the same sums as
+// luma codes (two gathers of corner pairs, weighed with one multiply-add
+// each) and its Cb and Cr looked up with gathers; the same sums as
 // LookupLuma and LookupChroma. Returns the first block not done.
-ORMA_AVX2_FUNCTION int ApplyBlocksAvx2(const int16_t* luma, const ColorTable::ChromaPair* chroma,
+ORMA_AVX2_FUNCTION int ApplyBlocksAvx2(const ColorTable::LumaPair* luma, const ColorTable::ChromaPair* chroma,
                                        uint8_t* row0, uint8_t* row1, uint8_t* u, uint8_t* v, int from, int to,
                                        int width) {
   const __m256i seven = _mm256_set1_epi32(7), eight = _mm256_set1_epi32(8),
@@ -295,6 +300,10 @@ ORMA_AVX2_FUNCTION int ApplyBlocksAvx2(const int16_t* luma, const ColorTable::Ch
     __m256i cg = _mm256_sub_epi32(eight, cf), rg = _mm256_sub_epi32(eight, rf);
     __m256i weight[4] = {_mm256_mullo_epi32(cg, rg), _mm256_mullo_epi32(cf, rg), _mm256_mullo_epi32(cg, rf),
                          _mm256_mullo_epi32(cf, rf)};
+    // Weights of (here, next) in the 16-bit halves of each lane: corners 0
+    // and 2 for the first pair, 1 and 3 for the second.
+    __m256i pairWeight[2] = {_mm256_or_si256(weight[0], _mm256_slli_epi32(weight[2], 16)),
+                             _mm256_or_si256(weight[1], _mm256_slli_epi32(weight[3], 16))};
     __m128i r0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row0 + 2 * cx));
     __m128i r1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row1 + 2 * cx));
     __m256i y[4] = {
@@ -307,10 +316,10 @@ ORMA_AVX2_FUNCTION int ApplyBlocksAvx2(const int16_t* luma, const ColorTable::Ch
     __m256i out[4];
     for (int p = 0; p < 4; ++p) {
       __m256i sum = round;
-      for (int k = 0; k < 4; ++k) {
+      for (int k = 0; k < 2; ++k) {
         __m256i e =
-            _mm256_i32gather_epi32(reinterpret_cast<const int*>(luma), _mm256_add_epi32(base[k], y[p]), 2);
-        sum = _mm256_add_epi32(sum, _mm256_mullo_epi32(_mm256_and_si256(e, low16), weight[k]));
+            _mm256_i32gather_epi32(reinterpret_cast<const int*>(luma), _mm256_add_epi32(base[k], y[p]), 4);
+        sum = _mm256_add_epi32(sum, _mm256_madd_epi16(e, pairWeight[k]));
       }
       out[p] = _mm256_min_epi32(_mm256_srli_epi32(sum, 11), top);
     }
@@ -348,7 +357,7 @@ void ColorTable::Map(int y, int cb, int cr, int* outY, int* outCb, int* outCr) c
 }
 
 void ColorTable::Apply(Yuv& img, const RowSpans* spans) const {
-  const int16_t* luma = luma_.data();
+  const LumaPair* luma = luma_.data();
   const ChromaPair* chroma = chroma_.data();
   int cw = (img.w + 1) / 2, ch = (img.h + 1) / 2;
   for (int cy = 0; cy < ch; ++cy) {

@@ -71,12 +71,17 @@ public:
   struct ChromaPair {
     int16_t cb, cr;
   };
+  /// Y' at a node and at the next Cr node with the same Cb and luma code:
+  /// one 32-bit read gives two of the four chroma corners.
+  struct LumaPair {
+    int16_t here, next;
+  };
 
 private:
   // Output values times 32 (node values times 4, times the luma weight 8)
   // at index ((cb node * kNodes) + cr node) * 256 + luma code: Y' apart from
   // Cb and Cr, so that the luma codes of a block share cache lines.
-  std::vector<int16_t> luma_;
+  std::vector<LumaPair> luma_;
   std::vector<ChromaPair> chroma_;
 };
 
