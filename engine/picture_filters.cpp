@@ -193,48 +193,52 @@ ORMA_VECTOR_CLONES void Vignette(Yuv& img, float strength, const RowSpans* spans
   strength = std::clamp(strength, 0.0f, 1.0f);
   if (strength <= 0.0f) return;
   // The gain map depends only on the size and the strength: kept per thread.
+  // The gains are mirrored about the middle row, so the map holds the upper
+  // half; each is 51..256, kept less one in a byte.
   struct Map {
     int w = 0, h = 0;
     float strength = -1;
-    std::vector<uint16_t> luma, chroma;
+    std::vector<uint8_t> luma, chroma;
   };
   thread_local Map map;
-  if (map.w != img.w || map.h != img.h || map.strength != strength) {
-    map.w = img.w;
-    map.h = img.h;
+  const int w = img.w, h = img.h, cw = Half(w), ch = Half(h);
+  // Chroma rows sit at luma rows 1, 3, 5...: mirrored only in an even height.
+  const bool chromaMirrored = h % 2 == 0;
+  const int chromaRows = chromaMirrored ? Half(ch) : ch;
+  if (map.w != w || map.h != h || map.strength != strength) {
+    map.w = w;
+    map.h = h;
     map.strength = strength;
     auto gain = [&](float x, float y) {
-      float dx = (x - img.w * 0.5f) / (img.w * 0.5f), dy = (y - img.h * 0.5f) / (img.h * 0.5f);
+      float dx = (x - w * 0.5f) / (w * 0.5f), dy = (y - h * 0.5f) / (h * 0.5f);
       float r = std::sqrt((dx * dx + dy * dy) * 0.5f);
-      return static_cast<uint16_t>(
-          std::lround(256.0f * (1.0f - 0.8f * strength * Smoothstep(0.3f, 1.0f, r))));
+      return static_cast<uint8_t>(std::lround(256.0f * (1.0f - 0.8f * strength * Smoothstep(0.3f, 1.0f, r))) -
+                                  1);
     };
-    map.luma.resize(static_cast<size_t>(img.w) * img.h);
-    for (int y = 0; y < img.h; ++y)
-      for (int x = 0; x < img.w; ++x)
-        map.luma[static_cast<size_t>(y) * img.w + x] = gain(x + 0.5f, y + 0.5f);
-    int cw = Half(img.w), ch = Half(img.h);
-    map.chroma.resize(static_cast<size_t>(cw) * ch);
-    for (int y = 0; y < ch; ++y)
+    map.luma.resize(static_cast<size_t>(w) * Half(h));
+    for (int y = 0; y < Half(h); ++y)
+      for (int x = 0; x < w; ++x)
+        map.luma[static_cast<size_t>(y) * w + x] = gain(x + 0.5f, y + 0.5f);
+    map.chroma.resize(static_cast<size_t>(cw) * chromaRows);
+    for (int y = 0; y < chromaRows; ++y)
       for (int x = 0; x < cw; ++x)
         map.chroma[static_cast<size_t>(y) * cw + x] = gain(2.0f * x + 1.0f, 2.0f * y + 1.0f);
   }
-  const int w = img.w, h = img.h;
   for (int y = 0; y < h; ++y) {
     uint8_t* row = img.p[0] + static_cast<size_t>(y) * img.s[0];
-    const uint16_t* g = map.luma.data() + static_cast<size_t>(y) * w;
+    const uint8_t* g = map.luma.data() + static_cast<size_t>(std::min(y, h - 1 - y)) * w;
     const int lo = spans ? spans->lo[y / 2] : 0, hi = spans ? std::min(spans->hi[y / 2], w) : w;
     for (int x = lo; x < hi; ++x)
-      row[x] = static_cast<uint8_t>(16 + (((row[x] - 16) * g[x] + 128) >> 8));
+      row[x] = static_cast<uint8_t>(16 + (((row[x] - 16) * (g[x] + 1) + 128) >> 8));
   }
-  const int cw = Half(w), ch = Half(h);
   for (int k = 1; k <= 2; ++k)
     for (int y = 0; y < ch; ++y) {
       uint8_t* row = img.p[k] + static_cast<size_t>(y) * img.s[k];
-      const uint16_t* g = map.chroma.data() + static_cast<size_t>(y) * cw;
+      const uint8_t* g =
+          map.chroma.data() + static_cast<size_t>(chromaMirrored ? std::min(y, ch - 1 - y) : y) * cw;
       const int lo = spans ? spans->lo[y] / 2 : 0, hi = spans ? std::min(Half(spans->hi[y]), cw) : cw;
       for (int x = lo; x < hi; ++x)
-        row[x] = static_cast<uint8_t>(128 + (((row[x] - 128) * g[x] + 128) >> 8));
+        row[x] = static_cast<uint8_t>(128 + (((row[x] - 128) * (g[x] + 1) + 128) >> 8));
     }
 }
 

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "engine/picture_filters.h"
 #include "tests/engine_unit/picture_util.h"
@@ -85,6 +88,46 @@ TEST(PictureFilters, VignetteKeepsTheCentreAndDarkensTheCorners) {
   Vignette(p.view(), 1.0f);
   EXPECT_GE(LumaAt(p.view(), 32, 18), 233);
   EXPECT_LT(LumaAt(p.view(), 0, 0), 70);
+}
+
+// The gain of each sample, worked out from its distance to the middle: the
+// engine keeps the upper half of the map and mirrors it.
+TEST(PictureFilters, VignetteGainFollowsTheDistanceOnEveryRowOfEvenAndOddSizes) {
+  for (auto [w, h] : {std::pair{40, 22}, std::pair{37, 21}}) {
+    Picture p(w, h, false);
+    Yuv& v = p.view();
+    uint32_t seed = 12345;
+    for (int k = 0; k < 3; ++k)
+      for (int y = 0; y < (k ? (h + 1) / 2 : h); ++y)
+        for (int x = 0; x < (k ? (w + 1) / 2 : w); ++x) {
+          seed = seed * 1664525u + 1013904223u;
+          v.p[k][y * v.s[k] + x] = static_cast<uint8_t>(seed >> 24);
+        }
+    Picture before(w, h, false);
+    CopyPicture(before.view(), v);
+    const float strength = 0.7f;
+    Vignette(v, strength);
+    auto gain = [&](float x, float y) {
+      float dx = (x - w * 0.5f) / (w * 0.5f), dy = (y - h * 0.5f) / (h * 0.5f);
+      float r = std::sqrt((dx * dx + dy * dy) * 0.5f);
+      float t = std::clamp((r - 0.3f) / 0.7f, 0.0f, 1.0f);
+      return static_cast<int>(std::lround(256.0f * (1.0f - 0.8f * strength * t * t * (3.0f - 2.0f * t))));
+    };
+    for (int y = 0; y < h; ++y)
+      for (int x = 0; x < w; ++x) {
+        int in = before.view().p[0][y * before.view().s[0] + x];
+        ASSERT_EQ(LumaAt(v, x, y), 16 + (((in - 16) * gain(x + 0.5f, y + 0.5f) + 128) >> 8))
+            << w << "x" << h << " at " << x << "," << y;
+      }
+    for (int k = 1; k <= 2; ++k)
+      for (int y = 0; y < (h + 1) / 2; ++y)
+        for (int x = 0; x < (w + 1) / 2; ++x) {
+          int in = before.view().p[k][y * before.view().s[k] + x];
+          ASSERT_EQ(v.p[k][y * v.s[k] + x],
+                    128 + (((in - 128) * gain(2.0f * x + 1.0f, 2.0f * y + 1.0f) + 128) >> 8))
+              << w << "x" << h << " plane " << k << " at " << x << "," << y;
+        }
+  }
 }
 
 TEST(PictureFilters, GrainIsRepeatableForASeedAndMovesWithIt) {
