@@ -123,6 +123,7 @@ struct Job {
   Inverse inv;
   float kx, ky; ///< canvas pixels per item pixel along the item's axes
   int op;
+  const RowSpans* visible = nullptr; ///< outside these the item's alpha is 0
 };
 
 bool Prepare(const Yuv& canvas, const Yuv& item, const Placement& p, float opacity, const float* region,
@@ -175,11 +176,11 @@ inline Tap MakeTap(float pos, int size, float lo, float hi, float k) {
 // (256 - f[i]) + src[i0[i] + 1] * f[i], both neighbours gathered as one
 // little-endian word. The word reaches two bytes beyond the second
 // neighbour, so the caller uses this only where a next row follows.
-ORMA_AVX2_FUNCTION void ResampleRowAvx2(const uint8_t* src, const int32_t* i0, const int32_t* f, int width,
-                                        uint16_t* out) {
+ORMA_AVX2_FUNCTION void ResampleRowAvx2(const uint8_t* src, const int32_t* i0, const int32_t* f, int from,
+                                        int to, uint16_t* out) {
   const __m256i low = _mm256_set1_epi32(255), whole = _mm256_set1_epi32(256);
-  int i = 0;
-  for (; i + 8 <= width; i += 8) {
+  int i = from;
+  for (; i + 8 <= to; i += 8) {
     __m256i index = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(i0 + i));
     __m256i words = _mm256_i32gather_epi32(reinterpret_cast<const int*>(src), index, 1);
     __m256i weight = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(f + i));
@@ -191,7 +192,7 @@ ORMA_AVX2_FUNCTION void ResampleRowAvx2(const uint8_t* src, const int32_t* i0, c
     __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi32(sum, sum), 0x08);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm256_castsi256_si128(packed));
   }
-  for (; i < width; ++i)
+  for (; i < to; ++i)
     out[i] = static_cast<uint16_t>(src[i0[i]] * (256 - f[i]) + src[i0[i] + 1] * f[i]);
 }
 
@@ -234,12 +235,14 @@ bool MakeWindowPlan(const int32_t* i0, const int32_t* f, int width, WindowPlan* 
   return true;
 }
 
-// Reads up to 15 bytes beyond a group's last neighbour, so the caller uses
-// this only where a next row follows.
+// Columns `from` to `to` and the rest of their groups. Reads up to 15 bytes
+// beyond a group's last neighbour, so the caller uses this only where a next
+// row follows.
 ORMA_AVX2_FUNCTION void ResampleRowWindowsAvx2(const uint8_t* src, const WindowPlan& plan, const int32_t* i0,
-                                               const int32_t* f, int width, uint16_t* out) {
-  int g = 0;
-  for (; g + 2 <= plan.groups; g += 2) {
+                                               const int32_t* f, int from, int to, uint16_t* out) {
+  int g = from / 8;
+  const int groups = std::min(plan.groups, (to + 7) / 8);
+  for (; g + 2 <= groups; g += 2) {
     __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + plan.base[g]));
     __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + plan.base[g + 1]));
     __m256i window = _mm256_inserti128_si256(_mm256_castsi128_si256(lo), hi, 1);
@@ -252,7 +255,7 @@ ORMA_AVX2_FUNCTION void ResampleRowWindowsAvx2(const uint8_t* src, const WindowP
     __m256i sum = _mm256_add_epi16(_mm256_mullo_epi16(first, keep), _mm256_mullo_epi16(second, take));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 8 * g), sum);
   }
-  for (int i = 8 * g; i < width; ++i)
+  for (int i = 8 * g; i < to; ++i)
     out[i] = static_cast<uint16_t>(src[i0[i]] * (256 - f[i]) + src[i0[i] + 1] * f[i]);
 }
 #endif
@@ -276,12 +279,13 @@ public:
     windows_ = adjacent_ && plane_ && HasAvx2() && MakeWindowPlan(i0_, f_, width_, &plan_);
 #endif
   }
-  /// Rows `a` and `b` resampled; both pointers stay valid until the next call.
-  void Pair(int a, int b, const uint16_t** ra, const uint16_t** rb) {
-    Slot* sa = Find(a);
-    Slot* sb = Find(b);
-    if (!sa) sa = Fill(a, sb);
-    if (!sb) sb = Fill(b, sa);
+  /// Rows `a` and `b` resampled, at least in columns `from` to `to`; both
+  /// pointers stay valid until the next call.
+  void Pair(int a, int b, int from, int to, const uint16_t** ra, const uint16_t** rb) {
+    Slot* sa = Find(a, from, to);
+    Slot* sb = Find(b, from, to);
+    if (!sa) sa = Fill(a, sb, from, to);
+    if (!sb) sb = Fill(b, sa, from, to);
     *ra = sa->values.data();
     *rb = sb->values.data();
   }
@@ -289,14 +293,22 @@ public:
 private:
   struct Slot {
     int row;
+    int from, to; // the columns resampled
     std::vector<uint16_t> values;
   };
-  Slot* Find(int row) {
+  // The slot of `row`; one that lacks some of the columns is resampled again
+  // over both ranges (the ranges of neighbouring rows overlap).
+  Slot* Find(int row, int& from, int& to) {
     for (Slot& s : slots_)
-      if (s.row == row) return &s;
+      if (s.row == row) {
+        if (s.from <= from && to <= s.to) return &s;
+        from = std::min(from, s.from);
+        to = std::max(to, s.to);
+        s.row = -1;
+      }
     return nullptr;
   }
-  Slot* Fill(int row, const Slot* keep) {
+  Slot* Fill(int row, const Slot* keep, int from, int to) {
     // The other slot than the one kept, else the one farther from `row`
     // (the canvas rows walk through the item in one direction).
     auto distance = [row](const Slot& s) { return s.row < 0 ? INT_MAX : std::abs(s.row - row); };
@@ -305,19 +317,21 @@ private:
               : distance(slots_[0]) >= distance(slots_[1]) ? slots_[0]
                                                            : slots_[1];
     s.row = row;
+    s.from = from;
+    s.to = to;
     const uint8_t* src = plane_ + static_cast<size_t>(row) * stride_;
     uint16_t* out = s.values.data();
 #if ORMA_AVX2
     if (windows_ && row + 1 < height_) {
-      ResampleRowWindowsAvx2(src, plan_, i0_, f_, width_, out);
+      ResampleRowWindowsAvx2(src, plan_, i0_, f_, from, to, out);
       return &s;
     }
     if (adjacent_ && row + 1 < height_ && HasAvx2()) {
-      ResampleRowAvx2(src, i0_, f_, width_, out);
+      ResampleRowAvx2(src, i0_, f_, from, to, out);
       return &s;
     }
 #endif
-    for (int i = 0; i < width_; ++i)
+    for (int i = from; i < to; ++i)
       out[i] = static_cast<uint16_t>(src[i0_[i]] * (256 - f_[i]) + src[i1_[i]] * f_[i]);
     return &s;
   }
@@ -406,29 +420,57 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
   ResampledRows vRows(item.p[2], item.s[2], ch, chromaColumns[0].data(), chromaColumns[1].data(),
                       chromaColumns[2].data(), blocks, chromaAdjacent);
   const int32_t* edgeX = columns[3].data();
+  // With the item's visible spans, each pair of canvas rows is drawn only
+  // from the first column that samples a visible item column to the last
+  // (the columns walk through the item in one direction when inv.a > 0);
+  // elsewhere every weight is 0, which leaves the canvas as it is.
+  const RowSpans* spans = job.visible && inv.a > 0 ? job.visible : nullptr;
   for (int y = y0; y < y1; y += 2) {
     const int rows = std::min(2, y1 - y);
+    Tap ty[2];
     bool any = false;
+    int lo = item.w, hi = 0; // item columns that may be visible
     for (int r = 0; r < rows; ++r) {
-      float cy = y + r + 0.5f;
-      Tap ty = MakeTap(inv.d * cy + inv.ty - 0.5f, item.h, vis[1], vis[3], job.ky);
+      ty[r] = MakeTap(inv.d * (y + r + 0.5f) + inv.ty - 0.5f, item.h, vis[1], vis[3], job.ky);
+      if (ty[r].edge == 0) continue;
+      any = true;
+      if (!spans) continue;
+      for (int row : {ty[r].i0, ty[r].i1}) {
+        const int k = row / 2;
+        if (spans->hi[k] <= spans->lo[k]) continue;
+        lo = std::min(lo, spans->lo[k]);
+        hi = std::max(hi, spans->hi[k]);
+      }
+    }
+    if (!any) continue;
+    int from = 0, to = width;
+    if (spans) {
+      if (hi <= lo) continue;
+      from = static_cast<int>(std::lower_bound(columns[1].begin(), columns[1].begin() + width, lo) -
+                              columns[1].begin());
+      to = static_cast<int>(std::lower_bound(columns[0].begin(), columns[0].begin() + width, hi) -
+                            columns[0].begin());
+      if (to <= from) continue;
+    }
+    for (int r = 0; r < rows; ++r) {
       int32_t* w = weight[r].data();
-      if (ty.edge == 0) {
+      if (ty[r].edge == 0) {
         std::fill(w, w + width, 0);
         continue;
       }
-      any = true;
-      const int fy = ty.f, gy = 256 - fy, edgeY = ty.edge;
+      std::fill(w, w + from, 0);
+      std::fill(w + to, w + width, 0);
+      const int fy = ty[r].f, gy = 256 - fy, edgeY = ty[r].edge;
       const uint16_t *l0, *l1, *a0 = nullptr, *a1 = nullptr;
-      lumaRows.Pair(ty.i0, ty.i1, &l0, &l1);
-      if (alpha) alphaRows.Pair(ty.i0, ty.i1, &a0, &a1);
+      lumaRows.Pair(ty[r].i0, ty[r].i1, from, to, &l0, &l1);
+      if (alpha) alphaRows.Pair(ty[r].i0, ty[r].i1, from, to, &a0, &a1);
       // One pass per row: the pixel's weight (edge coverage, times its alpha,
       // times the opacity), kept for the chroma, and its luma mixed in. A
       // pixel of weight 0 keeps its code, so every pixel can be mixed.
       uint8_t* __restrict d = canvas.p[0] + static_cast<size_t>(y + r) * canvas.s[0] + x0;
       int32_t* __restrict wr = w;
       if (alpha) {
-        for (int i = 0; i < width; ++i) {
+        for (int i = from; i < to; ++i) {
           // (a * coverage + 127) / 255, without a division.
           int v = ((a0[i] * gy + a1[i] * fy + 32768) >> 16) * std::min(edgeX[i], edgeY) + 127;
           int c = (((v + 1 + (v >> 8)) >> 8) * op + 128) >> 8;
@@ -437,7 +479,7 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
           d[i] = static_cast<uint8_t>(d[i] + (((lv - d[i]) * c + 128) >> 8));
         }
       } else {
-        for (int i = 0; i < width; ++i) {
+        for (int i = from; i < to; ++i) {
           int c = (std::min(edgeX[i], edgeY) * op + 128) >> 8;
           wr[i] = c;
           int lv = (l0[i] * gy + l1[i] * fy + 32768) >> 16;
@@ -445,12 +487,13 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
         }
       }
     }
-    if (!any) continue;
     float cy = y + 1.0f;
     Tap tc = MakeTap((inv.d * cy + inv.ty) * 0.5f - 0.5f, ch, 0, 0, 0);
+    // The blocks of the drawn columns; the others keep their codes.
+    const int firstBlock = from / 2, endBlock = std::min(blocks, (to + 1) / 2);
     const uint16_t *u0, *u1, *v0, *v1;
-    uRows.Pair(tc.i0, tc.i1, &u0, &u1);
-    vRows.Pair(tc.i0, tc.i1, &v0, &v1);
+    uRows.Pair(tc.i0, tc.i1, firstBlock, endBlock, &u0, &u1);
+    vRows.Pair(tc.i0, tc.i1, firstBlock, endBlock, &v0, &v1);
     // A block's chroma weight is the mean of its pixels' weights; a block of
     // weight 0 keeps its codes, so every block can be mixed.
     const int32_t* w0 = weight[0].data();
@@ -458,19 +501,20 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
     int32_t* cwgt = chromaWeight.data();
     const int pairs = width / 2;
     if (rows == 2) {
-      for (int b = 0; b < pairs; ++b)
+      for (int b = firstBlock; b < std::min(pairs, endBlock); ++b)
         cwgt[b] = (w0[2 * b] + w0[2 * b + 1] + w1[2 * b] + w1[2 * b + 1] + 2) >> 2;
     } else {
-      for (int b = 0; b < pairs; ++b)
+      for (int b = firstBlock; b < std::min(pairs, endBlock); ++b)
         cwgt[b] = (w0[2 * b] + w0[2 * b + 1] + 1) >> 1;
     }
-    if (pairs < blocks) {
+    if (pairs < blocks && pairs < endBlock) {
       int sum = w0[2 * pairs] + (rows == 2 ? w1[2 * pairs] : 0);
       cwgt[pairs] = (sum + rows / 2) / rows;
     }
     uint8_t* du = canvas.p[1] + static_cast<size_t>(y / 2) * canvas.s[1] + x0 / 2;
     uint8_t* dv = canvas.p[2] + static_cast<size_t>(y / 2) * canvas.s[2] + x0 / 2;
-    MixChromaRow(du, dv, u0, u1, v0, v1, cwgt, tc.f, blocks);
+    MixChromaRow(du + firstBlock, dv + firstBlock, u0 + firstBlock, u1 + firstBlock, v0 + firstBlock,
+                 v1 + firstBlock, cwgt + firstBlock, tc.f, endBlock - firstBlock);
   }
 }
 
@@ -580,7 +624,7 @@ void ComposeEachPixel(Yuv& canvas, const Yuv& item, const Placement& p, float op
 }
 
 void Compose(Yuv& canvas, const Yuv& item, const Placement& p, float opacity, int blendMode, int matrix,
-             const float* region) {
+             const float* region, const RowSpans* visible) {
   const BlendModeInfo* mode = FindBlendMode(blendMode);
   bool normal = !mode || !mode->mix;
   // Unscaled, unrotated, at an even position and normal: the plain blend.
@@ -592,7 +636,10 @@ void Compose(Yuv& canvas, const Yuv& item, const Placement& p, float opacity, in
   }
   if (normal && p.b == 0 && p.c == 0) {
     Job job;
-    if (Prepare(canvas, item, p, opacity, region, &job)) ComposeAxisAligned(canvas, item, job);
+    if (Prepare(canvas, item, p, opacity, region, &job)) {
+      job.visible = item.p[3] ? visible : nullptr;
+      ComposeAxisAligned(canvas, item, job);
+    }
     return;
   }
   ComposeEachPixel(canvas, item, p, opacity, blendMode, matrix, region);

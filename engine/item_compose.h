@@ -30,9 +30,10 @@ const BlendModeInfo* BlendModes(int* count);
 
 /// Draws `item` (with its alpha plane when it has one) onto `canvas`. With
 /// `region` (left, top, right, bottom in item pixels) only that part of the
-/// item is drawn.
+/// item is drawn. `visible`, when given, holds every item pixel whose alpha
+/// is not 0 (the rest need not be looked at).
 void Compose(Yuv& canvas, const Yuv& item, const Placement& placement, float opacity, int blendMode,
-             int matrix, const float* region = nullptr);
+             int matrix, const float* region = nullptr, const RowSpans* visible = nullptr);
 
 /// The general path of Compose, which maps every canvas pixel back through
 /// the placement on its own; Compose takes faster paths for items that are

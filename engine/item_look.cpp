@@ -346,7 +346,8 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
   p.ty = cy - (p.c * workW_ + p.d * workH_) * 0.5f;
   float region[4] = {f.pose.clip[0] * workW_, f.pose.clip[1] * workH_, workW_ * (1.0f - f.pose.clip[2]),
                      workH_ * (1.0f - f.pose.clip[3])};
-  Compose(canvas, view, p, f.opacity * f.pose.opacity, blendMode_, matrix, clip ? region : nullptr);
+  Compose(canvas, view, p, f.opacity * f.pose.opacity, blendMode_, matrix, clip ? region : nullptr,
+          spans.get());
 }
 
 PicturePtr ItemLook::StillPicture(const RgbaImage& image, int matrix) {

@@ -177,3 +177,45 @@ TEST(Compose, ScaledAndMovedItemsGiveWhatTheGeneralPathGives) {
     EXPECT_TRUE(SamePictures(fast.view(), general.view())) << "scale " << c.a << " x " << c.d;
   }
 }
+
+// An item whose alpha is 0 outside an ellipse, drawn with the spans of its
+// visible pixels: only the columns that sample a visible pixel are drawn,
+// with the same codes as drawing every pixel.
+TEST(Compose, VisibleSpansLeaveOutOnlyTransparentPixels) {
+  struct Case {
+    float a, d, tx, ty;
+    bool region;
+    float opacity;
+  };
+  const Case cases[] = {
+      {1.04f, 1.04f, -3.7f, -2.2f, false, 1.0f}, {0.5f, 0.75f, 10.3f, 7.9f, false, 0.6f},
+      {1.0f, 1.0f, 0.5f, 0.0f, true, 1.0f},      {2.5f, 1.5f, 30.0f, -8.0f, false, 0.3f},
+      {0.3f, 0.3f, 2.0f, 1.0f, false, 1.0f},     {-1.7f, 0.9f, 58.0f, 3.0f, false, 0.8f},
+      {1.0f, 1.0f, 3.0f, 2.0f, false, 1.0f},
+  };
+  for (int margin : {0, 3}) {
+    for (const Case& c : cases) {
+      Picture item(40, 30, true), fast(61, 47, false), general(61, 47, false);
+      Yuv& v = item.view();
+      FillNoise(v, 7);
+      for (int y = 0; y < v.h; ++y)
+        for (int x = 0; x < v.w; ++x) {
+          float dx = (x - 22.0f) / 12.0f, dy = (y - 13.0f) / 9.0f;
+          if (dx * dx + dy * dy > 1.0f) v.p[3][y * v.s[3] + x] = 0;
+        }
+      RowSpans spans = SpansOfCoverage(v.p[3], nullptr, v.s[3], v.w, v.h, margin);
+      FillNoise(fast.view(), 11);
+      FillNoise(general.view(), 11);
+      Placement p;
+      p.a = c.a;
+      p.d = c.d;
+      p.tx = c.tx;
+      p.ty = c.ty;
+      float region[4] = {3.5f, 2, 31, 25.25f};
+      Compose(fast.view(), v, p, c.opacity, 0, 709, c.region ? region : nullptr, &spans);
+      ComposeEachPixel(general.view(), v, p, c.opacity, 0, 709, c.region ? region : nullptr);
+      EXPECT_TRUE(SamePictures(fast.view(), general.view()))
+          << "scale " << c.a << " x " << c.d << ", margin " << margin;
+    }
+  }
+}
