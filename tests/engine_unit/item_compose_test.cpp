@@ -144,37 +144,51 @@ bool SamePictures(const Yuv& a, const Yuv& b) {
 
 } // namespace
 
+namespace {
+
+struct PlacementCase {
+  float a, d, tx, ty;
+  bool alpha;
+  bool region;
+  float opacity;
+};
+const PlacementCase kPlacements[] = {
+    {1.04f, 1.04f, -3.7f, -2.2f, true, false, 1.0f}, // a pulse over the whole canvas
+    {0.5f, 0.75f, 10.3f, 7.9f, false, false, 0.6f},  // smaller, off the grid
+    {1.0f, 1.0f, 0.5f, 0.0f, true, true, 1.0f},      // half a pixel, clipped
+    {2.5f, 1.5f, 30.0f, -8.0f, true, false, 0.3f},   // larger than the canvas, partly outside
+    {-1.0f, 1.0f, 40.0f, 0.0f, false, false, 1.0f},  // mirrored
+    {1.0f, 1.0f, 3.0f, 2.0f, true, false, 1.0f},     // moved by odd pixels
+    {0.3f, 0.3f, 2.0f, 1.0f, true, false, 1.0f},     // a third of its size
+    {-1.7f, 0.9f, 58.0f, 3.0f, true, false, 0.8f},   // enlarged and mirrored
+};
+
+// Compose (given the item's visible spans, if any) and the general path
+// draw `item` onto the same canvas with the same codes.
+::testing::AssertionResult SameAsTheGeneralPath(const Yuv& item, const PlacementCase& c,
+                                                const RowSpans* spans) {
+  Picture fast(61, 47, false), general(61, 47, false);
+  FillNoise(fast.view(), 11);
+  FillNoise(general.view(), 11);
+  Placement p;
+  p.a = c.a;
+  p.d = c.d;
+  p.tx = c.tx;
+  p.ty = c.ty;
+  float region[4] = {3.5f, 2, 31, 25.25f};
+  Compose(fast.view(), item, p, c.opacity, 0, 709, c.region ? region : nullptr, spans);
+  ComposeEachPixel(general.view(), item, p, c.opacity, 0, 709, c.region ? region : nullptr);
+  if (SamePictures(fast.view(), general.view())) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "scale " << c.a << " x " << c.d;
+}
+
+} // namespace
+
 TEST(Compose, ScaledAndMovedItemsGiveWhatTheGeneralPathGives) {
-  struct Case {
-    float a, d, tx, ty;
-    bool alpha;
-    bool region;
-    float opacity;
-  };
-  const Case cases[] = {
-      {1.04f, 1.04f, -3.7f, -2.2f, true, false, 1.0f}, // a pulse over the whole canvas
-      {0.5f, 0.75f, 10.3f, 7.9f, false, false, 0.6f},  // smaller, off the grid
-      {1.0f, 1.0f, 0.5f, 0.0f, true, true, 1.0f},      // half a pixel, clipped
-      {2.5f, 1.5f, 30.0f, -8.0f, true, false, 0.3f},   // larger than the canvas, partly outside
-      {-1.0f, 1.0f, 40.0f, 0.0f, false, false, 1.0f},  // mirrored
-      {1.0f, 1.0f, 3.0f, 2.0f, true, false, 1.0f},     // moved by odd pixels
-      {0.3f, 0.3f, 2.0f, 1.0f, true, false, 1.0f},     // a third of its size
-      {-1.7f, 0.9f, 58.0f, 3.0f, true, false, 0.8f},   // enlarged and mirrored
-  };
-  for (const Case& c : cases) {
-    Picture item(40, 30, c.alpha), fast(61, 47, false), general(61, 47, false);
+  for (const PlacementCase& c : kPlacements) {
+    Picture item(40, 30, c.alpha);
     FillNoise(item.view(), 7);
-    FillNoise(fast.view(), 11);
-    FillNoise(general.view(), 11);
-    Placement p;
-    p.a = c.a;
-    p.d = c.d;
-    p.tx = c.tx;
-    p.ty = c.ty;
-    float region[4] = {3.5f, 2, 31, 25.25f};
-    Compose(fast.view(), item.view(), p, c.opacity, 0, 709, c.region ? region : nullptr);
-    ComposeEachPixel(general.view(), item.view(), p, c.opacity, 0, 709, c.region ? region : nullptr);
-    EXPECT_TRUE(SamePictures(fast.view(), general.view())) << "scale " << c.a << " x " << c.d;
+    EXPECT_TRUE(SameAsTheGeneralPath(item.view(), c, nullptr));
   }
 }
 
@@ -182,20 +196,9 @@ TEST(Compose, ScaledAndMovedItemsGiveWhatTheGeneralPathGives) {
 // visible pixels: only the columns that sample a visible pixel are drawn,
 // with the same codes as drawing every pixel.
 TEST(Compose, VisibleSpansLeaveOutOnlyTransparentPixels) {
-  struct Case {
-    float a, d, tx, ty;
-    bool region;
-    float opacity;
-  };
-  const Case cases[] = {
-      {1.04f, 1.04f, -3.7f, -2.2f, false, 1.0f}, {0.5f, 0.75f, 10.3f, 7.9f, false, 0.6f},
-      {1.0f, 1.0f, 0.5f, 0.0f, true, 1.0f},      {2.5f, 1.5f, 30.0f, -8.0f, false, 0.3f},
-      {0.3f, 0.3f, 2.0f, 1.0f, false, 1.0f},     {-1.7f, 0.9f, 58.0f, 3.0f, false, 0.8f},
-      {1.0f, 1.0f, 3.0f, 2.0f, false, 1.0f},
-  };
-  for (int margin : {0, 3}) {
-    for (const Case& c : cases) {
-      Picture item(40, 30, true), fast(61, 47, false), general(61, 47, false);
+  for (int margin : {0, 3})
+    for (const PlacementCase& c : kPlacements) {
+      Picture item(40, 30, true);
       Yuv& v = item.view();
       FillNoise(v, 7);
       for (int y = 0; y < v.h; ++y)
@@ -204,18 +207,6 @@ TEST(Compose, VisibleSpansLeaveOutOnlyTransparentPixels) {
           if (dx * dx + dy * dy > 1.0f) v.p[3][y * v.s[3] + x] = 0;
         }
       RowSpans spans = SpansOfCoverage(v.p[3], nullptr, v.s[3], v.w, v.h, margin);
-      FillNoise(fast.view(), 11);
-      FillNoise(general.view(), 11);
-      Placement p;
-      p.a = c.a;
-      p.d = c.d;
-      p.tx = c.tx;
-      p.ty = c.ty;
-      float region[4] = {3.5f, 2, 31, 25.25f};
-      Compose(fast.view(), v, p, c.opacity, 0, 709, c.region ? region : nullptr, &spans);
-      ComposeEachPixel(general.view(), v, p, c.opacity, 0, 709, c.region ? region : nullptr);
-      EXPECT_TRUE(SamePictures(fast.view(), general.view()))
-          << "scale " << c.a << " x " << c.d << ", margin " << margin;
+      EXPECT_TRUE(SameAsTheGeneralPath(v, c, &spans)) << "margin " << margin;
     }
-  }
 }
