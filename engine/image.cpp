@@ -1,5 +1,7 @@
 #include "engine/image.h"
 
+#include "engine/vector_clones.h"
+
 extern "C" {
 #include <libavutil/pixfmt.h>
 #include <libswscale/swscale.h>
@@ -363,27 +365,20 @@ void Mix(Yuv& dst, const Yuv& a, const Yuv& b, float t) {
   }
 }
 
-void MaskMix(Yuv& dst, const Yuv& a, const Yuv& b, const uint8_t* mask, int maskStride) {
-  for (int y = 0; y < dst.h; ++y) {
-    uint8_t* d = dst.p[0] + y * dst.s[0];
-    const uint8_t* pa = a.p[0] + y * a.s[0];
-    const uint8_t* pb = b.p[0] + y * b.s[0];
-    const uint8_t* m = mask + y * maskStride;
-    for (int x = 0; x < dst.w; ++x) {
-      int w = m[x] + (m[x] >> 7); // 0..256
-      d[x] = static_cast<uint8_t>(pa[x] + (((pb[x] - pa[x]) * w + 128) >> 8));
-    }
-  }
-  for (int y = 0; y < Half(dst.h); ++y) {
-    const uint8_t* m = mask + std::min(2 * y, dst.h - 1) * maskStride;
-    for (int k = 1; k <= 2; ++k) {
-      uint8_t* d = dst.p[k] + y * dst.s[k];
-      const uint8_t* pa = a.p[k] + y * a.s[k];
-      const uint8_t* pb = b.p[k] + y * b.s[k];
-      for (int x = 0; x < Half(dst.w); ++x) {
-        int mv = m[std::min(2 * x, dst.w - 1)];
-        int w = mv + (mv >> 7);
-        d[x] = static_cast<uint8_t>(pa[x] + (((pb[x] - pa[x]) * w + 128) >> 8));
+ORMA_VECTOR_CLONES void SwitchMix(Yuv& dst, const Yuv& a, const Yuv& b, const uint8_t* order,
+                                  const uint8_t* orderHalf, const SwitchRamp& ramp) {
+  const int32_t base = ramp.base, slope = ramp.slope;
+  for (int k = 0; k < 3; ++k) {
+    const int w = k ? Half(dst.w) : dst.w, h = k ? Half(dst.h) : dst.h;
+    const uint8_t* codes = k ? orderHalf : order;
+    for (int y = 0; y < h; ++y) {
+      uint8_t* __restrict d = dst.p[k] + static_cast<size_t>(y) * dst.s[k];
+      const uint8_t* __restrict pa = a.p[k] + static_cast<size_t>(y) * a.s[k];
+      const uint8_t* __restrict pb = b.p[k] + static_cast<size_t>(y) * b.s[k];
+      const uint8_t* __restrict m = codes + static_cast<size_t>(y) * w;
+      for (int x = 0; x < w; ++x) {
+        int t = std::clamp((base - slope * m[x]) >> 8, 0, 256);
+        d[x] = static_cast<uint8_t>(pa[x] + (((pb[x] - pa[x]) * t + 128) >> 8));
       }
     }
   }

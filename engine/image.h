@@ -4,6 +4,7 @@
 // so a frame that needs no compositing is never converted.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -92,9 +93,21 @@ void FillAlpha(Yuv& img);
 /// dst = a * (1 - t) + b * t on every plane (not alpha).
 void Mix(Yuv& dst, const Yuv& a, const Yuv& b, float t);
 
-/// dst = a where the mask is 0, b where it is 255, blended in between. The
-/// mask is full resolution with stride `maskStride`.
-void MaskMix(Yuv& dst, const Yuv& a, const Yuv& b, const uint8_t* mask, int maskStride);
+/// The weight of the second picture (0..256) for each switch order code L
+/// (0..255) of a picture that switches from one picture to another in an
+/// order: clamp((base - slope * L) >> 8, 0, 256).
+struct SwitchRamp {
+  int32_t base = 0;  ///< at most 2^25
+  int32_t slope = 0; ///< at most 2^17
+  int Weight(int order) const { return std::clamp((base - slope * order) >> 8, 0, 256); }
+};
+
+/// dst = a blended towards b by the ramp's weight of each pixel's switch
+/// order: `order` for luma (dst.w bytes a row), `orderHalf` for chroma
+/// (one code per chroma sample, Half(dst.w) bytes a row). `dst` is a
+/// picture of its own, neither `a` nor `b`.
+void SwitchMix(Yuv& dst, const Yuv& a, const Yuv& b, const uint8_t* order, const uint8_t* orderHalf,
+               const SwitchRamp& ramp);
 
 /// Approximates a Gaussian blur of standard deviation `sigma` pixels with
 /// three box passes, on the colour planes.

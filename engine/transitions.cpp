@@ -161,25 +161,38 @@ bool TransitionAvailable(const TransitionStyle& style, std::string* error) {
 }
 
 MaskTransition::MaskTransition(std::vector<uint8_t> order, int width, int height, float softness)
-    : order_(std::move(order)), width_(width), height_(height), softness_(std::clamp(softness, 0.0f, 1.0f)) {}
+    : order_(std::move(order)), width_(width), height_(height), softness_(std::clamp(softness, 0.0f, 1.0f)) {
+  // Each chroma sample switches with the luma pixel at its top left.
+  const int cw = (width_ + 1) / 2, ch = (height_ + 1) / 2;
+  orderHalf_.resize(static_cast<size_t>(cw) * ch);
+  for (int y = 0; y < ch; ++y)
+    for (int x = 0; x < cw; ++x)
+      orderHalf_[static_cast<size_t>(y) * cw + x] =
+          order_[static_cast<size_t>(std::min(2 * y, height_ - 1)) * width_ + std::min(2 * x, width_ - 1)];
+}
+
+SwitchRamp MaskTransition::RampAt(float p) const {
+  // A pixel of switch order L (0..1) is fully the next scene once
+  // p * (1 + s) - L >= s and fully this one while it is <= 0; a soft edge
+  // narrower than one code is a hard one: L < p.
+  SwitchRamp ramp;
+  const float s = softness_;
+  if (s * 255.0f >= 1.0f) {
+    ramp.base =
+        static_cast<int32_t>(std::lround(65536.0f * std::clamp(p, 0.0f, 1.0f) * (1.0f + s) / s)) + 128;
+    ramp.slope = static_cast<int32_t>(std::lround(65536.0f / (255.0f * s)));
+  } else {
+    int first = 0; // the first order code still this scene's
+    while (first < 256 && first / 255.0f < p)
+      ++first;
+    ramp.slope = 256 * 257;
+    ramp.base = first * ramp.slope - 1;
+  }
+  return ramp;
+}
 
 void MaskTransition::Render(Yuv& dst, const Yuv& a, const Yuv& b, float p) const {
-  // Pixel switch order L (0..1) against progress: fully b once
-  // p * (1 + s) - L >= s, fully a while it is <= 0.
-  uint8_t lut[256];
-  for (int l = 0; l < 256; ++l) {
-    float value = l / 255.0f, v;
-    if (softness_ > 0.0f)
-      v = std::clamp((p * (1.0f + softness_) - value) / softness_, 0.0f, 1.0f);
-    else
-      v = value < p ? 1.0f : 0.0f;
-    lut[l] = static_cast<uint8_t>(std::lround(v * 255.0f));
-  }
-  thread_local std::vector<uint8_t> mask;
-  mask.resize(order_.size());
-  for (size_t i = 0; i < order_.size(); ++i)
-    mask[i] = lut[order_[i]];
-  MaskMix(dst, a, b, mask.data(), width_);
+  SwitchMix(dst, a, b, order_.data(), orderHalf_.data(), RampAt(p));
 }
 
 } // namespace orma

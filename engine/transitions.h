@@ -46,9 +46,12 @@ class MaskTransition : public TransitionEffect {
 public:
   MaskTransition(std::vector<uint8_t> order, int width, int height, float softness);
   void Render(Yuv& dst, const Yuv& a, const Yuv& b, float p) const override;
+  /// The weights of the next scene by switch order at progress `p` (0..1).
+  SwitchRamp RampAt(float p) const;
 
 private:
   std::vector<uint8_t> order_;
+  std::vector<uint8_t> orderHalf_; ///< the order at chroma resolution
   int width_, height_;
   float softness_;
 };
