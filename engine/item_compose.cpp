@@ -266,14 +266,29 @@ ORMA_AVX2_FUNCTION void ResampleRowWindowsAvx2(const uint8_t* src, const WindowP
 // between two canvas rows.
 class ResampledRows {
 public:
+  /// Memory kept between composites (per thread and plane), so that a frame
+  /// allocates nothing once the sizes have been seen.
+  struct Scratch {
+    std::vector<uint16_t> rows[2];
+#if ORMA_AVX2
+    WindowPlan plan;
+#endif
+  };
+
   /// `i1` is `i0` + 1 in every column when `adjacent` is true.
   ResampledRows(const uint8_t* plane, int stride, int height, const int32_t* i0, const int32_t* i1,
-                const int32_t* f, int width, bool adjacent)
+                const int32_t* f, int width, bool adjacent, Scratch& scratch)
       : plane_(plane), stride_(stride), height_(height), i0_(i0), i1_(i1), f_(f), width_(width),
-        adjacent_(adjacent) {
-    for (Slot& s : slots_) {
-      s.row = -1;
-      s.values.resize(width);
+        adjacent_(adjacent)
+#if ORMA_AVX2
+        ,
+        plan_(scratch.plan)
+#endif
+  {
+    for (int k = 0; k < 2; ++k) {
+      scratch.rows[k].resize(width);
+      slots_[k].row = -1;
+      slots_[k].values = scratch.rows[k].data();
     }
 #if ORMA_AVX2
     windows_ = adjacent_ && plane_ && HasAvx2() && MakeWindowPlan(i0_, f_, width_, &plan_);
@@ -286,15 +301,15 @@ public:
     Slot* sb = Find(b, from, to);
     if (!sa) sa = Fill(a, sb, from, to);
     if (!sb) sb = Fill(b, sa, from, to);
-    *ra = sa->values.data();
-    *rb = sb->values.data();
+    *ra = sa->values;
+    *rb = sb->values;
   }
 
 private:
   struct Slot {
     int row;
     int from, to; // the columns resampled
-    std::vector<uint16_t> values;
+    uint16_t* values;
   };
   // The slot of `row`; one that lacks some of the columns is resampled again
   // over both ranges (the ranges of neighbouring rows overlap).
@@ -320,7 +335,7 @@ private:
     s.from = from;
     s.to = to;
     const uint8_t* src = plane_ + static_cast<size_t>(row) * stride_;
-    uint16_t* out = s.values.data();
+    uint16_t* out = s.values;
 #if ORMA_AVX2
     if (windows_ && row + 1 < height_) {
       ResampleRowWindowsAvx2(src, plan_, i0_, f_, from, to, out);
@@ -342,7 +357,7 @@ private:
   bool adjacent_;
   Slot slots_[2];
 #if ORMA_AVX2
-  WindowPlan plan_;
+  WindowPlan& plan_;
   bool windows_ = false;
 #endif
 };
@@ -411,14 +426,15 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
   for (int k = 0; k < 2; ++k) {
     weight[k].resize(width);
   }
+  thread_local ResampledRows::Scratch scratch[4];
   ResampledRows lumaRows(item.p[0], item.s[0], item.h, columns[0].data(), columns[1].data(),
-                         columns[2].data(), width, adjacent);
+                         columns[2].data(), width, adjacent, scratch[0]);
   ResampledRows alphaRows(item.p[3], item.s[3], item.h, columns[0].data(), columns[1].data(),
-                          columns[2].data(), width, adjacent);
+                          columns[2].data(), width, adjacent, scratch[3]);
   ResampledRows uRows(item.p[1], item.s[1], ch, chromaColumns[0].data(), chromaColumns[1].data(),
-                      chromaColumns[2].data(), blocks, chromaAdjacent);
+                      chromaColumns[2].data(), blocks, chromaAdjacent, scratch[1]);
   ResampledRows vRows(item.p[2], item.s[2], ch, chromaColumns[0].data(), chromaColumns[1].data(),
-                      chromaColumns[2].data(), blocks, chromaAdjacent);
+                      chromaColumns[2].data(), blocks, chromaAdjacent, scratch[2]);
   const int32_t* edgeX = columns[3].data();
   // With the item's visible spans, each pair of canvas rows is drawn only
   // from the first column that samples a visible item column to the last
