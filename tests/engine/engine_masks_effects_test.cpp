@@ -186,3 +186,37 @@ TEST_F(EngineMasksEffects, AdjustmentsReachEveryPartOfAMaskedItemThatShows) {
   EXPECT_COLOR(v, 10, 0.05, 0.05, kBlack);
   EXPECT_COLOR(v, 10, 0.95, 0.95, kBlack);
 }
+
+// The same with the item drawn smaller and at an odd position (key frames
+// growing it from 160 x 100 at (33, 19)), so that the composite resamples
+// it, drawing only the columns the mask leaves visible.
+TEST_F(EngineMasksEffects, AScaledMaskedItemShowsWithinItsMaskOnly) {
+  OrmaVideoHandle vv = NewVideo();
+  OrmaMediaHandle m = nullptr;
+  AddScene(vv, 0, 1, "red.mp4", &m);
+  ASSERT_EQ(OrmaSetMediaSaturation(m, -100), 1);
+  ASSERT_EQ(OrmaSetMediaSharp(m, 30), 1);
+  OrmaKeyFrameBlock a{}, b{};
+  b.atTimeUs = kSecond;
+  float small[4] = {33, 19, 193, 119}, large[4] = {33, 19, 273, 169};
+  std::memcpy(a.showRect, small, sizeof small);
+  std::memcpy(b.showRect, large, sizeof large);
+  a.opacity = b.opacity = 1.0f;
+  ASSERT_GT(OrmaMediaAddKeyFrameAnimation(m, &a), 0);
+  ASSERT_GT(OrmaMediaAddKeyFrameAnimation(m, &b), 0);
+  OrmaMaskHandle mask = OrmaAddMediaMaskFromConfig(m, Resource("masks", "circle").c_str());
+  ASSERT_NE(mask, nullptr);
+  OrmaMaskShapeBlock s = Shape(0.5f, 0.5f, 0.5f, 0.8f); // a circle of radius 40 about (113, 69)
+  ASSERT_EQ(OrmaUpdateMediaMaskParam(m, mask, &s), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  ASSERT_TRUE(v.ok) << v.error;
+  for (int x : {113, 79, 147}) { // the centre and 6 pixels inside the left and right edges
+    Rgb c = v.At(0, (x + 0.5) / 320.0, 69.5 / 180.0);
+    EXPECT_LE(std::max({c.r, c.g, c.b}) - std::min({c.r, c.g, c.b}), 10) << x << ": " << ToString(c);
+    EXPECT_GT(c.r, 40) << x << ": " << ToString(c);
+  }
+  for (int x : {63, 163}) // within the item, beyond its mask
+    EXPECT_COLOR(v, 0, (x + 0.5) / 320.0, 69.5 / 180.0, kBlack);
+  EXPECT_COLOR(v, 0, 0.03, 0.05, kBlack);
+}
