@@ -367,7 +367,7 @@ void Mix(Yuv& dst, const Yuv& a, const Yuv& b, float t) {
 
 ORMA_VECTOR_CLONES void SwitchMix(Yuv& dst, const Yuv& a, const Yuv& b, const uint8_t* order,
                                   const uint8_t* orderHalf, const SwitchRamp& ramp) {
-  const int32_t base = ramp.base, slope = ramp.slope;
+  const SwitchRamp r = ramp; // a local copy: the byte stores cannot change it
   for (int k = 0; k < 3; ++k) {
     const int w = k ? Half(dst.w) : dst.w, h = k ? Half(dst.h) : dst.h;
     const uint8_t* codes = k ? orderHalf : order;
@@ -377,8 +377,7 @@ ORMA_VECTOR_CLONES void SwitchMix(Yuv& dst, const Yuv& a, const Yuv& b, const ui
       const uint8_t* __restrict pb = b.p[k] + static_cast<size_t>(y) * b.s[k];
       const uint8_t* __restrict m = codes + static_cast<size_t>(y) * w;
       for (int x = 0; x < w; ++x) {
-        int t = std::clamp((base - slope * m[x]) >> 8, 0, 256);
-        d[x] = static_cast<uint8_t>(pa[x] + (((pb[x] - pa[x]) * t + 128) >> 8));
+        d[x] = static_cast<uint8_t>(pa[x] + (((pb[x] - pa[x]) * r.Weight(m[x]) + 128) >> 8));
       }
     }
   }
