@@ -468,14 +468,19 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
                             columns[0].begin());
       if (to <= from) continue;
     }
+    // The chroma blocks of the drawn columns; the others keep their codes.
+    // Their weights read the pixels' weights from 2 * firstBlock (from, or
+    // the column before) to 2 * endBlock (to, or the column after).
+    const int firstBlock = from / 2, endBlock = std::min(blocks, (to + 1) / 2);
+    const int readFrom = 2 * firstBlock, readTo = std::min(width, 2 * endBlock);
     for (int r = 0; r < rows; ++r) {
       int32_t* w = weight[r].data();
       if (ty[r].edge == 0) {
-        std::fill(w, w + width, 0);
+        std::fill(w + readFrom, w + readTo, 0);
         continue;
       }
-      std::fill(w, w + from, 0);
-      std::fill(w + to, w + width, 0);
+      std::fill(w + readFrom, w + from, 0);
+      std::fill(w + to, w + readTo, 0);
       const int fy = ty[r].f, gy = 256 - fy, edgeY = ty[r].edge;
       const uint16_t *l0, *l1, *a0 = nullptr, *a1 = nullptr;
       lumaRows.Pair(ty[r].i0, ty[r].i1, from, to, &l0, &l1);
@@ -505,8 +510,6 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
     }
     float cy = y + 1.0f;
     Tap tc = MakeTap((inv.d * cy + inv.ty) * 0.5f - 0.5f, ch, 0, 0, 0);
-    // The blocks of the drawn columns; the others keep their codes.
-    const int firstBlock = from / 2, endBlock = std::min(blocks, (to + 1) / 2);
     const uint16_t *u0, *u1, *v0, *v1;
     uRows.Pair(tc.i0, tc.i1, firstBlock, endBlock, &u0, &u1);
     vRows.Pair(tc.i0, tc.i1, firstBlock, endBlock, &v0, &v1);
