@@ -22,13 +22,6 @@ std::string Animation(const std::string& name) {
       << "frame " << (frame) << " at " << (x) << "," << (y) << " is "                                        \
       << ToString((video).At((frame), (x), (y)))
 
-OrmaKeyFrameBlock KeyFrame(double seconds) {
-  OrmaKeyFrameBlock k;
-  std::memset(&k, 0, sizeof k);
-  k.atTimeUs = static_cast<int64_t>(seconds * kSecond);
-  return k;
-}
-
 class EngineMotion : public EngineTest {};
 
 TEST_F(EngineMotion, AnInAnimationStartsTransparentAndEndsOpaque) {
@@ -110,11 +103,8 @@ TEST_F(EngineMotion, KeyFramesMoveARectangle) {
   OrmaVideoHandle vv = NewVideo();
   OrmaMediaHandle m = nullptr;
   AddScene(vv, 0, 2, "white.bmp", &m);
-  OrmaKeyFrameBlock a = KeyFrame(0.0), b = KeyFrame(1.0);
-  float from[4] = {0, 0, 80, 46}, to[4] = {240, 134, 320, 180};
-  std::memcpy(a.showRect, from, sizeof from);
-  std::memcpy(b.showRect, to, sizeof to);
-  a.opacity = b.opacity = 1.0f;
+  Rect4 from{{0, 0, 80, 46}}, to{{240, 134, 320, 180}};
+  OrmaKeyFrameBlock a = KeyFrame(0.0, &from), b = KeyFrame(1.0, &to);
   EXPECT_EQ(OrmaMediaAddKeyFrameAnimation(m, &a), 1);
   EXPECT_EQ(OrmaMediaAddKeyFrameAnimation(m, &b), 2);
   ASSERT_EQ(Export(vv), 1);

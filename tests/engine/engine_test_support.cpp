@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -63,6 +64,17 @@ int32_t EngineTest::Export(OrmaVideoHandle vv) {
   poll.join();
   progress.push_back(OrmaEditProgress(vv));
   return result;
+}
+
+OrmaKeyFrameBlock KeyFrame(double seconds, const Rect4* show) {
+  OrmaKeyFrameBlock k;
+  std::memset(&k, 0, sizeof k);
+  k.atTimeUs = static_cast<int64_t>(seconds * kSecond);
+  if (show) {
+    std::memcpy(k.showRect, show->v, sizeof show->v);
+    k.opacity = 1.0f;
+  }
+  return k;
 }
 
 bool FileExists(const std::string& path) {

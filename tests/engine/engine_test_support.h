@@ -47,6 +47,11 @@ struct Rect4 {
   float v[4];
 };
 
+/// A key frame at `seconds` of the item's own time, every field 0 (not
+/// animated); with `show` (canvas pixels), that show rectangle at full
+/// opacity.
+OrmaKeyFrameBlock KeyFrame(double seconds, const Rect4* show = nullptr);
+
 bool FileExists(const std::string& path);
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& text);
