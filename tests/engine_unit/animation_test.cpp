@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "engine/animation.h"
-#include "engine/easing.h"
+#include "engine/core/easing.h"
+#include "engine/look/animation.h"
 
 using namespace orma;
 

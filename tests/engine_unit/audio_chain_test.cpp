@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <random>
 
-#include "engine/audio_chain.h"
+#include "engine/sound/audio_chain.h"
 #include "tests/engine_unit/tone.h"
 
 using namespace orma;

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "engine/color_table.h"
+#include "engine/picture/color_table.h"
 #include "tests/engine_unit/picture_util.h"
 
 using namespace orma;

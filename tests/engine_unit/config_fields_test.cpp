@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "engine/config_fields.h"
+#include "engine/core/config_fields.h"
 
 namespace {
 

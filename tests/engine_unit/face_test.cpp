@@ -8,11 +8,12 @@
 #include <memory>
 #include <string>
 
-#include "engine/face_count.h"
-#include "engine/face_detect.h"
-#include "engine/face_warp.h"
-#include "engine/probe.h"
-#include "engine/render.h"
+#include "engine/look/face_count.h"
+#include "engine/look/face_detect.h"
+#include "engine/media/probe.h"
+#include "engine/media/still_image.h"
+#include "engine/render/face_warp.h"
+#include "engine/render/scene.h"
 
 using namespace orma;
 
@@ -35,10 +36,9 @@ protected:
   static PicturePtr Load(const std::string& name) {
     MediaProbe probe = ProbeMedia(File(name).c_str(), true);
     EXPECT_TRUE(probe.ok) << probe.error;
-    RenderContext ctx;
     RgbaImage rgba;
     std::string error;
-    EXPECT_TRUE(LoadRgba(probe, ctx, &rgba, &error)) << error;
+    EXPECT_TRUE(LoadRgba(probe, &rgba, &error)) << error;
     Picture converted(rgba.width, rgba.height, true); // converting needs alpha
     EXPECT_TRUE(
         ScaleRgba(rgba.pixels.data(), rgba.width * 4, 0, 0, rgba.width, rgba.height, converted.view(), 601));
@@ -234,10 +234,9 @@ TEST_F(Faces, TrackerReusesItsFacesBetweenDetections) {
 TEST_F(Faces, TrackerFindsFacesInRgbaFramesAndCropAreas) {
   MediaProbe probe = ProbeMedia(File("face.png").c_str(), true);
   ASSERT_TRUE(probe.ok) << probe.error;
-  RenderContext ctx;
   RgbaImage rgba;
   std::string error;
-  ASSERT_TRUE(LoadRgba(probe, ctx, &rgba, &error)) << error;
+  ASSERT_TRUE(LoadRgba(probe, &rgba, &error)) << error;
   SourceFrame frame;
   auto decoded = std::make_shared<Decoded>();
   decoded->rgba = rgba.pixels.data();

@@ -7,9 +7,9 @@
 #include <thread>
 #include <vector>
 
-#include "engine/export.h"
-#include "engine/mlt_runtime.h"
-#include "engine/timeline.h"
+#include "engine/core/libraries.h"
+#include "engine/encode/export_run.h"
+#include "engine/timeline/timeline.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "engine/item_compose.h"
+#include "engine/picture/compose.h"
 #include "tests/engine_unit/picture_util.h"
 
 using namespace orma;

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "engine/easing.h"
-#include "engine/key_frames.h"
+#include "engine/core/easing.h"
+#include "engine/look/key_frames.h"
 
 using namespace orma;
 

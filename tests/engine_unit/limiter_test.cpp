@@ -3,7 +3,7 @@
 #include <cmath>
 #include <vector>
 
-#include "engine/limiter.h"
+#include "engine/sound/limiter.h"
 
 namespace {
 

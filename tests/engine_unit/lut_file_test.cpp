@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "engine/lut_file.h"
+#include "engine/look/lut_file.h"
 
 using namespace orma;
 

@@ -2,10 +2,10 @@
 
 #include <cstring>
 
-#include "engine/color_table.h"
-#include "engine/item_compose.h"
-#include "engine/mask_shape.h"
-#include "engine/picture_filters.h"
+#include "engine/look/mask_shape.h"
+#include "engine/picture/color_table.h"
+#include "engine/picture/compose.h"
+#include "engine/picture/filters.h"
 #include "tests/engine_unit/picture_util.h"
 
 using namespace orma;

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <utility>
 
-#include "engine/picture_filters.h"
+#include "engine/picture/filters.h"
 #include "tests/engine_unit/picture_util.h"
 
 using namespace orma;

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <string>
 
-#include "engine/image.h"
+#include "engine/picture/image.h"
 
 namespace testpic {
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "engine/region_effects.h"
+#include "engine/picture/region_filters.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <set>
 
-#include "engine/caption_style.h"
-#include "engine/word_art.h"
+#include "engine/text/caption_style.h"
+#include "engine/text/word_art.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <filesystem>
 #include <set>
 
-#include "engine/animation.h"
-#include "engine/mask_shape.h"
-#include "engine/special_effect.h"
+#include "engine/look/animation.h"
+#include "engine/look/mask_shape.h"
+#include "engine/look/special_effect.h"
 
 namespace {
 

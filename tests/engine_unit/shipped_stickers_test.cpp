@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "engine/sticker.h"
+#include "engine/look/sticker.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "engine/config_fields.h"
-#include "engine/special_effect.h"
+#include "engine/core/config_fields.h"
+#include "engine/look/special_effect.h"
 #include "tests/engine_unit/picture_util.h"
 
 using namespace orma;

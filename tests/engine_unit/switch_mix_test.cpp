@@ -3,8 +3,8 @@
 #include <cmath>
 #include <vector>
 
-#include "engine/image.h"
-#include "engine/transitions.h"
+#include "engine/picture/image.h"
+#include "engine/render/transitions.h"
 
 using namespace orma;
 

@@ -2,8 +2,8 @@
 
 #include <memory>
 
-#include "engine/mlt_runtime.h"
-#include "engine/timeline.h"
+#include "engine/core/libraries.h"
+#include "engine/timeline/timeline.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/probe.h"
-#include "engine/video_decoder.h"
+#include "engine/media/probe.h"
+#include "engine/media/video_decoder.h"
 
 using namespace orma;
 

@@ -1,0 +1,48 @@
+// Shared by the API entry points (api/*.cpp): handle lookup, tracing and
+// the library's own result codes.
+#pragma once
+
+#include <string>
+
+#include "corelib/orma_core.h"
+#include "engine/api/trace.h"
+#include "engine/core/log.h"
+#include "engine/model/model.h"
+
+namespace orma {
+
+/// Results below 1 that the API returns for its own checks; an export
+/// returns the codes of encode/export_run.h.
+enum ApiResult : int32_t {
+  kOk = 1,
+  kBadHandle = -1,   ///< null, unknown or wrong kind of handle
+  kBadArgument = -2, ///< a value out of range or a null block
+  kBadFile = -3,     ///< a file that is missing, unreadable or undecodable
+  kBadState = -4,    ///< a call out of order (scene not added, export running ...)
+};
+
+/// Returns `result` after writing the call to the trace (ORMA_TRACE).
+template <class R, class Args> R Traced(const char* function, Args&& args, R result) {
+  if (TraceEnabled()) TraceCall(function, args(), TraceResult(result));
+  return result;
+}
+
+inline VirtualVideo* VideoOf(const void* h) { return Lookup<VirtualVideo>(h, HandleType::Video); }
+inline Scene* SceneOf(const void* h) { return Lookup<Scene>(h, HandleType::Scene); }
+inline Media* MediaOf(const void* h) { return Lookup<Media>(h, HandleType::Media); }
+inline Effect* EffectOf(const void* h) { return Lookup<Effect>(h, HandleType::Effect); }
+inline AudioTrack* AudioOf(const void* h) { return Lookup<AudioTrack>(h, HandleType::Audio); }
+inline Caption* CaptionOf(const void* h) { return Lookup<Caption>(h, HandleType::Caption); }
+inline CaptionItem* CaptionItemOf(const void* h) { return Lookup<CaptionItem>(h, HandleType::CaptionItem); }
+inline Mask* MaskOf(const void* h) { return Lookup<Mask>(h, HandleType::Mask); }
+
+/// Logs "<function>: <text>" and returns code.
+int32_t Refuse(const char* function, int32_t code, const std::string& text);
+
+/// Adds an element to a video's timeline.
+void AddElement(VirtualVideo* video, Element* element);
+
+/// The changes of a model must not race an export that reads it.
+bool Exporting(const VirtualVideo* video);
+
+} // namespace orma

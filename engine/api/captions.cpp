@@ -1,0 +1,451 @@
+// Captions and stickers: created from a style's config.json, placed on the
+// timeline, and filled item by item.
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+#include "engine/api/api.h"
+#include "engine/look/animation.h"
+#include "engine/look/sticker.h"
+#include "engine/text/caption_style.h"
+#include "engine/text/word_art.h"
+
+using namespace orma;
+
+namespace {
+
+template <class Apply> int32_t WithCaption(const char* function, OrmaCaptionHandle c, Apply apply) {
+  Caption* caption = CaptionOf(c);
+  if (!caption) return Refuse(function, kBadHandle, "not a caption handle");
+  if (Exporting(caption->video)) return Refuse(function, kBadState, "an export is running");
+  return apply(*caption);
+}
+
+template <class Apply> int32_t WithItem(const char* function, OrmaCaptionItemHandle i, Apply apply) {
+  CaptionItem* item = CaptionItemOf(i);
+  if (!item) return Refuse(function, kBadHandle, "not a caption item handle");
+  if (Exporting(item->caption->video)) return Refuse(function, kBadState, "an export is running");
+  return apply(*item);
+}
+
+CaptionItem* NewItem(Caption& caption) {
+  auto* item = new CaptionItem();
+  item->caption = &caption;
+  RegisterHandle(item);
+  caption.items.push_back(item);
+  return item;
+}
+
+std::string Copied(const char* text, size_t size) {
+  size_t n = strnlen(text, size);
+  return std::string(text, n);
+}
+
+// What each caption kind reads from its config.json, and the items it starts
+// with.
+bool LoadStyledPieces(Caption& caption, std::string* error) {
+  caption.style = LoadCaptionStyle(caption.configPath, 0, error);
+  return caption.style != nullptr;
+}
+
+bool LoadTemplateLines(Caption& caption, std::string* error) {
+  caption.style = LoadCaptionStyle(caption.configPath, 1, error);
+  return caption.style != nullptr;
+}
+
+bool LoadSticker(Caption& caption, std::string* error) {
+  caption.sticker = LoadStickerSheet(caption.configPath, error);
+  return caption.sticker != nullptr;
+}
+
+/// A template caption has one item per item of its style, with the style's
+/// text and look, for the program to fill with its lines.
+void TemplateItems(Caption& caption) {
+  for (const StyleItem& look : caption.style->items) {
+    CaptionItem* item = NewItem(caption);
+    item->block = StyleItemBlock(*caption.style, look);
+    if (look.hasStroke) {
+      OrmaStrokeBlock stroke = StrokeBlock(look.stroke);
+      item->attrs.SetBytes("stroke", &stroke, sizeof stroke);
+    }
+    if (look.hasShadow) {
+      OrmaShadowBlock shadow = ShadowBlock(look.shadow);
+      item->attrs.SetBytes("shadow", &shadow, sizeof shadow);
+    }
+    if (look.hasBox) {
+      OrmaCaptionBackgroundBlock box = BackgroundBlock(look.box);
+      item->attrs.SetInt("backgroundEnabled", 1);
+      item->attrs.SetBytes("background", &box, sizeof box);
+    }
+    if (!look.wordArt.empty()) item->attrs.SetText("wordArt", look.wordArt);
+  }
+}
+
+struct CaptionKindEntry {
+  int32_t kind;
+  bool (*load)(Caption&, std::string*);
+  void (*items)(Caption&);
+};
+
+const CaptionKindEntry kCaptionKinds[] = {
+    {0, LoadStyledPieces, nullptr},
+    {1, LoadTemplateLines, TemplateItems},
+    {2, LoadSticker, nullptr},
+};
+
+const CaptionKindEntry* FindCaptionKind(int32_t kind) {
+  for (const auto& k : kCaptionKinds)
+    if (k.kind == kind) return &k;
+  return nullptr;
+}
+
+/// A piece's item before the program fills it: its text, white, centred in
+/// the whole caption box, with the style's own values.
+void PieceDefaults(const Caption& caption, CaptionItem* item, const char* text) {
+  std::strncpy(item->block.text, text, sizeof item->block.text - 1);
+  item->block.centerX = 0.5f;
+  item->block.centerY = 0.5f;
+  item->block.width = 1.0f;
+  item->block.height = 1.0f;
+  item->block.textAlignment = 1;
+  item->block.opacity = 1.0f;
+  for (float& c : item->block.textColor)
+    c = 1.0f;
+  if (caption.style) ApplyStyleKeys(*caption.style, &item->block);
+}
+
+} // namespace
+
+extern "C" {
+
+ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath, int32_t kind) {
+  Caption* caption = nullptr;
+  std::string error;
+  std::string native = ResolveLocalFile(configPath, &error);
+  const CaptionKindEntry* entry = FindCaptionKind(kind);
+  if (!entry) {
+    Refuse("OrmaCreateCaptionFromConfigure", kBadArgument, "kind must be 0, 1 or 2");
+  } else if (native.empty()) {
+    Refuse("OrmaCreateCaptionFromConfigure", kBadFile, error);
+  } else {
+    auto made = std::make_unique<Caption>();
+    made->configPath = native;
+    made->captionKind = kind;
+    if (!entry->load(*made, &error)) {
+      Refuse("OrmaCreateCaptionFromConfigure", kBadFile, error);
+    } else {
+      caption = made.release();
+      RegisterHandle(caption);
+      if (entry->items) entry->items(*caption);
+    }
+  }
+  return Traced(
+      "OrmaCreateCaptionFromConfigure",
+      [&] { return TraceArgs().Text("configPath", configPath).Int("kind", kind); },
+      static_cast<OrmaCaptionHandle>(caption));
+}
+
+ORMA_API int32_t OrmaAddCaption(OrmaVideoHandle vv, OrmaCaptionHandle c) {
+  int32_t r = WithCaption("OrmaAddCaption", c, [&](Caption& caption) {
+    VirtualVideo* v = VideoOf(vv);
+    if (!v) return Refuse("OrmaAddCaption", kBadHandle, "not a virtual video handle");
+    if (Exporting(v)) return Refuse("OrmaAddCaption", kBadState, "an export is running");
+    if (caption.video) return Refuse("OrmaAddCaption", kBadState, "the caption is already on a timeline");
+    AddElement(v, &caption);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaAddCaption", [&] { return TraceArgs().Ptr("vv", vv).Ptr("caption", c); }, r);
+}
+
+ORMA_API int32_t OrmaUpateCaptionLevel(OrmaCaptionHandle c, int32_t level) {
+  int32_t r = WithCaption("OrmaUpateCaptionLevel", c, [&](Caption& caption) {
+    if (level < 0) return Refuse("OrmaUpateCaptionLevel", kBadArgument, "negative level");
+    caption.level = level;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaUpateCaptionLevel", [&] { return TraceArgs().Ptr("caption", c).Int("level", level); }, r);
+}
+
+ORMA_API int32_t OrmaUpdateCaptionTimeline(OrmaCaptionHandle c, int64_t startUs, int64_t endUs) {
+  int32_t r = WithCaption("OrmaUpdateCaptionTimeline", c, [&](Caption& caption) {
+    if (startUs < 0 || endUs <= startUs)
+      return Refuse("OrmaUpdateCaptionTimeline", kBadArgument, "empty span");
+    caption.startUs = startUs;
+    caption.endUs = endUs;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaUpdateCaptionTimeline",
+      [&] { return TraceArgs().Ptr("caption", c).Int("startUs", startUs).Int("endUs", endUs); }, r);
+}
+
+ORMA_API int32_t OrmaSetCaptionTransparency(OrmaCaptionHandle c, float opacity) {
+  int32_t r = WithCaption("OrmaSetCaptionTransparency", c, [&](Caption& caption) {
+    if (!std::isfinite(opacity)) return Refuse("OrmaSetCaptionTransparency", kBadArgument, "not a number");
+    caption.opacity = opacity;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetCaptionTransparency", [&] { return TraceArgs().Ptr("caption", c).Dbl("opacity", opacity); }, r);
+}
+
+ORMA_API int32_t OrmaSetCaptionPosition(OrmaCaptionHandle c, OrmaFloatPair center) {
+  int32_t r = WithCaption("OrmaSetCaptionPosition", c, [&](Caption& caption) {
+    caption.center = center;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetCaptionPosition",
+      [&] { return TraceArgs().Ptr("caption", c).Dbl("x", center.first).Dbl("y", center.second); }, r);
+}
+
+ORMA_API int32_t OrmaSetCaptionSize(OrmaCaptionHandle c, OrmaFloatPair size) {
+  int32_t r = WithCaption("OrmaSetCaptionSize", c, [&](Caption& caption) {
+    caption.size = size;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetCaptionSize",
+      [&] { return TraceArgs().Ptr("caption", c).Dbl("width", size.first).Dbl("height", size.second); }, r);
+}
+
+ORMA_API int32_t OrmaSetCaptionScale(OrmaCaptionHandle c, float scale) {
+  int32_t r = WithCaption("OrmaSetCaptionScale", c, [&](Caption& caption) {
+    if (!std::isfinite(scale)) return Refuse("OrmaSetCaptionScale", kBadArgument, "not a number");
+    caption.scale = scale;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetCaptionScale", [&] { return TraceArgs().Ptr("caption", c).Dbl("scale", scale); }, r);
+}
+
+ORMA_API int32_t OrmaSetCaptionAngle(OrmaCaptionHandle c, float degrees) {
+  int32_t r = WithCaption("OrmaSetCaptionAngle", c, [&](Caption& caption) {
+    if (!std::isfinite(degrees)) return Refuse("OrmaSetCaptionAngle", kBadArgument, "not a number");
+    caption.angle = degrees;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetCaptionAngle", [&] { return TraceArgs().Ptr("caption", c).Dbl("degrees", degrees); }, r);
+}
+
+ORMA_API int32_t OrmaCaptionGetItemCount(OrmaCaptionHandle c) {
+  // A count, not a status: 0 for a caption without items (or a bad handle).
+  Caption* caption = CaptionOf(c);
+  int32_t n = caption ? static_cast<int32_t>(caption->items.size()) : 0;
+  if (!caption) Refuse("OrmaCaptionGetItemCount", kBadHandle, "not a caption handle");
+  return Traced(
+      "OrmaCaptionGetItemCount", [&] { return TraceArgs().Ptr("caption", c); }, n);
+}
+
+ORMA_API OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle c, int32_t index) {
+  Caption* caption = CaptionOf(c);
+  CaptionItem* item = nullptr;
+  if (!caption)
+    Refuse("OrmaCaptionGetItemCaption", kBadHandle, "not a caption handle");
+  else if (index < 0 || index >= static_cast<int32_t>(caption->items.size()))
+    Refuse("OrmaCaptionGetItemCaption", kBadArgument, "no item " + std::to_string(index));
+  else
+    item = caption->items[index];
+  return Traced(
+      "OrmaCaptionGetItemCaption", [&] { return TraceArgs().Ptr("caption", c).Int("index", index); },
+      static_cast<OrmaCaptionItemHandle>(item));
+}
+
+ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t index,
+                                                OrmaCaptionItemBlock* block) {
+  int32_t r = [&] {
+    Caption* caption = CaptionOf(c);
+    if (!caption) return Refuse("OrmaCaptionGetItemCaptionParam", kBadHandle, "not a caption handle");
+    if (!block) return Refuse("OrmaCaptionGetItemCaptionParam", kBadArgument, "no block");
+    if (index < 0 || index >= static_cast<int32_t>(caption->items.size()))
+      return Refuse("OrmaCaptionGetItemCaptionParam", kBadArgument, "no item " + std::to_string(index));
+    *block = caption->items[index]->block;
+    return int32_t{kOk};
+  }();
+  return Traced(
+      "OrmaCaptionGetItemCaptionParam",
+      [&] { return TraceArgs().Ptr("caption", c).Int("index", index).Ptr("block", block); }, r);
+}
+
+ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const char* text) {
+  // The item showing `text`; a caption of styled pieces gets one item per
+  // piece, made on first request.
+  Caption* caption = CaptionOf(c);
+  CaptionItem* item = nullptr;
+  if (!caption)
+    Refuse("OrmaGetCaptionItem", kBadHandle, "not a caption handle");
+  else if (!text)
+    Refuse("OrmaGetCaptionItem", kBadArgument, "no text");
+  else if (Exporting(caption->video))
+    Refuse("OrmaGetCaptionItem", kBadState, "an export is running");
+  else {
+    for (CaptionItem* i : caption->items)
+      if (Copied(i->block.text, sizeof i->block.text) == text) {
+        item = i;
+        break;
+      }
+    if (!item) {
+      item = NewItem(*caption);
+      PieceDefaults(*caption, item, text);
+    }
+  }
+  return Traced(
+      "OrmaGetCaptionItem", [&] { return TraceArgs().Ptr("caption", c).Text("text", text); },
+      static_cast<OrmaCaptionItemHandle>(item));
+}
+
+ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle i, const OrmaCaptionItemBlock* block) {
+  int32_t r = WithItem("OrmaUpdateCaptionItemParam", i, [&](CaptionItem& item) {
+    if (!block) return Refuse("OrmaUpdateCaptionItemParam", kBadArgument, "no block");
+    item.block = *block;
+    item.block.text[sizeof item.block.text - 1] = '\0';
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaUpdateCaptionItemParam",
+      [&] {
+        TraceArgs t;
+        t.Ptr("item", i);
+        if (block) {
+          std::string text = Copied(block->text, sizeof block->text);
+          t.Int("startUs", block->startUs).Int("endUs", block->endUs).Text("text", text.c_str());
+        }
+        return t;
+      },
+      r);
+}
+
+ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, const char* path) {
+  int32_t r = WithItem("OrmaSetCaptionItemEffectConfigure", i, [&](CaptionItem& item) {
+    std::string error;
+    std::string native = ResolveLocalFile(path, &error);
+    if (native.empty()) return Refuse("OrmaSetCaptionItemEffectConfigure", kBadFile, error);
+    if (!LoadWordArt(native, &error)) return Refuse("OrmaSetCaptionItemEffectConfigure", kBadFile, error);
+    item.attrs.SetText("wordArt", native);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetCaptionItemEffectConfigure", [&] { return TraceArgs().Ptr("item", i).Text("path", path); }, r);
+}
+
+ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle i, const OrmaStrokeBlock* stroke) {
+  int32_t r = WithItem("OrmaSetCaptionItemStroke", i, [&](CaptionItem& item) {
+    if (!stroke) return Refuse("OrmaSetCaptionItemStroke", kBadArgument, "no block");
+    item.attrs.SetBytes("stroke", stroke, sizeof *stroke);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetCaptionItemStroke",
+      [&] {
+        TraceArgs t;
+        t.Ptr("item", i);
+        if (stroke) t.Dbl("width", stroke->width).Floats("color", stroke->color, 4);
+        return t;
+      },
+      r);
+}
+
+ORMA_API int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle i, const OrmaShadowBlock* shadow) {
+  int32_t r = WithItem("OrmaSetCaptionItemShadow", i, [&](CaptionItem& item) {
+    if (!shadow) return Refuse("OrmaSetCaptionItemShadow", kBadArgument, "no block");
+    item.attrs.SetBytes("shadow", shadow, sizeof *shadow);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetCaptionItemShadow",
+      [&] {
+        TraceArgs t;
+        t.Ptr("item", i);
+        if (shadow) t.Dbl("blur", shadow->blur).Dbl("angle", shadow->angle).Dbl("distance", shadow->distance);
+        return t;
+      },
+      r);
+}
+
+ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle i, int32_t enable,
+                                              const OrmaCaptionBackgroundBlock* background) {
+  int32_t r = WithItem("OrmaSetCaptionItemBackground", i, [&](CaptionItem& item) {
+    if (enable && !background) return Refuse("OrmaSetCaptionItemBackground", kBadArgument, "no block");
+    item.attrs.SetInt("backgroundEnabled", enable);
+    if (background) item.attrs.SetBytes("background", background, sizeof *background);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetCaptionItemBackground",
+      [&] {
+        TraceArgs t;
+        t.Ptr("item", i).Int("enable", enable);
+        if (background) t.Int("type", background->type).Floats("color", background->color, 4);
+        return t;
+      },
+      r);
+}
+
+ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char* configPath, int32_t type,
+                                             int64_t startUs, int64_t durationUs) {
+  int32_t r = WithItem("OrmaSetCaptionItemAnimation", i, [&](CaptionItem& item) {
+    std::string error;
+    std::string native = ResolveLocalFile(configPath, &error);
+    if (native.empty()) return Refuse("OrmaSetCaptionItemAnimation", kBadFile, error);
+    if (startUs < 0 || durationUs < 0)
+      return Refuse("OrmaSetCaptionItemAnimation", kBadArgument, "negative time");
+    if (!AnimationClip::Load(native, &error)) return Refuse("OrmaSetCaptionItemAnimation", kBadFile, error);
+    Attr a;
+    a.kind = Attr::Text;
+    a.text = native;
+    a.d = type;
+    a.i[0] = startUs;
+    a.i[1] = durationUs;
+    item.attrs.Append("animations", a);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetCaptionItemAnimation",
+      [&] {
+        return TraceArgs()
+            .Ptr("item", i)
+            .Text("configPath", configPath)
+            .Int("type", type)
+            .Int("startUs", startUs)
+            .Int("durationUs", durationUs);
+      },
+      r);
+}
+
+ORMA_API int32_t OrmaSetCaptionItemAnimationCycleDuration(OrmaCaptionItemHandle i, int64_t cycleUs) {
+  int32_t r = WithItem("OrmaSetCaptionItemAnimationCycleDuration", i, [&](CaptionItem& item) {
+    if (cycleUs < 0) return Refuse("OrmaSetCaptionItemAnimationCycleDuration", kBadArgument, "negative time");
+    item.attrs.SetInt("animationCycle", cycleUs);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetCaptionItemAnimationCycleDuration",
+      [&] { return TraceArgs().Ptr("item", i).Int("cycleUs", cycleUs); }, r);
+}
+
+ORMA_API int32_t OrmaCreateCaptionKeyFrameAniamtion(OrmaCaptionHandle c,
+                                                    const OrmaCaptionKeyFrameBlock* frame) {
+  int32_t r = WithCaption("OrmaCreateCaptionKeyFrameAniamtion", c, [&](Caption& caption) {
+    if (!frame) return Refuse("OrmaCreateCaptionKeyFrameAniamtion", kBadArgument, "no key frame");
+    caption.keyFrames.push_back(*frame);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaCreateCaptionKeyFrameAniamtion",
+      [&] {
+        TraceArgs t;
+        t.Ptr("caption", c);
+        if (frame)
+          t.Int("atTimeUs", frame->atTimeUs)
+              .Floats("showRect", frame->showRect, 4)
+              .Dbl("alpha", frame->alpha)
+              .Dbl("scale", frame->scale);
+        return t;
+      },
+      r);
+}
+
+} // extern "C"

@@ -1,0 +1,190 @@
+// Timeline-wide effects over a span of the output timeline.
+#include <cmath>
+
+#include "engine/api/api.h"
+#include "engine/look/lut_file.h"
+#include "engine/look/special_effect.h"
+
+using namespace orma;
+
+namespace {
+
+Effect* NewEffect(const char* function, OrmaVideoHandle vv, EffectKind kind, int64_t fromUs, int64_t toUs) {
+  VirtualVideo* v = VideoOf(vv);
+  if (!v) {
+    Refuse(function, kBadHandle, "not a virtual video handle");
+    return nullptr;
+  }
+  if (Exporting(v)) {
+    Refuse(function, kBadState, "an export is running");
+    return nullptr;
+  }
+  if (fromUs < 0 || toUs <= fromUs) {
+    Refuse(function, kBadArgument,
+           "span " + std::to_string(fromUs) + ".." + std::to_string(toUs) + " us is empty");
+    return nullptr;
+  }
+  auto* e = new Effect();
+  e->effect = kind;
+  e->startUs = fromUs;
+  e->endUs = toUs;
+  RegisterHandle(e);
+  AddElement(v, e);
+  return e;
+}
+
+OrmaEffectHandle Region(const char* function, OrmaVideoHandle vv, EffectKind kind, const float* region,
+                        float intensity, int64_t fromUs, int64_t toUs) {
+  if (!region) {
+    Refuse(function, kBadArgument, "no region");
+    return nullptr;
+  }
+  Effect* e = NewEffect(function, vv, kind, fromUs, toUs);
+  if (e) {
+    for (int i = 0; i < 4; ++i)
+      e->region[i] = region[i];
+    e->intensity = intensity;
+  }
+  return e;
+}
+
+} // namespace
+
+extern "C" {
+
+ORMA_API OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float intensity,
+                                        int64_t fromUs, int64_t toUs) {
+  OrmaEffectHandle h = Region("OrmaAddMosaic", vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
+  return Traced(
+      "OrmaAddMosaic",
+      [&] {
+        return TraceArgs()
+            .Ptr("vv", vv)
+            .Floats("region", region, 4)
+            .Dbl("intensity", intensity)
+            .Int("fromUs", fromUs)
+            .Int("toUs", toUs);
+      },
+      h);
+}
+
+ORMA_API OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* region, float intensity,
+                                           int64_t fromUs, int64_t toUs) {
+  OrmaEffectHandle h = Region("OrmaAddGaussBlur", vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
+  return Traced(
+      "OrmaAddGaussBlur",
+      [&] {
+        return TraceArgs()
+            .Ptr("vv", vv)
+            .Floats("region", region, 4)
+            .Dbl("intensity", intensity)
+            .Int("fromUs", fromUs)
+            .Int("toUs", toUs);
+      },
+      h);
+}
+
+ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region, int64_t fromUs,
+                                        int64_t toUs) {
+  OrmaEffectHandle h = Region("OrmaAddDeLogo", vv, EffectKind::DeLogo, region, 0.0f, fromUs, toUs);
+  return Traced(
+      "OrmaAddDeLogo",
+      [&] {
+        return TraceArgs().Ptr("vv", vv).Floats("region", region, 4).Int("fromUs", fromUs).Int("toUs", toUs);
+      },
+      h);
+}
+
+ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float intensity, int64_t fromUs,
+                                     int64_t toUs) {
+  Effect* e = nullptr;
+  std::string error;
+  std::string native = ResolveLocalFile(path, &error);
+  Lut3D table;
+  // The table is read now so that a file that is not a table is refused
+  // here (the caller skips that filter) rather than failing the export.
+  if (native.empty())
+    Refuse("OrmaAddLUT", kBadFile, error);
+  else if (!LoadLutFile(native, &table, &error))
+    Refuse("OrmaAddLUT", kBadFile, error);
+  else if (!std::isfinite(intensity))
+    Refuse("OrmaAddLUT", kBadArgument, "intensity is not a number");
+  else if ((e = NewEffect("OrmaAddLUT", vv, EffectKind::Lut, fromUs, toUs))) {
+    e->path = native;
+    e->intensity = intensity;
+  }
+  return Traced(
+      "OrmaAddLUT",
+      [&] {
+        return TraceArgs()
+            .Ptr("vv", vv)
+            .Text("path", path)
+            .Dbl("intensity", intensity)
+            .Int("fromUs", fromUs)
+            .Int("toUs", toUs);
+      },
+      static_cast<OrmaEffectHandle>(e));
+}
+
+ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const OrmaAdjustmentBlock* adjustment,
+                                                  int64_t fromUs, int64_t toUs) {
+  Effect* e = nullptr;
+  if (!adjustment)
+    Refuse("OrmaAddFilterAdjustment", kBadArgument, "no adjustment block");
+  else if ((e = NewEffect("OrmaAddFilterAdjustment", vv, EffectKind::Adjustment, fromUs, toUs)))
+    e->adjustment = *adjustment;
+  return Traced(
+      "OrmaAddFilterAdjustment",
+      [&] {
+        TraceArgs t;
+        t.Ptr("vv", vv);
+        if (adjustment) t.Floats("values", &adjustment->brightness, 12);
+        return t.Int("fromUs", fromUs).Int("toUs", toUs);
+      },
+      static_cast<OrmaEffectHandle>(e));
+}
+
+ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* configPath, int32_t applyRange,
+                                               int64_t fromUs, int64_t toUs) {
+  Effect* e = nullptr;
+  std::string error;
+  std::string native = ResolveLocalFile(configPath, &error);
+  std::shared_ptr<const SpecialEffect> chain;
+  if (native.empty() || !(chain = SpecialEffect::Load(native, &error)))
+    Refuse("OrmaAddSpecialEffect", kBadFile, error);
+  else if ((e = NewEffect("OrmaAddSpecialEffect", vv, EffectKind::Special, fromUs, toUs))) {
+    e->path = native;
+    e->applyRange = applyRange;
+    e->special = std::move(chain);
+    e->underEveryLevel = applyRange == 1; // the main track only
+  }
+  return Traced(
+      "OrmaAddSpecialEffect",
+      [&] {
+        return TraceArgs()
+            .Ptr("vv", vv)
+            .Text("configPath", configPath)
+            .Int("applyRange", applyRange)
+            .Int("fromUs", fromUs)
+            .Int("toUs", toUs);
+      },
+      static_cast<OrmaEffectHandle>(e));
+}
+
+ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level) {
+  // Effects and picture-in-picture scenes take a stacking level.
+  int32_t r = [&] {
+    Handle* h = FindHandle(handle);
+    if (!h || (h->type != HandleType::Effect && h->type != HandleType::Scene))
+      return Refuse("OrmaUpdateEffectLevel", kBadHandle, "not an effect or picture-in-picture scene handle");
+    auto* e = static_cast<Element*>(h);
+    if (Exporting(e->video)) return Refuse("OrmaUpdateEffectLevel", kBadState, "an export is running");
+    if (level < 0) return Refuse("OrmaUpdateEffectLevel", kBadArgument, "negative level");
+    e->level = level;
+    return int32_t{kOk};
+  }();
+  return Traced(
+      "OrmaUpdateEffectLevel", [&] { return TraceArgs().Ptr("handle", handle).Int("level", level); }, r);
+}
+
+} // extern "C"

@@ -1,0 +1,469 @@
+// Media attributes. Every value is kept in the media's property bag, named
+// as in docs/engine.md, and drawn when the export builds the item (plain
+// placement in render/scene.cpp, everything else through the item's look,
+// item_look.h). Resource files (look-up tables, animations) are read and
+// checked here, so a bad one fails its call rather than the export.
+#include <cmath>
+#include <cstring>
+
+#include "engine/api/api.h"
+#include "engine/look/animation.h"
+#include "engine/look/face_count.h"
+#include "engine/look/lut_file.h"
+#include "engine/look/mask_shape.h"
+#include "engine/look/special_effect.h"
+#include "engine/render/transitions.h"
+
+using namespace orma;
+
+namespace {
+
+template <class Apply> int32_t WithMedia(const char* function, OrmaMediaHandle media, Apply apply) {
+  Media* m = MediaOf(media);
+  if (!m) return Refuse(function, kBadHandle, "not a media handle");
+  if (m->scene && Exporting(m->scene->video)) return Refuse(function, kBadState, "an export is running");
+  return apply(*m);
+}
+
+int32_t Level(const char* function, const char* attribute, OrmaMediaHandle media, int32_t level) {
+  return WithMedia(function, media, [&](Media& m) {
+    m.attrs.SetInt(attribute, level);
+    return int32_t{kOk};
+  });
+}
+
+// A resource file named by an attribute must exist.
+bool Resource(const char* function, const char* path, std::string* native) {
+  std::string error;
+  *native = ResolveLocalFile(path, &error);
+  if (native->empty()) {
+    Refuse(function, kBadFile, error);
+    return false;
+  }
+  return true;
+}
+
+std::string BlurText(const OrmaBlurBlock* b) {
+  return "{type " + std::to_string(b->blurType) + ", intensity " + FormatDouble(b->intensity) + ", centre " +
+         FormatDouble(b->centerX) + " " + FormatDouble(b->centerY) + ", radius " + FormatDouble(b->radius) +
+         "}";
+}
+
+} // namespace
+
+#define ORMA_LEVEL_SETTER(Function, attribute)                                                               \
+  ORMA_API int32_t Function(OrmaMediaHandle m, int32_t level) {                                              \
+    return Traced(                                                                                           \
+        #Function, [&] { return TraceArgs().Ptr("media", m).Int("level", level); },                          \
+        Level(#Function, attribute, m, level));                                                              \
+  }
+
+extern "C" {
+
+ORMA_API int32_t OrmaSetMediaFlip(OrmaMediaHandle m, int32_t mode) {
+  int32_t r = WithMedia("OrmaSetMediaFlip", m, [&](Media& media) {
+    if (mode < 0 || mode > 3) return Refuse("OrmaSetMediaFlip", kBadArgument, "flip mode must be 0 to 3");
+    media.attrs.SetInt("flip", mode);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaFlip", [&] { return TraceArgs().Ptr("media", m).Int("mode", mode); }, r);
+}
+
+ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_t durationUs) {
+  int32_t r = WithMedia("OrmaSetMediaTimeLine", m, [&](Media& media) {
+    if (startUs < 0 || durationUs < 0) return Refuse("OrmaSetMediaTimeLine", kBadArgument, "negative time");
+    media.attrs.SetPair("timeline", startUs, durationUs);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaTimeLine",
+      [&] { return TraceArgs().Ptr("media", m).Int("startUs", startUs).Int("durationUs", durationUs); }, r);
+}
+
+ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int64_t trimEndUs) {
+  int32_t r = WithMedia("OrmaSetMediaCutTime", m, [&](Media& media) {
+    if (trimStartUs < 0 || trimEndUs < 0) return Refuse("OrmaSetMediaCutTime", kBadArgument, "negative time");
+    media.attrs.SetPair("cut", trimStartUs, trimEndUs);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaCutTime",
+      [&] { return TraceArgs().Ptr("media", m).Int("trimStartUs", trimStartUs).Int("trimEndUs", trimEndUs); },
+      r);
+}
+
+ORMA_API int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle m, float volume) {
+  int32_t r = WithMedia("OrmaSetMediaAudioFactor", m, [&](Media& media) {
+    if (!std::isfinite(volume) || volume < 0)
+      return Refuse("OrmaSetMediaAudioFactor", kBadArgument, "bad volume");
+    media.attrs.SetReal("volume", volume);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaAudioFactor", [&] { return TraceArgs().Ptr("media", m).Dbl("volume", volume); }, r);
+}
+
+ORMA_API int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle m, int64_t fadeInUs, int64_t fadeOutUs) {
+  int32_t r = WithMedia("OrmaSetMediaAudioFadeTime", m, [&](Media& media) {
+    if (fadeInUs < 0 || fadeOutUs < 0)
+      return Refuse("OrmaSetMediaAudioFadeTime", kBadArgument, "negative time");
+    media.attrs.SetPair("audioFade", fadeInUs, fadeOutUs);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaAudioFadeTime",
+      [&] { return TraceArgs().Ptr("media", m).Int("fadeInUs", fadeInUs).Int("fadeOutUs", fadeOutUs); }, r);
+}
+
+ORMA_LEVEL_SETTER(OrmaSetMediaAudioEffect, "audioEffect")
+ORMA_LEVEL_SETTER(OrmaSetMediaAudioNsLevel, "audioNsLevel")
+
+ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float intensity) {
+  int32_t r = WithMedia("OrmaSetMediaLUT", m, [&](Media& media) {
+    std::string native, error;
+    if (!Resource("OrmaSetMediaLUT", path, &native)) return int32_t{kBadFile};
+    if (!std::isfinite(intensity) || intensity < 0)
+      return Refuse("OrmaSetMediaLUT", kBadArgument, "intensity must be 0 or more");
+    Lut3D lut;
+    if (!LoadLutFile(native, &lut, &error)) return Refuse("OrmaSetMediaLUT", kBadFile, error);
+    media.attrs.SetText("lut", native, intensity);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaLUT",
+      [&] { return TraceArgs().Ptr("media", m).Text("path", path).Dbl("intensity", intensity); }, r);
+}
+
+ORMA_LEVEL_SETTER(OrmaSetMediaDisplayMode, "displayMode")
+
+ORMA_API int32_t OrmaSetMediaBlur(OrmaMediaHandle m, const OrmaBlurBlock* blur) {
+  int32_t r = WithMedia("OrmaSetMediaBlur", m, [&](Media& media) {
+    if (!blur) return Refuse("OrmaSetMediaBlur", kBadArgument, "no blur block");
+    media.attrs.SetBytes("blur", blur, sizeof *blur);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaBlur",
+      [&] { return TraceArgs().Ptr("media", m).Raw("blur", blur ? BlurText(blur) : "null"); }, r);
+}
+
+ORMA_LEVEL_SETTER(OrmaSetMediaBeautyBlurIntensity, "beautyBlur")
+ORMA_LEVEL_SETTER(OrmaSetMediaBeautyBrightIntensity, "beautyBright")
+ORMA_LEVEL_SETTER(OrmaSetMediaBeautyToneIntensity, "beautyTone")
+ORMA_LEVEL_SETTER(OrmaSetMediaBigEyeIntensity, "bigEye")
+ORMA_LEVEL_SETTER(OrmaSetMediaThinFaceIntensity, "thinFace")
+
+ORMA_API int32_t OrmaGetMediaFaceCount(OrmaMediaHandle m, int32_t* count) {
+  // The result is the number of faces too, so 0 (no face) tells callers to
+  // skip face shaping; see face_count.h for the frames looked at.
+  int32_t r = WithMedia("OrmaGetMediaFaceCount", m, [&](Media& media) {
+    if (!count) return Refuse("OrmaGetMediaFaceCount", kBadArgument, "no count");
+    int64_t from = 0, to = 0;
+    media.attrs.GetPair("cut", &from, &to);
+    *count = CountMediaFaces(media.probe, from, to);
+    return *count;
+  });
+  return Traced(
+      "OrmaGetMediaFaceCount", [&] { return TraceArgs().Ptr("media", m).Ptr("count", count); }, r);
+}
+
+ORMA_LEVEL_SETTER(OrmaSetMediaVignette, "vignette")
+ORMA_LEVEL_SETTER(OrmaSetMediaSharp, "sharpness")
+ORMA_LEVEL_SETTER(OrmaSetMediaSaturation, "saturation")
+ORMA_LEVEL_SETTER(OrmaSetMediaContrast, "contrast")
+ORMA_LEVEL_SETTER(OrmaSetMediaBright, "brightness")
+ORMA_LEVEL_SETTER(OrmaSetMediaWhiteBalance, "whiteBalance")
+ORMA_LEVEL_SETTER(OrmaSetMediaTint, "tint")
+ORMA_LEVEL_SETTER(OrmaSetMediaHighlight, "highlight")
+ORMA_LEVEL_SETTER(OrmaSetMediaShadow, "shadows")
+ORMA_LEVEL_SETTER(OrmaSetMediaGraininess, "graininess")
+ORMA_LEVEL_SETTER(OrmaSetMediaLightSensation, "lightSensation")
+ORMA_LEVEL_SETTER(OrmaSetMediaFade, "fade")
+
+ORMA_API int32_t OrmaSetMediaTransparency(OrmaMediaHandle m, double opacity) {
+  int32_t r = WithMedia("OrmaSetMediaTransparency", m, [&](Media& media) {
+    if (!std::isfinite(opacity) || opacity < 0 || opacity > 1)
+      return Refuse("OrmaSetMediaTransparency", kBadArgument, "opacity must be 0 to 1");
+    media.attrs.SetReal("opacity", opacity);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaTransparency", [&] { return TraceArgs().Ptr("media", m).Dbl("opacity", opacity); }, r);
+}
+
+ORMA_API int32_t OrmaSetMediaAnimationAngle(OrmaMediaHandle m, int32_t degrees) {
+  int32_t r = WithMedia("OrmaSetMediaAnimationAngle", m, [&](Media& media) {
+    media.attrs.SetInt("angle", degrees);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaAnimationAngle", [&] { return TraceArgs().Ptr("media", m).Int("degrees", degrees); }, r);
+}
+
+ORMA_LEVEL_SETTER(OrmaSetMediaBlendMode, "blendMode")
+
+ORMA_API int32_t OrmaSetMediaClip(OrmaMediaHandle m, const float* rect) {
+  int32_t r = WithMedia("OrmaSetMediaClip", m, [&](Media& media) {
+    if (!rect) return Refuse("OrmaSetMediaClip", kBadArgument, "no rectangle");
+    for (int i = 0; i < 4; ++i)
+      if (!std::isfinite(rect[i])) return Refuse("OrmaSetMediaClip", kBadArgument, "not a number");
+    media.attrs.SetRect("crop", rect);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaClip", [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
+}
+
+ORMA_API int32_t OrmaSetMediaShowRect(OrmaMediaHandle m, const float* rect) {
+  int32_t r = WithMedia("OrmaSetMediaShowRect", m, [&](Media& media) {
+    if (!rect) return Refuse("OrmaSetMediaShowRect", kBadArgument, "no rectangle");
+    for (int i = 0; i < 4; ++i)
+      if (!std::isfinite(rect[i])) return Refuse("OrmaSetMediaShowRect", kBadArgument, "not a number");
+    media.attrs.SetRect("show", rect);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaShowRect", [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
+}
+
+ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
+  // 0 (a draft without speed) plays at normal speed.
+  int32_t r = WithMedia("OrmaSetMediaPlaySpeed", m, [&](Media& media) {
+    if (!std::isfinite(speed) || speed < 0 || speed > 100)
+      return Refuse("OrmaSetMediaPlaySpeed", kBadArgument, "speed out of range");
+    media.attrs.SetReal("speed", speed);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaPlaySpeed", [&] { return TraceArgs().Ptr("media", m).Dbl("speed", speed); }, r);
+}
+
+ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath, int32_t type,
+                                       int64_t startUs, int64_t durationUs) {
+  int32_t r = WithMedia("OrmaSetMediaAnimation", m, [&](Media& media) {
+    std::string native, error;
+    if (!Resource("OrmaSetMediaAnimation", configPath, &native)) return int32_t{kBadFile};
+    if (durationUs < 0 || startUs < 0) return Refuse("OrmaSetMediaAnimation", kBadArgument, "negative time");
+    if (!AnimationClip::Load(native, &error)) return Refuse("OrmaSetMediaAnimation", kBadFile, error);
+    if (type < kAnimationIn || type > kAnimationLoop)
+      LogOnce("animation-type",
+              "animation types other than 0 (in), 1 (out) and 2 (loop) play as in-animations");
+    Attr a;
+    a.kind = Attr::Text;
+    a.text = native;
+    a.i[0] = startUs;
+    a.i[1] = durationUs;
+    a.d = type;
+    media.attrs.Append("animations", a);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaAnimation",
+      [&] {
+        return TraceArgs()
+            .Ptr("media", m)
+            .Text("configPath", configPath)
+            .Int("type", type)
+            .Int("startUs", startUs)
+            .Int("durationUs", durationUs);
+      },
+      r);
+}
+
+ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t cycleUs) {
+  int32_t r = WithMedia("OrmaSetMediaAnimationCycleDuration", m, [&](Media& media) {
+    if (cycleUs < 0) return Refuse("OrmaSetMediaAnimationCycleDuration", kBadArgument, "negative time");
+    media.attrs.SetInt("animationCycle", cycleUs);
+    // The cycle belongs to the animation set just before it.
+    const auto* list = media.attrs.List("animations");
+    if (!list || list->empty())
+      return Refuse("OrmaSetMediaAnimationCycleDuration", kBadState, "no animation to set the cycle of");
+    Attr c;
+    c.kind = Attr::Pair;
+    c.i[0] = static_cast<int64_t>(list->size() - 1);
+    c.i[1] = cycleUs;
+    media.attrs.Append("animationCycles", c);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaAnimationCycleDuration",
+      [&] { return TraceArgs().Ptr("media", m).Int("cycleUs", cycleUs); }, r);
+}
+
+ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyFrameBlock* frame) {
+  // Returns the key frame's 1-based number (0 on failure).
+  int64_t r = 0;
+  Media* media = MediaOf(m);
+  if (!media)
+    Refuse("OrmaMediaAddKeyFrameAnimation", kBadHandle, "not a media handle");
+  else if (!frame)
+    Refuse("OrmaMediaAddKeyFrameAnimation", kBadArgument, "no key frame");
+  else if (media->scene && Exporting(media->scene->video))
+    Refuse("OrmaMediaAddKeyFrameAnimation", kBadState, "an export is running");
+  else {
+    Attr a;
+    a.kind = Attr::Bytes;
+    const uint8_t* p = reinterpret_cast<const uint8_t*>(frame);
+    a.bytes.assign(p, p + sizeof *frame);
+    r = static_cast<int64_t>(media->attrs.Append("keyFrames", a));
+  }
+  return Traced(
+      "OrmaMediaAddKeyFrameAnimation",
+      [&] {
+        TraceArgs t;
+        t.Ptr("media", m);
+        if (frame)
+          t.Int("atTimeUs", frame->atTimeUs)
+              .Floats("showRect", frame->showRect, 4)
+              .Floats("cropRect", frame->cropRect, 4)
+              .Dbl("opacity", frame->opacity)
+              .Dbl("rotate", frame->rotate)
+              .Int("type", frame->type);
+        return t;
+      },
+      r);
+}
+
+ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path) {
+  int32_t r = WithMedia("OrmaSetMediaMaskVideo", m, [&](Media& media) {
+    MediaProbe probe = ProbeMedia(path, true);
+    if (!probe.ok) return Refuse("OrmaSetMediaMaskVideo", kBadFile, probe.error);
+    if (!probe.hasVideo) return Refuse("OrmaSetMediaMaskVideo", kBadFile, probe.path + ": has no picture");
+    media.attrs.SetText("maskVideo", probe.path);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaMaskVideo", [&] { return TraceArgs().Ptr("media", m).Text("path", path); }, r);
+}
+
+ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char* configPath) {
+  Mask* mask = nullptr;
+  Media* media = MediaOf(m);
+  std::string native, error;
+  MaskConfig config;
+  if (!media)
+    Refuse("OrmaAddMediaMaskFromConfig", kBadHandle, "not a media handle");
+  else if (media->scene && Exporting(media->scene->video))
+    Refuse("OrmaAddMediaMaskFromConfig", kBadState, "an export is running");
+  else if (!Resource("OrmaAddMediaMaskFromConfig", configPath, &native))
+    mask = nullptr; // refused and logged by Resource
+  else if (!LoadMaskConfig(native, &config, &error))
+    Refuse("OrmaAddMediaMaskFromConfig", kBadFile, error);
+  else {
+    mask = new Mask();
+    mask->media = media;
+    mask->configPath = native;
+    RegisterHandle(mask);
+    media->masks.push_back(mask);
+    Attr a;
+    a.kind = Attr::Text;
+    a.text = native;
+    media->attrs.Append("masks", a);
+  }
+  return Traced(
+      "OrmaAddMediaMaskFromConfig",
+      [&] { return TraceArgs().Ptr("media", m).Text("configPath", configPath); },
+      static_cast<OrmaMaskHandle>(mask));
+}
+
+ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHandle mask,
+                                                   const OrmaMaskKeyFrameBlock* frame) {
+  int64_t r = 0;
+  Media* media = MediaOf(m);
+  Mask* k = MaskOf(mask);
+  if (!media || !k || k->media != media)
+    Refuse("OrmaMediaAddMaskKeyFrameAnimation", kBadHandle, "not a mask of the media");
+  else if (!frame)
+    Refuse("OrmaMediaAddMaskKeyFrameAnimation", kBadArgument, "no key frame");
+  else {
+    k->keyFrames.push_back(*frame);
+    r = static_cast<int64_t>(k->keyFrames.size());
+  }
+  return Traced(
+      "OrmaMediaAddMaskKeyFrameAnimation",
+      [&] {
+        TraceArgs t;
+        t.Ptr("media", m).Ptr("mask", mask);
+        if (frame) t.Int("atTimeUs", frame->atTimeUs);
+        return t;
+      },
+      r);
+}
+
+ORMA_API int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle m, OrmaMaskHandle mask,
+                                          const OrmaMaskShapeBlock* shape) {
+  int32_t r = [&] {
+    Media* media = MediaOf(m);
+    Mask* k = MaskOf(mask);
+    if (!media || !k || k->media != media)
+      return Refuse("OrmaUpdateMediaMaskParam", kBadHandle, "not a mask of the media");
+    if (!shape) return Refuse("OrmaUpdateMediaMaskParam", kBadArgument, "no shape");
+    k->shape = *shape;
+    return int32_t{kOk};
+  }();
+  return Traced(
+      "OrmaUpdateMediaMaskParam",
+      [&] {
+        TraceArgs t;
+        t.Ptr("media", m).Ptr("mask", mask);
+        if (shape)
+          t.Dbl("width", shape->width)
+              .Dbl("height", shape->height)
+              .Dbl("centerX", shape->centerX)
+              .Dbl("centerY", shape->centerY);
+        return t;
+      },
+      r);
+}
+
+ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, int32_t green,
+                                       int32_t blue, int32_t factor, int32_t alphaLower, int32_t alphaUpper,
+                                       int32_t edgeSize) {
+  int32_t r = WithMedia("OrmaSetMediaChromaKey", m, [&](Media& media) {
+    int32_t values[8] = {enable, red, green, blue, factor, alphaLower, alphaUpper, edgeSize};
+    media.attrs.SetBytes("chromaKey", values, sizeof values);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaChromaKey",
+      [&] {
+        return TraceArgs()
+            .Ptr("media", m)
+            .Int("enable", enable)
+            .Int("red", red)
+            .Int("green", green)
+            .Int("blue", blue)
+            .Int("factor", factor)
+            .Int("alphaLower", alphaLower)
+            .Int("alphaUpper", alphaUpper)
+            .Int("edgeSize", edgeSize);
+      },
+      r);
+}
+
+ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* configPath, int64_t startUs,
+                                           int64_t durationUs) {
+  int32_t r = WithMedia("OrmaSetMediaSpecialEffect", m, [&](Media& media) {
+    std::string native, error;
+    if (!Resource("OrmaSetMediaSpecialEffect", configPath, &native)) return int32_t{kBadFile};
+    if (startUs < 0 || durationUs < 0)
+      return Refuse("OrmaSetMediaSpecialEffect", kBadArgument, "negative time");
+    std::shared_ptr<const SpecialEffect> chain = SpecialEffect::Load(native, &error);
+    if (!chain) return Refuse("OrmaSetMediaSpecialEffect", kBadFile, error);
+    media.specialEffects.push_back({chain, startUs, durationUs});
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetMediaSpecialEffect",
+      [&] {
+        return TraceArgs()
+            .Ptr("media", m)
+            .Text("configPath", configPath)
+            .Int("startUs", startUs)
+            .Int("durationUs", durationUs);
+      },
+      r);
+}
+
+} // extern "C"

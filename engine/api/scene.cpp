@@ -1,0 +1,179 @@
+// Scenes, their media, backgrounds and transitions.
+#include <algorithm>
+#include <cmath>
+
+#include "engine/api/api.h"
+#include "engine/render/transitions.h"
+
+using namespace orma;
+
+namespace {
+
+OrmaSceneHandle NewScene(const char* function, int64_t startUs, int64_t endUs, bool pip) {
+  if (startUs < 0 || endUs <= startUs) {
+    Refuse(function, kBadArgument,
+           "span " + std::to_string(startUs) + ".." + std::to_string(endUs) + " us is empty or negative");
+    return nullptr;
+  }
+  auto* s = new Scene(pip);
+  s->startUs = startUs;
+  s->endUs = endUs;
+  RegisterHandle(s);
+  return s;
+}
+
+// Scene setters: a live scene whose video (if any) is not exporting.
+template <class Apply> int32_t WithScene(const char* function, OrmaSceneHandle scene, Apply apply) {
+  Scene* s = SceneOf(scene);
+  if (!s) return Refuse(function, kBadHandle, "not a scene handle");
+  if (Exporting(s->video)) return Refuse(function, kBadState, "an export is running");
+  return apply(*s);
+}
+
+} // namespace
+
+extern "C" {
+
+ORMA_API OrmaSceneHandle OrmaCreateScene(int64_t startUs, int64_t endUs) {
+  OrmaSceneHandle s = NewScene("OrmaCreateScene", startUs, endUs, false);
+  return Traced(
+      "OrmaCreateScene", [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
+}
+
+ORMA_API OrmaSceneHandle OrmaCreatePIPScene(int64_t startUs, int64_t endUs) {
+  OrmaSceneHandle s = NewScene("OrmaCreatePIPScene", startUs, endUs, true);
+  return Traced(
+      "OrmaCreatePIPScene", [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
+}
+
+ORMA_API int32_t OrmaAddScene(OrmaVideoHandle vv, OrmaSceneHandle scene) {
+  int32_t r = [&] {
+    VirtualVideo* v = VideoOf(vv);
+    Scene* s = SceneOf(scene);
+    if (!v || !s) return Refuse("OrmaAddScene", kBadHandle, "not a virtual video and a scene");
+    if (Exporting(v)) return Refuse("OrmaAddScene", kBadState, "an export is running");
+    if (s->video) return Refuse("OrmaAddScene", kBadState, "the scene is already on a timeline");
+    AddElement(v, s);
+    return int32_t{kOk};
+  }();
+  return Traced(
+      "OrmaAddScene", [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene); }, r);
+}
+
+ORMA_API OrmaMediaHandle OrmaSceneCreateMedia(const char* path) {
+  // The file is opened and its first frame decoded now, so that a missing,
+  // unreadable or undecodable file is reported here and not while rendering.
+  MediaProbe probe = ProbeMedia(path, true);
+  Media* m = nullptr;
+  if (!probe.ok) {
+    Refuse("OrmaSceneCreateMedia", kBadFile, probe.error);
+  } else {
+    m = new Media();
+    m->probe = probe;
+    RegisterHandle(m);
+  }
+  return Traced(
+      "OrmaSceneCreateMedia", [&] { return TraceArgs().Text("path", path); },
+      static_cast<OrmaMediaHandle>(m));
+}
+
+ORMA_API int32_t OrmaSceneAddMediaHandle(OrmaSceneHandle scene, OrmaMediaHandle media) {
+  int32_t r = WithScene("OrmaSceneAddMediaHandle", scene, [&](Scene& s) {
+    Media* m = MediaOf(media);
+    if (!m) return Refuse("OrmaSceneAddMediaHandle", kBadHandle, "not a media handle");
+    if (m->scene) return Refuse("OrmaSceneAddMediaHandle", kBadState, "the media is already in a scene");
+    m->scene = &s;
+    s.media.push_back(m);
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSceneAddMediaHandle", [&] { return TraceArgs().Ptr("scene", scene).Ptr("media", media); }, r);
+}
+
+ORMA_API int32_t OrmaSetSceneBackGroundImage(OrmaSceneHandle scene, const char* path) {
+  int32_t r = WithScene("OrmaSetSceneBackGroundImage", scene, [&](Scene& s) {
+    MediaProbe probe = ProbeMedia(path, true);
+    if (!probe.ok) return Refuse("OrmaSetSceneBackGroundImage", kBadFile, probe.error);
+    if (!probe.hasVideo)
+      return Refuse("OrmaSetSceneBackGroundImage", kBadFile, probe.path + ": not a picture");
+    s.background = Background();
+    s.background.kind = BackgroundKind::Picture;
+    s.background.picture = probe;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetSceneBackGroundImage", [&] { return TraceArgs().Ptr("scene", scene).Text("path", path); }, r);
+}
+
+ORMA_API int32_t OrmaSetSceneBackGroundColor(OrmaSceneHandle scene, const float* rgba) {
+  int32_t r = WithScene("OrmaSetSceneBackGroundColor", scene, [&](Scene& s) {
+    if (!rgba) return Refuse("OrmaSetSceneBackGroundColor", kBadArgument, "no colour");
+    s.background = Background();
+    s.background.kind = BackgroundKind::Color;
+    for (int i = 0; i < 4; ++i)
+      s.background.rgba[i] = std::isfinite(rgba[i]) ? std::clamp(rgba[i], 0.0f, 1.0f) : 0.0f;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetSceneBackGroundColor", [&] { return TraceArgs().Ptr("scene", scene).Floats("rgba", rgba, 4); },
+      r);
+}
+
+ORMA_API int32_t OrmaSetSceneBackGroundGaussBlur(OrmaSceneHandle scene, float intensity) {
+  // Intensity 0 (what a draft without a blurred background passes) leaves
+  // the scene without background: black where no media is.
+  int32_t r = WithScene("OrmaSetSceneBackGroundGaussBlur", scene, [&](Scene& s) {
+    if (!std::isfinite(intensity))
+      return Refuse("OrmaSetSceneBackGroundGaussBlur", kBadArgument, "not a number");
+    s.background = Background();
+    if (intensity > 0.0f) {
+      s.background.kind = BackgroundKind::Blur;
+      s.background.blur = std::min(intensity, 1.0f);
+    }
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetSceneBackGroundGaussBlur",
+      [&] { return TraceArgs().Ptr("scene", scene).Dbl("intensity", intensity); }, r);
+}
+
+ORMA_API int32_t OrmaSetSceneTransitionMode(OrmaVideoHandle vv, OrmaSceneHandle scene, int32_t mode) {
+  int32_t r = WithScene("OrmaSetSceneTransitionMode", scene, [&](Scene& s) {
+    if (!VideoOf(vv) || s.video != VideoOf(vv))
+      return Refuse("OrmaSetSceneTransitionMode", kBadHandle, "the scene is not on this virtual video");
+    // Mode 3: the transition is centred on the cut and the timeline keeps
+    // its length. It is the only mode the engine has.
+    if (mode != 3) return Refuse("OrmaSetSceneTransitionMode", kBadArgument, "only mode 3 is supported");
+    s.transitionMode = mode;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetSceneTransitionMode",
+      [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Int("mode", mode); }, r);
+}
+
+ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scene, const char* path,
+                                        int64_t durationUs) {
+  int32_t r = WithScene("OrmaSetSceneTransition", scene, [&](Scene& s) {
+    if (!VideoOf(vv) || s.video != VideoOf(vv))
+      return Refuse("OrmaSetSceneTransition", kBadHandle, "the scene is not on this virtual video");
+    if (s.transitionMode != 3)
+      return Refuse("OrmaSetSceneTransition", kBadState,
+                    "the transition mode is not set (call with mode 3 first)");
+    if (durationUs < 0) return Refuse("OrmaSetSceneTransition", kBadArgument, "negative duration");
+    TransitionStyle style;
+    std::string error;
+    if (!LoadTransitionStyle(path, &style, &error)) return Refuse("OrmaSetSceneTransition", kBadFile, error);
+    s.transition = style;
+    s.transitionUs = durationUs;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetSceneTransition",
+      [&] {
+        return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Text("path", path).Int("durationUs", durationUs);
+      },
+      r);
+}
+
+} // extern "C"

@@ -1,0 +1,114 @@
+#include "engine/core/libraries.h"
+
+extern "C" {
+#include <libavutil/error.h>
+#include <libavutil/log.h>
+}
+
+#include <dlfcn.h>
+#include <sys/stat.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+#include "engine/core/log.h"
+
+namespace orma {
+
+namespace {
+
+std::mutex gErrorMutex;
+std::string gLastError;
+bool gVerbose = false;
+
+void Remember(const char* text) {
+  std::string line(text);
+  while (!line.empty() && (line.back() == '\n' || line.back() == '\r'))
+    line.pop_back();
+  if (line.empty()) return;
+  std::lock_guard<std::mutex> lock(gErrorMutex);
+  gLastError = line;
+}
+
+void MltLogCallback(void* service, int level, const char* format, va_list args) {
+  (void)service;
+  if (level > MLT_LOG_ERROR && !gVerbose) return;
+  char buffer[1024];
+  std::vsnprintf(buffer, sizeof buffer, format, args);
+  if (level <= MLT_LOG_ERROR) Remember(buffer);
+  if (gVerbose) std::fprintf(stderr, "[mlt] %s", buffer);
+}
+
+void AvLogCallback(void* avcl, int level, const char* format, va_list args) {
+  if (level > AV_LOG_ERROR && !gVerbose) return;
+  char buffer[1024];
+  int prefix = 1;
+  av_log_format_line(avcl, level, format, args, buffer, sizeof buffer, &prefix);
+  if (level <= AV_LOG_ERROR) Remember(buffer);
+  if (gVerbose) std::fprintf(stderr, "[ffmpeg] %s", buffer);
+}
+
+// The folder of module links that the build puts beside libOrmaCore.so.
+std::string ModuleFolder() {
+  Dl_info info;
+  if (!dladdr(reinterpret_cast<void*>(&EnsureMlt), &info) || !info.dli_fname) return "";
+  std::string lib(info.dli_fname);
+  size_t slash = lib.rfind('/');
+  std::string folder =
+      (slash == std::string::npos ? std::string(".") : lib.substr(0, slash)) + "/orma-mlt-modules";
+  struct stat st;
+  if (stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) return "";
+  return folder;
+}
+
+} // namespace
+
+std::string AvError(int code) {
+  char buffer[AV_ERROR_MAX_STRING_SIZE] = {0};
+  av_strerror(code, buffer, sizeof buffer);
+  return buffer;
+}
+
+void QuietLibraries() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    const char* verbose = std::getenv("ORMA_VERBOSE");
+    gVerbose = verbose && *verbose && std::strcmp(verbose, "0") != 0;
+    av_log_set_callback(AvLogCallback);
+  });
+}
+
+bool EnsureMlt() {
+  static std::once_flag once;
+  static bool ok = false;
+  std::call_once(once, [] {
+    QuietLibraries();
+    mlt_log_set_callback(MltLogCallback);
+    std::string folder = ModuleFolder();
+    mlt_repository repository = mlt_factory_init(folder.empty() ? nullptr : folder.c_str());
+    if (!repository) {
+      LogText("cannot start the MLT framework");
+      return;
+    }
+    mlt_log_set_level(gVerbose ? MLT_LOG_VERBOSE : MLT_LOG_ERROR);
+    mlt_log_set_callback(MltLogCallback);
+    av_log_set_callback(AvLogCallback);
+    ok = true;
+  });
+  return ok;
+}
+
+std::string LastLibraryError() {
+  std::lock_guard<std::mutex> lock(gErrorMutex);
+  return gLastError;
+}
+
+void ClearLibraryError() {
+  std::lock_guard<std::mutex> lock(gErrorMutex);
+  gLastError.clear();
+}
+
+} // namespace orma

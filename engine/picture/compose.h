@@ -1,0 +1,44 @@
+// Compositing a processed media item onto the canvas: at any position,
+// scale and rotation (bilinear, with soft edges), with its alpha, an extra
+// opacity and a blend mode. The blend modes are numbered as
+// OrmaSetMediaBlendMode takes them (docs/engine.md), one function each,
+// found through a table.
+#pragma once
+
+#include "engine/picture/image.h"
+
+namespace orma {
+
+/// Where an item lands: canvas point = (a x + b y + tx, c x + d y + ty) for
+/// a point (x, y) of the item picture (pixel units, corners at integers).
+struct Placement {
+  float a = 1, b = 0, c = 0, d = 1;
+  float tx = 0, ty = 0;
+  bool Invertible() const;
+};
+
+struct BlendModeInfo {
+  int number;
+  const char* name;
+  float (*mix)(float top, float bottom); ///< per R'G'B' component 0..1; null: normal
+};
+
+/// The blend mode of a number, or null for an unknown one.
+const BlendModeInfo* FindBlendMode(int number);
+/// Every blend mode, in number order.
+const BlendModeInfo* BlendModes(int* count);
+
+/// Draws `item` (with its alpha plane when it has one) onto `canvas`. With
+/// `region` (left, top, right, bottom in item pixels) only that part of the
+/// item is drawn. `visible`, when given, holds every item pixel whose alpha
+/// is not 0 (the rest need not be looked at).
+void Compose(Yuv& canvas, const Yuv& item, const Placement& placement, float opacity, int blendMode,
+             int matrix, const float* region = nullptr, const RowSpans* visible = nullptr);
+
+/// The general path of Compose, which maps every canvas pixel back through
+/// the placement on its own; Compose takes faster paths for items that are
+/// only moved, or only scaled and moved, with the same result.
+void ComposeEachPixel(Yuv& canvas, const Yuv& item, const Placement& placement, float opacity, int blendMode,
+                      int matrix, const float* region = nullptr);
+
+} // namespace orma
