@@ -66,18 +66,18 @@ void TemplateItems(Caption& caption) {
     item->block = StyleItemBlock(*caption.style, look);
     if (look.hasStroke) {
       OrmaStrokeBlock stroke = StrokeBlock(look.stroke);
-      item->attrs.SetBytes("stroke", &stroke, sizeof stroke);
+      item->attrs.stroke = stroke;
     }
     if (look.hasShadow) {
       OrmaShadowBlock shadow = ShadowBlock(look.shadow);
-      item->attrs.SetBytes("shadow", &shadow, sizeof shadow);
+      item->attrs.shadow = shadow;
     }
     if (look.hasBox) {
       OrmaCaptionBackgroundBlock box = BackgroundBlock(look.box);
-      item->attrs.SetInt("backgroundEnabled", 1);
-      item->attrs.SetBytes("background", &box, sizeof box);
+      item->attrs.backgroundEnabled = true;
+      item->attrs.background = box;
     }
-    if (!look.wordArt.empty()) item->attrs.SetText("wordArt", look.wordArt);
+    item->attrs.wordArt = look.wordArt;
   }
 }
 
@@ -324,7 +324,7 @@ ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, cons
     std::string native = ResolveLocalFile(path, &error);
     if (native.empty()) return Refuse("OrmaSetCaptionItemEffectConfigure", kBadFile, error);
     if (!LoadWordArt(native, &error)) return Refuse("OrmaSetCaptionItemEffectConfigure", kBadFile, error);
-    item.attrs.SetText("wordArt", native);
+    item.attrs.wordArt = native;
     return int32_t{kOk};
   });
   return Traced(
@@ -334,7 +334,7 @@ ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, cons
 ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle i, const OrmaStrokeBlock* stroke) {
   int32_t r = WithItem("OrmaSetCaptionItemStroke", i, [&](CaptionItem& item) {
     if (!stroke) return Refuse("OrmaSetCaptionItemStroke", kBadArgument, "no block");
-    item.attrs.SetBytes("stroke", stroke, sizeof *stroke);
+    item.attrs.stroke = *stroke;
     return int32_t{kOk};
   });
   return Traced(
@@ -351,7 +351,7 @@ ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle i, const OrmaStr
 ORMA_API int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle i, const OrmaShadowBlock* shadow) {
   int32_t r = WithItem("OrmaSetCaptionItemShadow", i, [&](CaptionItem& item) {
     if (!shadow) return Refuse("OrmaSetCaptionItemShadow", kBadArgument, "no block");
-    item.attrs.SetBytes("shadow", shadow, sizeof *shadow);
+    item.attrs.shadow = *shadow;
     return int32_t{kOk};
   });
   return Traced(
@@ -369,8 +369,8 @@ ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle i, int32_t e
                                               const OrmaCaptionBackgroundBlock* background) {
   int32_t r = WithItem("OrmaSetCaptionItemBackground", i, [&](CaptionItem& item) {
     if (enable && !background) return Refuse("OrmaSetCaptionItemBackground", kBadArgument, "no block");
-    item.attrs.SetInt("backgroundEnabled", enable);
-    if (background) item.attrs.SetBytes("background", background, sizeof *background);
+    item.attrs.backgroundEnabled = enable != 0;
+    if (background) item.attrs.background = *background;
     return int32_t{kOk};
   });
   return Traced(
@@ -393,13 +393,7 @@ ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char
     if (startUs < 0 || durationUs < 0)
       return Refuse("OrmaSetCaptionItemAnimation", kBadArgument, "negative time");
     if (!AnimationClip::Load(native, &error)) return Refuse("OrmaSetCaptionItemAnimation", kBadFile, error);
-    Attr a;
-    a.kind = Attr::Text;
-    a.text = native;
-    a.d = type;
-    a.i[0] = startUs;
-    a.i[1] = durationUs;
-    item.attrs.Append("animations", a);
+    item.attrs.animations.push_back({native, type, startUs, durationUs});
     return int32_t{kOk};
   });
   return Traced(
@@ -418,7 +412,7 @@ ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char
 ORMA_API int32_t OrmaSetCaptionItemAnimationCycleDuration(OrmaCaptionItemHandle i, int64_t cycleUs) {
   int32_t r = WithItem("OrmaSetCaptionItemAnimationCycleDuration", i, [&](CaptionItem& item) {
     if (cycleUs < 0) return Refuse("OrmaSetCaptionItemAnimationCycleDuration", kBadArgument, "negative time");
-    item.attrs.SetInt("animationCycle", cycleUs);
+    item.attrs.animationCycle = cycleUs;
     return int32_t{kOk};
   });
   return Traced(

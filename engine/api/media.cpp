@@ -1,8 +1,9 @@
-// Media attributes. Every value is kept in the media's property bag, named
-// as in docs/engine.md, and drawn when the export builds the item (plain
-// placement in render/scene.cpp, everything else through the item's look,
-// item_look.h). Resource files (look-up tables, animations) are read and
-// checked here, so a bad one fails its call rather than the export.
+// Media attributes. Every value is kept in the media's typed attributes
+// (MediaAttributes, engine/model/model.h), described in docs/engine.md, and drawn when the export builds the
+// item (plain placement in render/scene.cpp, everything else through the item's look, item_look.h). Resource
+// files (look-up tables, animations) are read and checked here, so a bad one fails its call rather than the
+// export.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -25,9 +26,9 @@ template <class Apply> int32_t WithMedia(const char* function, OrmaMediaHandle m
   return apply(*m);
 }
 
-int32_t Level(const char* function, const char* attribute, OrmaMediaHandle media, int32_t level) {
+int32_t Level(const char* function, int MediaAttributes::*attribute, OrmaMediaHandle media, int32_t level) {
   return WithMedia(function, media, [&](Media& m) {
-    m.attrs.SetInt(attribute, level);
+    m.attrs.*attribute = level;
     return int32_t{kOk};
   });
 }
@@ -63,7 +64,7 @@ extern "C" {
 ORMA_API int32_t OrmaSetMediaFlip(OrmaMediaHandle m, int32_t mode) {
   int32_t r = WithMedia("OrmaSetMediaFlip", m, [&](Media& media) {
     if (mode < 0 || mode > 3) return Refuse("OrmaSetMediaFlip", kBadArgument, "flip mode must be 0 to 3");
-    media.attrs.SetInt("flip", mode);
+    media.attrs.flip = mode;
     return int32_t{kOk};
   });
   return Traced(
@@ -73,7 +74,7 @@ ORMA_API int32_t OrmaSetMediaFlip(OrmaMediaHandle m, int32_t mode) {
 ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_t durationUs) {
   int32_t r = WithMedia("OrmaSetMediaTimeLine", m, [&](Media& media) {
     if (startUs < 0 || durationUs < 0) return Refuse("OrmaSetMediaTimeLine", kBadArgument, "negative time");
-    media.attrs.SetPair("timeline", startUs, durationUs);
+    media.attrs.timeline = {true, startUs, durationUs};
     return int32_t{kOk};
   });
   return Traced(
@@ -84,7 +85,7 @@ ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_
 ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int64_t trimEndUs) {
   int32_t r = WithMedia("OrmaSetMediaCutTime", m, [&](Media& media) {
     if (trimStartUs < 0 || trimEndUs < 0) return Refuse("OrmaSetMediaCutTime", kBadArgument, "negative time");
-    media.attrs.SetPair("cut", trimStartUs, trimEndUs);
+    media.attrs.cut = {true, trimStartUs, trimEndUs};
     return int32_t{kOk};
   });
   return Traced(
@@ -97,7 +98,7 @@ ORMA_API int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle m, float volume) {
   int32_t r = WithMedia("OrmaSetMediaAudioFactor", m, [&](Media& media) {
     if (!std::isfinite(volume) || volume < 0)
       return Refuse("OrmaSetMediaAudioFactor", kBadArgument, "bad volume");
-    media.attrs.SetReal("volume", volume);
+    media.attrs.volume = volume;
     return int32_t{kOk};
   });
   return Traced(
@@ -108,7 +109,7 @@ ORMA_API int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle m, int64_t fadeInUs, 
   int32_t r = WithMedia("OrmaSetMediaAudioFadeTime", m, [&](Media& media) {
     if (fadeInUs < 0 || fadeOutUs < 0)
       return Refuse("OrmaSetMediaAudioFadeTime", kBadArgument, "negative time");
-    media.attrs.SetPair("audioFade", fadeInUs, fadeOutUs);
+    media.attrs.audioFade = {true, fadeInUs, fadeOutUs};
     return int32_t{kOk};
   });
   return Traced(
@@ -116,8 +117,8 @@ ORMA_API int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle m, int64_t fadeInUs, 
       [&] { return TraceArgs().Ptr("media", m).Int("fadeInUs", fadeInUs).Int("fadeOutUs", fadeOutUs); }, r);
 }
 
-ORMA_LEVEL_SETTER(OrmaSetMediaAudioEffect, "audioEffect")
-ORMA_LEVEL_SETTER(OrmaSetMediaAudioNsLevel, "audioNsLevel")
+ORMA_LEVEL_SETTER(OrmaSetMediaAudioEffect, &MediaAttributes::audioEffect)
+ORMA_LEVEL_SETTER(OrmaSetMediaAudioNsLevel, &MediaAttributes::audioNsLevel)
 
 ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float intensity) {
   int32_t r = WithMedia("OrmaSetMediaLUT", m, [&](Media& media) {
@@ -127,7 +128,8 @@ ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float inte
       return Refuse("OrmaSetMediaLUT", kBadArgument, "intensity must be 0 or more");
     Lut3D lut;
     if (!LoadLutFile(native, &lut, &error)) return Refuse("OrmaSetMediaLUT", kBadFile, error);
-    media.attrs.SetText("lut", native, intensity);
+    media.attrs.lutPath = native;
+    media.attrs.lutIntensity = intensity;
     return int32_t{kOk};
   });
   return Traced(
@@ -135,12 +137,12 @@ ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float inte
       [&] { return TraceArgs().Ptr("media", m).Text("path", path).Dbl("intensity", intensity); }, r);
 }
 
-ORMA_LEVEL_SETTER(OrmaSetMediaDisplayMode, "displayMode")
+ORMA_LEVEL_SETTER(OrmaSetMediaDisplayMode, &MediaAttributes::displayMode)
 
 ORMA_API int32_t OrmaSetMediaBlur(OrmaMediaHandle m, const OrmaBlurBlock* blur) {
   int32_t r = WithMedia("OrmaSetMediaBlur", m, [&](Media& media) {
     if (!blur) return Refuse("OrmaSetMediaBlur", kBadArgument, "no blur block");
-    media.attrs.SetBytes("blur", blur, sizeof *blur);
+    media.attrs.blur = *blur;
     return int32_t{kOk};
   });
   return Traced(
@@ -148,44 +150,42 @@ ORMA_API int32_t OrmaSetMediaBlur(OrmaMediaHandle m, const OrmaBlurBlock* blur) 
       [&] { return TraceArgs().Ptr("media", m).Raw("blur", blur ? BlurText(blur) : "null"); }, r);
 }
 
-ORMA_LEVEL_SETTER(OrmaSetMediaBeautyBlurIntensity, "beautyBlur")
-ORMA_LEVEL_SETTER(OrmaSetMediaBeautyBrightIntensity, "beautyBright")
-ORMA_LEVEL_SETTER(OrmaSetMediaBeautyToneIntensity, "beautyTone")
-ORMA_LEVEL_SETTER(OrmaSetMediaBigEyeIntensity, "bigEye")
-ORMA_LEVEL_SETTER(OrmaSetMediaThinFaceIntensity, "thinFace")
+ORMA_LEVEL_SETTER(OrmaSetMediaBeautyBlurIntensity, &MediaAttributes::beautyBlur)
+ORMA_LEVEL_SETTER(OrmaSetMediaBeautyBrightIntensity, &MediaAttributes::beautyBright)
+ORMA_LEVEL_SETTER(OrmaSetMediaBeautyToneIntensity, &MediaAttributes::beautyTone)
+ORMA_LEVEL_SETTER(OrmaSetMediaBigEyeIntensity, &MediaAttributes::bigEye)
+ORMA_LEVEL_SETTER(OrmaSetMediaThinFaceIntensity, &MediaAttributes::thinFace)
 
 ORMA_API int32_t OrmaGetMediaFaceCount(OrmaMediaHandle m, int32_t* count) {
   // The result is the number of faces too, so 0 (no face) tells callers to
   // skip face shaping; see face_count.h for the frames looked at.
   int32_t r = WithMedia("OrmaGetMediaFaceCount", m, [&](Media& media) {
     if (!count) return Refuse("OrmaGetMediaFaceCount", kBadArgument, "no count");
-    int64_t from = 0, to = 0;
-    media.attrs.GetPair("cut", &from, &to);
-    *count = CountMediaFaces(media.probe, from, to);
+    *count = CountMediaFaces(media.probe, media.attrs.cut.first, media.attrs.cut.second);
     return *count;
   });
   return Traced(
       "OrmaGetMediaFaceCount", [&] { return TraceArgs().Ptr("media", m).Ptr("count", count); }, r);
 }
 
-ORMA_LEVEL_SETTER(OrmaSetMediaVignette, "vignette")
-ORMA_LEVEL_SETTER(OrmaSetMediaSharp, "sharpness")
-ORMA_LEVEL_SETTER(OrmaSetMediaSaturation, "saturation")
-ORMA_LEVEL_SETTER(OrmaSetMediaContrast, "contrast")
-ORMA_LEVEL_SETTER(OrmaSetMediaBright, "brightness")
-ORMA_LEVEL_SETTER(OrmaSetMediaWhiteBalance, "whiteBalance")
-ORMA_LEVEL_SETTER(OrmaSetMediaTint, "tint")
-ORMA_LEVEL_SETTER(OrmaSetMediaHighlight, "highlight")
-ORMA_LEVEL_SETTER(OrmaSetMediaShadow, "shadows")
-ORMA_LEVEL_SETTER(OrmaSetMediaGraininess, "graininess")
-ORMA_LEVEL_SETTER(OrmaSetMediaLightSensation, "lightSensation")
-ORMA_LEVEL_SETTER(OrmaSetMediaFade, "fade")
+ORMA_LEVEL_SETTER(OrmaSetMediaVignette, &MediaAttributes::vignette)
+ORMA_LEVEL_SETTER(OrmaSetMediaSharp, &MediaAttributes::sharpness)
+ORMA_LEVEL_SETTER(OrmaSetMediaSaturation, &MediaAttributes::saturation)
+ORMA_LEVEL_SETTER(OrmaSetMediaContrast, &MediaAttributes::contrast)
+ORMA_LEVEL_SETTER(OrmaSetMediaBright, &MediaAttributes::brightness)
+ORMA_LEVEL_SETTER(OrmaSetMediaWhiteBalance, &MediaAttributes::whiteBalance)
+ORMA_LEVEL_SETTER(OrmaSetMediaTint, &MediaAttributes::tint)
+ORMA_LEVEL_SETTER(OrmaSetMediaHighlight, &MediaAttributes::highlight)
+ORMA_LEVEL_SETTER(OrmaSetMediaShadow, &MediaAttributes::shadows)
+ORMA_LEVEL_SETTER(OrmaSetMediaGraininess, &MediaAttributes::graininess)
+ORMA_LEVEL_SETTER(OrmaSetMediaLightSensation, &MediaAttributes::lightSensation)
+ORMA_LEVEL_SETTER(OrmaSetMediaFade, &MediaAttributes::fade)
 
 ORMA_API int32_t OrmaSetMediaTransparency(OrmaMediaHandle m, double opacity) {
   int32_t r = WithMedia("OrmaSetMediaTransparency", m, [&](Media& media) {
     if (!std::isfinite(opacity) || opacity < 0 || opacity > 1)
       return Refuse("OrmaSetMediaTransparency", kBadArgument, "opacity must be 0 to 1");
-    media.attrs.SetReal("opacity", opacity);
+    media.attrs.opacity = opacity;
     return int32_t{kOk};
   });
   return Traced(
@@ -194,21 +194,21 @@ ORMA_API int32_t OrmaSetMediaTransparency(OrmaMediaHandle m, double opacity) {
 
 ORMA_API int32_t OrmaSetMediaAnimationAngle(OrmaMediaHandle m, int32_t degrees) {
   int32_t r = WithMedia("OrmaSetMediaAnimationAngle", m, [&](Media& media) {
-    media.attrs.SetInt("angle", degrees);
+    media.attrs.angle = degrees;
     return int32_t{kOk};
   });
   return Traced(
       "OrmaSetMediaAnimationAngle", [&] { return TraceArgs().Ptr("media", m).Int("degrees", degrees); }, r);
 }
 
-ORMA_LEVEL_SETTER(OrmaSetMediaBlendMode, "blendMode")
+ORMA_LEVEL_SETTER(OrmaSetMediaBlendMode, &MediaAttributes::blendMode)
 
 ORMA_API int32_t OrmaSetMediaClip(OrmaMediaHandle m, const float* rect) {
   int32_t r = WithMedia("OrmaSetMediaClip", m, [&](Media& media) {
     if (!rect) return Refuse("OrmaSetMediaClip", kBadArgument, "no rectangle");
     for (int i = 0; i < 4; ++i)
       if (!std::isfinite(rect[i])) return Refuse("OrmaSetMediaClip", kBadArgument, "not a number");
-    media.attrs.SetRect("crop", rect);
+    std::copy(rect, rect + 4, media.attrs.crop);
     return int32_t{kOk};
   });
   return Traced(
@@ -220,7 +220,7 @@ ORMA_API int32_t OrmaSetMediaShowRect(OrmaMediaHandle m, const float* rect) {
     if (!rect) return Refuse("OrmaSetMediaShowRect", kBadArgument, "no rectangle");
     for (int i = 0; i < 4; ++i)
       if (!std::isfinite(rect[i])) return Refuse("OrmaSetMediaShowRect", kBadArgument, "not a number");
-    media.attrs.SetRect("show", rect);
+    std::copy(rect, rect + 4, media.attrs.show);
     return int32_t{kOk};
   });
   return Traced(
@@ -232,7 +232,7 @@ ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
   int32_t r = WithMedia("OrmaSetMediaPlaySpeed", m, [&](Media& media) {
     if (!std::isfinite(speed) || speed < 0 || speed > 100)
       return Refuse("OrmaSetMediaPlaySpeed", kBadArgument, "speed out of range");
-    media.attrs.SetReal("speed", speed);
+    media.attrs.speed = speed;
     return int32_t{kOk};
   });
   return Traced(
@@ -249,13 +249,7 @@ ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath
     if (type < kAnimationIn || type > kAnimationLoop)
       LogOnce("animation-type",
               "animation types other than 0 (in), 1 (out) and 2 (loop) play as in-animations");
-    Attr a;
-    a.kind = Attr::Text;
-    a.text = native;
-    a.i[0] = startUs;
-    a.i[1] = durationUs;
-    a.d = type;
-    media.attrs.Append("animations", a);
+    media.attrs.animations.push_back({native, type, startUs, durationUs});
     return int32_t{kOk};
   });
   return Traced(
@@ -274,16 +268,10 @@ ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath
 ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t cycleUs) {
   int32_t r = WithMedia("OrmaSetMediaAnimationCycleDuration", m, [&](Media& media) {
     if (cycleUs < 0) return Refuse("OrmaSetMediaAnimationCycleDuration", kBadArgument, "negative time");
-    media.attrs.SetInt("animationCycle", cycleUs);
     // The cycle belongs to the animation set just before it.
-    const auto* list = media.attrs.List("animations");
-    if (!list || list->empty())
+    if (media.attrs.animations.empty())
       return Refuse("OrmaSetMediaAnimationCycleDuration", kBadState, "no animation to set the cycle of");
-    Attr c;
-    c.kind = Attr::Pair;
-    c.i[0] = static_cast<int64_t>(list->size() - 1);
-    c.i[1] = cycleUs;
-    media.attrs.Append("animationCycles", c);
+    media.attrs.animations.back().cycleUs = cycleUs;
     return int32_t{kOk};
   });
   return Traced(
@@ -302,11 +290,8 @@ ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyF
   else if (media->scene && Exporting(media->scene->video))
     Refuse("OrmaMediaAddKeyFrameAnimation", kBadState, "an export is running");
   else {
-    Attr a;
-    a.kind = Attr::Bytes;
-    const uint8_t* p = reinterpret_cast<const uint8_t*>(frame);
-    a.bytes.assign(p, p + sizeof *frame);
-    r = static_cast<int64_t>(media->attrs.Append("keyFrames", a));
+    media->attrs.keyFrames.push_back(*frame);
+    r = static_cast<int64_t>(media->attrs.keyFrames.size());
   }
   return Traced(
       "OrmaMediaAddKeyFrameAnimation",
@@ -330,7 +315,7 @@ ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path) {
     MediaProbe probe = ProbeMedia(path, true);
     if (!probe.ok) return Refuse("OrmaSetMediaMaskVideo", kBadFile, probe.error);
     if (!probe.hasVideo) return Refuse("OrmaSetMediaMaskVideo", kBadFile, probe.path + ": has no picture");
-    media.attrs.SetText("maskVideo", probe.path);
+    media.attrs.maskVideo = probe.path;
     return int32_t{kOk};
   });
   return Traced(
@@ -356,10 +341,6 @@ ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char
     mask->configPath = native;
     RegisterHandle(mask);
     media->masks.push_back(mask);
-    Attr a;
-    a.kind = Attr::Text;
-    a.text = native;
-    media->attrs.Append("masks", a);
   }
   return Traced(
       "OrmaAddMediaMaskFromConfig",
@@ -421,8 +402,9 @@ ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_
                                        int32_t blue, int32_t factor, int32_t alphaLower, int32_t alphaUpper,
                                        int32_t edgeSize) {
   int32_t r = WithMedia("OrmaSetMediaChromaKey", m, [&](Media& media) {
-    int32_t values[8] = {enable, red, green, blue, factor, alphaLower, alphaUpper, edgeSize};
-    media.attrs.SetBytes("chromaKey", values, sizeof values);
+    media.attrs.chromaKeyEnabled = enable != 0;
+    const int32_t values[7] = {red, green, blue, factor, alphaLower, alphaUpper, edgeSize};
+    std::copy(values, values + 7, media.attrs.chromaKey);
     return int32_t{kOk};
   });
   return Traced(

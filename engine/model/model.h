@@ -37,39 +37,61 @@ template <class T> T* Lookup(const void* pointer, HandleType type) {
   return (h && h->type == type) ? static_cast<T*>(h) : nullptr;
 }
 
-/// One stored attribute value. The kinds cover every setter of the API.
-struct Attr {
-  enum Kind { Int, Real, Pair, Rect, Text, Bytes } kind = Int;
-  int64_t i[2] = {0, 0};
-  double d = 0.0;
-  float r[4] = {0, 0, 0, 0};
-  std::string text;
-  std::vector<uint8_t> bytes;
+/// An animation placed on a media item or a caption piece.
+struct PlacedAnimationFile {
+  std::string path;    ///< native path of the animation's config.json
+  int type = 0;        ///< 0 in, 1 out, 2 loop
+  int64_t startUs = 0; ///< from the item's start
+  int64_t durationUs = 0;
+  int64_t cycleUs = 0; ///< a loop's cycle (0: the animation's own length)
 };
 
-/// Typed attribute store of a media item (or of any element): single values
-/// by name, plus ordered lists (key frames, animations, masks, effects).
-class PropertyBag {
-public:
-  void SetInt(const std::string& name, int64_t value);
-  void SetReal(const std::string& name, double value);
-  void SetPair(const std::string& name, int64_t a, int64_t b);
-  void SetRect(const std::string& name, const float* rect);
-  void SetText(const std::string& name, const std::string& text, double value = 0.0);
-  void SetBytes(const std::string& name, const void* data, size_t size);
-  /// Appends to a list; returns the new element's 1-based index.
-  size_t Append(const std::string& name, Attr value);
+/// A pair of times as an API call sets it, microseconds; `set` tells a pair
+/// of zeros apart from a call never made.
+struct UsPair {
+  bool set = false;
+  int64_t first = 0, second = 0;
+};
 
-  const Attr* Get(const std::string& name) const;
-  int64_t GetInt(const std::string& name, int64_t fallback) const;
-  double GetReal(const std::string& name, double fallback) const;
-  bool GetPair(const std::string& name, int64_t* a, int64_t* b) const;
-  bool GetRect(const std::string& name, float* rect) const;
-  const std::vector<Attr>* List(const std::string& name) const;
+/// What the API has set on a media item, one typed member per setter; the
+/// export reads it when it builds the item (render/media_source.cpp for time,
+/// placement and sound, render/item_look.cpp for everything drawn).
+struct MediaAttributes {
+  UsPair timeline;              ///< start in the scene, duration (0: to the scene's end)
+  UsPair cut;                   ///< trim in and out of the source
+  float crop[4] = {0, 0, 0, 0}; ///< source share (l, t, r, b); all zero: the whole source
+  float show[4] = {0, 0, 0, 0}; ///< canvas share (l, t, r, b); all zero: the whole canvas
+  int flip = 0;                 ///< 1 horizontal, 2 vertical, 3 both
+  int angle = 0;                ///< degrees
+  double opacity = 1.0;
+  double speed = 1.0;
+  double volume = 1.0;
+  UsPair audioFade; ///< fade in, fade out
+  int audioEffect = 0, audioNsLevel = 0;
+  int displayMode = 0; ///< 1: the blur is shown
+  int blendMode = 0;
+  int brightness = 0, contrast = 0, saturation = 0, whiteBalance = 0, tint = 0, highlight = 0, shadows = 0,
+      lightSensation = 0, fade = 0, sharpness = 0, vignette = 0, graininess = 0;
+  int beautyBlur = 0, beautyBright = 0, beautyTone = 0, bigEye = 0, thinFace = 0;
+  std::string lutPath; ///< native path; drawn when lutIntensity > 0
+  double lutIntensity = 0.0;
+  std::optional<OrmaBlurBlock> blur;
+  bool chromaKeyEnabled = false;
+  int32_t chromaKey[7] = {0, 255, 0, 0, 0, 0, 0}; ///< red, green, blue, factor, alpha lower, upper, edge
+  std::vector<OrmaKeyFrameBlock> keyFrames;
+  std::vector<PlacedAnimationFile> animations;
+  std::string maskVideo; ///< native path of a luma matte video, or empty
+};
 
-private:
-  std::map<std::string, Attr> values_;
-  std::map<std::string, std::vector<Attr>> lists_;
+/// What the API has set on a caption piece beyond its block.
+struct CaptionItemAttributes {
+  std::optional<OrmaStrokeBlock> stroke;
+  std::optional<OrmaShadowBlock> shadow;
+  bool backgroundEnabled = false;
+  std::optional<OrmaCaptionBackgroundBlock> background;
+  std::string wordArt; ///< native path of a word-art config.json, or empty
+  std::vector<PlacedAnimationFile> animations;
+  int64_t animationCycle = 0; ///< cycle of every loop animation of the piece
 };
 
 struct Scene;
@@ -81,7 +103,7 @@ class SpecialEffect;
 struct Media : Handle {
   Media() : Handle(HandleType::Media) {}
   MediaProbe probe;
-  PropertyBag attrs;
+  MediaAttributes attrs;
   Scene* scene = nullptr;
   std::vector<Mask*> masks; ///< masks from OrmaAddMediaMaskFromConfig, in the order added
   /// The item's own special effects (OrmaSetMediaSpecialEffect), in the
@@ -196,7 +218,7 @@ struct CaptionItem : Handle {
   CaptionItem() : Handle(HandleType::CaptionItem) {}
   Caption* caption = nullptr;
   OrmaCaptionItemBlock block{};
-  PropertyBag attrs;
+  CaptionItemAttributes attrs;
 };
 
 struct ExportSettings {

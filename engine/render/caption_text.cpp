@@ -94,13 +94,6 @@ double LargestScale(const AnimationClip& clip) {
   return std::min(s, 4.0);
 }
 
-template <class Block> bool ReadBlock(const PropertyBag& attrs, const char* name, Block* out) {
-  const Attr* a = attrs.Get(name);
-  if (!a || a->bytes.size() != sizeof(Block)) return false;
-  std::memcpy(out, a->bytes.data(), sizeof(Block));
-  return true;
-}
-
 class TextSegment : public Segment {
 public:
   TextSegment(const Caption& caption, RenderContext& ctx)
@@ -197,21 +190,18 @@ private:
   /// The animations a piece carries, each checked once; one that cannot be
   /// read is left out with a log line.
   void Animate(const CaptionItem& source, ItemPlan* item) {
-    const auto* list = source.attrs.List("animations");
-    if (!list) return;
-    int64_t cycle = source.attrs.GetInt("animationCycle", 0);
-    for (const Attr& entry : *list) {
+    for (const PlacedAnimationFile& entry : source.attrs.animations) {
       PlacedAnimation placed;
       std::string error;
-      placed.clip = AnimationClip::Load(entry.text, &error);
+      placed.clip = AnimationClip::Load(entry.path, &error);
       if (!placed.clip) {
         LogText("caption " + caption_.configPath + ": an animation is left out: " + error);
         continue;
       }
-      placed.type = static_cast<int>(entry.d);
-      placed.startUs = entry.i[0];
-      placed.durationUs = entry.i[1];
-      placed.cycleUs = cycle;
+      placed.type = entry.type;
+      placed.startUs = entry.startUs;
+      placed.durationUs = entry.durationUs;
+      placed.cycleUs = source.attrs.animationCycle;
       item->animationScale = std::max(item->animationScale, LargestScale(*placed.clip));
       item->animations.push_back(std::move(placed));
     }
@@ -286,20 +276,20 @@ private:
     look.fill = ToRgba(b.textColor);
     double lengths = unit * r;
 
-    OrmaStrokeBlock stroke{};
-    if (ReadBlock(source.attrs, "stroke", &stroke)) {
+    if (source.attrs.stroke) {
+      const OrmaStrokeBlock& stroke = *source.attrs.stroke;
       look.strokeWidth = std::max(0.0f, stroke.width) * lengths;
       look.strokeColor = ToRgba(stroke.color);
     }
-    OrmaShadowBlock shadow{};
-    if (ReadBlock(source.attrs, "shadow", &shadow)) {
+    if (source.attrs.shadow) {
+      const OrmaShadowBlock& shadow = *source.attrs.shadow;
       look.shadowBlur = std::max(0.0f, shadow.blur) * lengths;
       look.shadowAngle = shadow.angle;
       look.shadowDistance = std::max(0.0f, shadow.distance) * lengths;
       look.shadowColor = ToRgba(shadow.color);
     }
-    OrmaCaptionBackgroundBlock box{};
-    if (source.attrs.GetInt("backgroundEnabled", 0) != 0 && ReadBlock(source.attrs, "background", &box)) {
+    if (source.attrs.backgroundEnabled && source.attrs.background) {
+      const OrmaCaptionBackgroundBlock& box = *source.attrs.background;
       look.box = true;
       look.boxParagraph = box.type == 1;
       look.boxColor = ToRgba(box.color);
@@ -314,9 +304,9 @@ private:
       look.boxColor = ToRgba(b.backgroundColor);
       look.boxPadX = look.boxPadY = 4 * lengths;
     }
-    if (const Attr* art = source.attrs.Get("wordArt")) {
+    if (!source.attrs.wordArt.empty()) {
       std::string error;
-      look.art = LoadWordArt(art->text, &error);
+      look.art = LoadWordArt(source.attrs.wordArt, &error);
       if (!look.art) LogText("word art left out: " + error);
     }
     if (b.hasKtvColor) {

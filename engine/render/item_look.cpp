@@ -43,15 +43,6 @@ Area CropArea(const float crop[4], int width, int height) {
   return a;
 }
 
-template <class T> bool ReadBlock(const PropertyBag& attrs, const char* name, T* out) {
-  const Attr* a = attrs.Get(name);
-  if (!a || a->kind != Attr::Bytes || a->bytes.size() != sizeof(T)) return false;
-  std::memcpy(out, a->bytes.data(), sizeof(T));
-  return true;
-}
-
-int Int(const PropertyBag& attrs, const char* name) { return static_cast<int>(attrs.GetInt(name, 0)); }
-
 } // namespace
 
 ItemLook::ItemLook(const Media& media, RenderContext& ctx) : media_(media), ctx_(ctx) {}
@@ -66,89 +57,74 @@ std::unique_ptr<ItemLook> ItemLook::Make(const Media& media, RenderContext& ctx,
 }
 
 bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::string* error) {
-  const PropertyBag& a = media_.attrs;
+  const MediaAttributes& a = media_.attrs;
   layout_ = layout;
   itemUs_ = FramesToUs(durationFrames, ctx_.fps);
-  angle_ = Int(a, "angle");
-  blendMode_ = Int(a, "blendMode");
+  angle_ = a.angle;
+  blendMode_ = a.blendMode;
   if (blendMode_ != 0 && !FindBlendMode(blendMode_)) {
     LogOnce("blend-" + std::to_string(blendMode_),
             "blend mode " + std::to_string(blendMode_) + " is not known; the item is laid over normally");
     blendMode_ = 0;
   }
-  color_.brightness = Int(a, "brightness");
-  color_.contrast = Int(a, "contrast");
-  color_.saturation = Int(a, "saturation");
-  color_.whiteBalance = Int(a, "whiteBalance");
-  color_.tint = Int(a, "tint");
-  color_.highlight = Int(a, "highlight");
-  color_.shadows = Int(a, "shadows");
-  color_.lightSensation = Int(a, "lightSensation");
-  color_.fade = Int(a, "fade");
-  color_.beautyBright = Int(a, "beautyBright");
-  color_.beautyTone = Int(a, "beautyTone");
-  sharpness_ = Int(a, "sharpness");
-  vignette_ = Int(a, "vignette");
-  graininess_ = Int(a, "graininess");
-  beautyBlur_ = Int(a, "beautyBlur");
-  faceLevels_.bigEye = Int(a, "bigEye");
-  faceLevels_.thinFace = Int(a, "thinFace");
+  color_.brightness = a.brightness;
+  color_.contrast = a.contrast;
+  color_.saturation = a.saturation;
+  color_.whiteBalance = a.whiteBalance;
+  color_.tint = a.tint;
+  color_.highlight = a.highlight;
+  color_.shadows = a.shadows;
+  color_.lightSensation = a.lightSensation;
+  color_.fade = a.fade;
+  color_.beautyBright = a.beautyBright;
+  color_.beautyTone = a.beautyTone;
+  sharpness_ = a.sharpness;
+  vignette_ = a.vignette;
+  graininess_ = a.graininess;
+  beautyBlur_ = a.beautyBlur;
+  faceLevels_.bigEye = a.bigEye;
+  faceLevels_.thinFace = a.thinFace;
   if (faceLevels_.Active()) faceTracker_ = std::make_unique<FaceTracker>(FaceDetector::Shared());
 
-  if (const Attr* lut = a.Get("lut"); lut && lut->d > 0.0) {
+  if (!a.lutPath.empty() && a.lutIntensity > 0.0) {
     lut_ = std::make_unique<Lut3D>();
-    if (!LoadLutFile(lut->text, lut_.get(), error)) return false;
-    lutIntensity_ = static_cast<float>(std::min(1.0, lut->d));
+    if (!LoadLutFile(a.lutPath, lut_.get(), error)) return false;
+    lutIntensity_ = static_cast<float>(std::min(1.0, a.lutIntensity));
   }
 
-  OrmaBlurBlock block{};
-  if (ReadBlock(a, "blur", &block)) {
+  if (a.blur) {
+    const OrmaBlurBlock& block = *a.blur;
     blur_.type = block.blurType;
     blur_.intensity = block.intensity;
     blur_.centerX = block.centerX;
     blur_.centerY = block.centerY;
     blur_.radius = block.radius;
   }
-  blurShown_ = Int(a, "displayMode") == 1 && blur_.Active();
+  blurShown_ = a.displayMode == 1 && blur_.Active();
 
-  int32_t key[8] = {};
-  if (ReadBlock(a, "chromaKey", &key) && key[0] != 0) {
+  if (a.chromaKeyEnabled) {
+    const int32_t* key = a.chromaKey;
     chroma_ = true;
-    chromaKey_.red = key[1];
-    chromaKey_.green = key[2];
-    chromaKey_.blue = key[3];
-    chromaKey_.factor = key[4];
-    chromaKey_.alphaLower = key[5];
-    chromaKey_.alphaUpper = key[6];
-    chromaKey_.edgeSize = key[7];
+    chromaKey_.red = key[0];
+    chromaKey_.green = key[1];
+    chromaKey_.blue = key[2];
+    chromaKey_.factor = key[3];
+    chromaKey_.alphaLower = key[4];
+    chromaKey_.alphaUpper = key[5];
+    chromaKey_.edgeSize = key[6];
   }
 
-  if (const auto* frames = a.List("keyFrames")) {
-    std::vector<OrmaKeyFrameBlock> blocks;
-    for (const Attr& f : *frames) {
-      OrmaKeyFrameBlock b{};
-      if (f.bytes.size() != sizeof b) continue;
-      std::memcpy(&b, f.bytes.data(), sizeof b);
-      blocks.push_back(b);
-    }
-    keyFrames_ = KeyFrameTrack(std::move(blocks), ctx_.width, ctx_.height);
-  }
+  if (!a.keyFrames.empty()) keyFrames_ = KeyFrameTrack(a.keyFrames, ctx_.width, ctx_.height);
 
-  if (const auto* list = a.List("animations")) {
-    const auto* cycles = a.List("animationCycles");
-    for (size_t i = 0; i < list->size(); ++i) {
-      const Attr& entry = (*list)[i];
-      PlacedAnimation p;
-      p.clip = AnimationClip::Load(entry.text, error);
-      if (!p.clip) return false;
-      p.type = static_cast<int>(entry.d);
-      p.startUs = entry.i[0];
-      p.durationUs = entry.i[1];
-      if (cycles)
-        for (const Attr& c : *cycles)
-          if (c.i[0] == static_cast<int64_t>(i)) p.cycleUs = c.i[1];
-      animations_.push_back(std::move(p));
-    }
+  for (const PlacedAnimationFile& entry : a.animations) {
+    PlacedAnimation p;
+    p.clip = AnimationClip::Load(entry.path, error);
+    if (!p.clip) return false;
+    p.type = entry.type;
+    p.startUs = entry.startUs;
+    p.durationUs = entry.durationUs;
+    p.cycleUs = entry.cycleUs;
+    animations_.push_back(std::move(p));
   }
 
   for (const Mask* mask : media_.masks) {
@@ -156,8 +132,7 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
     if (!layer) return false;
     masks_.push_back(std::move(layer));
   }
-  if (const Attr* matte = a.Get("maskVideo"); matte && !matte->text.empty())
-    matte_ = std::make_unique<LumaMatte>(matte->text, ctx_);
+  if (!a.maskVideo.empty()) matte_ = std::make_unique<LumaMatte>(a.maskVideo, ctx_);
 
   // The working picture: the item's size on the canvas, or the largest size
   // its key frames give it (at most twice the canvas).

@@ -12,9 +12,7 @@ namespace orma {
 namespace {
 
 // Rectangles are (left, top, right, bottom); all zero means the whole frame.
-void NormalisedRect(const PropertyBag& attrs, const char* name, float out[4]) {
-  float r[4] = {0, 0, 0, 0};
-  attrs.GetRect(name, r);
+void NormalisedRect(const float r[4], float out[4]) {
   if (r[0] == 0 && r[1] == 0 && r[2] == 0 && r[3] == 0) {
     out[0] = 0;
     out[1] = 0;
@@ -31,46 +29,45 @@ int EvenFloor(double v) { return static_cast<int>(std::floor(v / 2.0)) * 2; }
 
 MediaSource::MediaSource(const Media& media, int64_t sceneFrames, RenderContext& ctx)
     : media_(media), ctx_(ctx), sceneFrames_(sceneFrames) {
-  const PropertyBag& a = media.attrs;
+  const MediaAttributes& a = media.attrs;
   Rational fps = ctx.fps;
-  int64_t start = 0, duration = 0;
-  if (a.GetPair("timeline", &start, &duration)) {
+  if (a.timeline.set) {
+    int64_t start = a.timeline.first, duration = a.timeline.second;
     offset_ = std::max<int64_t>(0, UsToFrames(start, fps));
     duration_ = duration > 0 ? UsToFrames(duration, fps) : sceneFrames - offset_;
   } else {
     duration_ = sceneFrames;
   }
-  int64_t trimIn = 0, trimOut = 0;
-  if (a.GetPair("cut", &trimIn, &trimOut)) {
+  if (a.cut.set) {
+    int64_t trimIn = a.cut.first, trimOut = a.cut.second;
     trimStart_ = std::max<int64_t>(0, UsToFrames(trimIn, fps));
     if (trimOut > trimIn) trimLast_ = std::max(trimStart_, UsToFrames(trimOut, fps) - 1);
   }
-  speed_ = a.GetReal("speed", 1.0);
+  speed_ = a.speed;
   if (!(speed_ > 0.0)) speed_ = 1.0;
   if (speed_ < 0.1 || speed_ > 10.0) {
     LogOnce("speed-range", "play speeds are limited to 0.1 to 10");
     speed_ = std::clamp(speed_, 0.1, 10.0);
   }
   sourceLast_ = media.probe.still ? 0 : std::max<int64_t>(0, UsToFrames(media.probe.durationUs, fps) - 1);
-  volume_ = static_cast<float>(std::clamp(a.GetReal("volume", 1.0), 0.0, 4.0));
+  volume_ = static_cast<float>(std::clamp(a.volume, 0.0, 4.0));
   audioWanted_ = media.probe.hasAudio && volume_ > 0.0f;
   // Sound at another speed, with a voice effect or noise suppression is read
   // on its own and processed (item_audio.h); otherwise it comes with the
   // picture's frames.
   soundSettings_.speed = speed_;
-  soundSettings_.effect = static_cast<int>(a.GetInt("audioEffect", 0));
-  soundSettings_.noiseLevel = static_cast<int>(a.GetInt("audioNsLevel", 0));
+  soundSettings_.effect = a.audioEffect;
+  soundSettings_.noiseLevel = a.audioNsLevel;
   processedSound_ = audioWanted_ && AudioChain::Changes(soundSettings_);
-  int64_t fadeIn = 0, fadeOut = 0;
-  if (a.GetPair("audioFade", &fadeIn, &fadeOut)) {
-    fadeInFrames_ = std::max<int64_t>(0, UsToFrames(fadeIn, fps));
-    fadeOutFrames_ = std::max<int64_t>(0, UsToFrames(fadeOut, fps));
+  if (a.audioFade.set) {
+    fadeInFrames_ = std::max<int64_t>(0, UsToFrames(a.audioFade.first, fps));
+    fadeOutFrames_ = std::max<int64_t>(0, UsToFrames(a.audioFade.second, fps));
   }
 
   // Placement: the show rectangle in canvas units, the crop in source units.
   float show[4];
-  NormalisedRect(a, "show", show);
-  NormalisedRect(a, "crop", layout_.crop);
+  NormalisedRect(a.show, show);
+  NormalisedRect(a.crop, layout_.crop);
   for (float& v : layout_.crop)
     v = std::clamp(v, 0.0f, 1.0f);
   if (layout_.crop[2] <= layout_.crop[0] || layout_.crop[3] <= layout_.crop[1]) {
@@ -83,10 +80,10 @@ MediaSource::MediaSource(const Media& media, int64_t sceneFrames, RenderContext&
   layout_.y = y0;
   layout_.w = std::max(2, x1 - x0);
   layout_.h = std::max(2, y1 - y0);
-  int flip = static_cast<int>(a.GetInt("flip", 0));
+  int flip = a.flip;
   layout_.mirrorH = (flip & 1) != 0;
   layout_.mirrorV = (flip & 2) != 0;
-  layout_.opacity = static_cast<float>(std::clamp(a.GetReal("opacity", 1.0), 0.0, 1.0));
+  layout_.opacity = static_cast<float>(std::clamp(a.opacity, 0.0, 1.0));
 
   std::string error;
   look_ = ItemLook::Make(media, ctx, layout_, duration_, &error);
