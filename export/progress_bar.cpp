@@ -38,7 +38,10 @@ std::string Bar(double percent, int width, BarStyle style) {
   const std::string done(static_cast<size_t>(filled), '#');
   const std::string rest(static_cast<size_t>(width - filled), '-');
   if (style == BarStyle::Plain) return "[" + done + rest + "]";
-  return "[" + std::string(kGreen) + done + kReset + kDim + rest + kReset + "]";
+  std::string bar = "[";
+  if (!done.empty()) bar += kGreen + done + kReset;
+  if (!rest.empty()) bar += kDim + rest + kReset;
+  return bar + "]";
 }
 
 } // namespace
