@@ -2,7 +2,8 @@
 # the build folder, lintian finds no error in it, and its files, unpacked
 # into a scratch root, make a program that runs from another folder: the
 # demo draft rendered by the installed program decodes to the same pictures
-# as the one rendered by the build folder's program.
+# as the one rendered by the build folder's program. Last, a hand
+# installation (cmake --install) under another prefix works the same way.
 #   package.sh BUILD_DIR SOURCE_DIR
 set -uo pipefail
 BUILD=$(cd "$1" && pwd)
@@ -118,6 +119,19 @@ level=$(ffmpeg -v info -i installed.mp4 -vf signalstats,metadata=print:key=lavfi
 check "the pictures are not black (brightest mean luma $level)" $(awk -v y="${level:-0}" 'BEGIN { exit !(y > 40) }'; echo $?)
 psnr=$(ffmpeg -v info -i installed.mp4 -i built.mp4 -lavfi "[0:v][1:v]psnr" -f null - 2>&1 | sed -nE 's/.*PSNR.* average:([0-9.inf]+).*/\1/p')
 check "installed and built programs render the same pictures (PSNR $psnr dB)" $(awk -v p="${psnr:-0}" 'BEGIN { exit !(p == "inf" || p > 45) }'; echo $?)
+
+# ---- A hand installation under another prefix ----
+prefix="$WORK/opt/orma draft"
+cmake --install "$BUILD" --prefix "$prefix" >"$WORK/install.log" 2>&1 || { cat "$WORK/install.log"; fatal "cmake --install"; }
+check "cmake --install puts the program under the prefix" $([ -x "$prefix/bin/ormadraft" ]; echo $?)
+check "its MLT module link is relative and reaches MLT from that prefix" $(link="$prefix/$libdir/ormadraft/orma-mlt-modules/libmltcore.so"; [ -f "$link" ] && [ "$(readlink "$link" | cut -c1)" != / ]; echo $?)
+"$prefix/bin/ormadraft" --help >help.txt 2>&1
+check "the program under another prefix finds its resources there" $(grep -qx "Resource folder: $prefix/share/ormadraft" help.txt; echo $?)
+sed 's/installed.mp4/prefix.mp4/' export.json >export-prefix.json
+ORMA_VERBOSE=1 "$prefix/bin/ormadraft" "demo draft.json" export-prefix.json 0 1 >prefix.log 2>prefix.err
+check "the program under another prefix exports" $(grep -q -- '-- export success! time:' prefix.log && [ -s prefix.mp4 ]; echo $?)
+modules=$(sed -n 's/^\[mlt\] modules from //p' prefix.err)
+check "and starts MLT on its own module folder" $([ "$(readlink -f "$modules")" = "$(readlink -f "$prefix/$libdir/ormadraft/orma-mlt-modules")" ]; echo $?)
 
 echo "$PASSED passed, $FAILED failed"
 [ "$FAILED" -eq 0 ]
