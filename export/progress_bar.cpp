@@ -131,9 +131,10 @@ ProgressSnapshot ProgressBar::Measure(OrmaVideoHandle vv, double percent) {
   s.framesTotal =
       std::max<int64_t>(std::llround(static_cast<double>(range_.endUs - range_.startUs) * perUs), 0);
   const int64_t position = OrmaGetCurrentPlaybackTime(vv);
-  int64_t done =
+  // Not forced to the total at the end: an export that failed halfway shows
+  // where it stopped.
+  const int64_t done =
       static_cast<int64_t>(std::floor(static_cast<double>(position - range_.startUs) * perUs + 1e-6));
-  if (percent >= 99.5) done = s.framesTotal;
   s.framesDone = std::max<int64_t>(s.framesTotal > 0 ? std::min(done, s.framesTotal) : done, 0);
 
   const uint64_t now = platform::TickCount64();

@@ -176,3 +176,23 @@ TEST(ProgressBarDrawing, PlainTextBlanksWhatALongerLineLeft) {
   EXPECT_EQ(drawings[1].size(), drawings[0].size());
   EXPECT_EQ(drawings[1].substr(drawings[1].size() - 3), "   ");
 }
+
+TEST(ProgressBarDrawing, ExportThatStoppedEarlyShowsTheFramesItRendered) {
+  recorder::Reset();
+  startTicks = platform::TickCount64();
+  OrmaVideoHandle vv = OrmaVirtualVideoCreate();
+  // The library answers 100 also after a failure; the position tells where
+  // the export stopped: 1 s of a 4 s range at 25 fps.
+  recorder::QueueResults("OrmaEditProgress", {0, 100});
+  recorder::QueueResults("OrmaGetCurrentPlaybackTime", {1000000});
+  FILE* stream = std::tmpfile();
+  ASSERT_NE(stream, nullptr);
+  ProgressBar bar(stream, 100, BarStyle::Plain, ProgressRange{25, 0, 4000000});
+  testing::internal::CaptureStdout();
+  ProgressReporter(vv, &bar);
+  testing::internal::GetCapturedStdout();
+  const std::vector<std::string> drawings = Drawings(Contents(stream));
+  std::fclose(stream);
+  ASSERT_EQ(drawings.size(), 1u);
+  EXPECT_NE(drawings[0].find("  25/100 frames"), std::string::npos) << drawings[0];
+}
