@@ -152,6 +152,8 @@ ProgressSnapshot ProgressBar::Measure(OrmaVideoHandle vv, double percent) {
 }
 
 void ProgressBar::Draw(const ProgressSnapshot& snapshot) {
+  // A terminal can be resized during a long export; asking costs one ioctl.
+  columns_ = platform::TerminalColumns(stream_, columns_);
   const std::string line = FormatProgressBar(snapshot, columns_, style_);
   std::string text = "\r" + line;
   if (style_ == BarStyle::Color) {

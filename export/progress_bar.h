@@ -50,7 +50,8 @@ struct ProgressRange {
 
 class ProgressBar {
 public:
-  /// A bar drawn on `stream`, `columns` wide, measuring frames through the
+  /// A bar drawn on `stream`, `columns` wide (or as wide as the terminal
+  /// behind `stream` is at each drawing), measuring frames through the
   /// library's playback position over `range`.
   ProgressBar(FILE* stream, int columns, BarStyle style, ProgressRange range);
 

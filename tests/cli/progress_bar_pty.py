@@ -15,6 +15,7 @@ import struct
 import subprocess
 import sys
 import termios
+import threading
 import time
 
 program, work = sys.argv[1], sys.argv[2]
@@ -37,8 +38,10 @@ def check(name, ok, detail=""):
         print(f"FAIL: {name} {detail[:600]!r}")
 
 
-def run(stdout_on_pty, stderr_on_pty, **env):
-    """Runs the export; returns (terminal bytes, stdout text, stderr text, seconds)."""
+def run(stdout_on_pty, stderr_on_pty, narrow_after=None, **env):
+    """Runs the export; returns (terminal bytes, stdout text, stderr text,
+    seconds). With narrow_after, the terminal becomes 50 columns wide that
+    many seconds after the start."""
     environment = {k: v for k, v in os.environ.items() if k not in ("NO_COLOR", "TERM", "COLUMNS")}
     environment.update(ORMA_RECORDER_SCRIPT=SCRIPT, TERM="xterm", LC_CTYPE="C.UTF-8")
     environment.update(env)
@@ -53,6 +56,9 @@ def run(stdout_on_pty, stderr_on_pty, **env):
         process = subprocess.Popen([program, draft], cwd=work, env=environment, stdin=subprocess.DEVNULL,
                                    stdout=slave if stdout_on_pty else out, stderr=slave if stderr_on_pty else err)
         os.close(slave)
+        if narrow_after is not None:
+            narrow = struct.pack("HHHH", 24, 50, 0, 0)
+            threading.Timer(narrow_after, lambda: fcntl.ioctl(master, termios.TIOCSWINSZ, narrow)).start()
         received = b""
         while True:
             try:
@@ -111,6 +117,12 @@ check("halfway: 25 of 50 frames, a rate and a time left",
           for b in middle), str(bars))
 check("at most ten drawings a second", len(bars) <= seconds * 10 + 1, f"{len(bars)} in {seconds:.2f} s")
 check("no drawing reaches the last column", all(len(b) <= 99 for b in bars), str(bars))
+
+# A terminal made narrower during the export: later drawings fit it.
+terminal, _, _, _ = run(False, True, narrow_after=0.5)
+bars = drawings(terminal)
+check("drawings follow a resized terminal", len(bars) >= 5 and len(bars[0]) > 49 and len(bars[-1]) <= 49,
+      str(bars))
 
 # NO_COLOR and TERM=dumb: the same bar as plain text.
 for env in ({"NO_COLOR": "1"}, {"TERM": "dumb"}):
