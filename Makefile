@@ -6,7 +6,7 @@ FUZZ_BUILD ?= build-fuzz
 JOBS       ?= $(shell nproc)
 SECONDS    ?= 60
 
-.PHONY: all deps build test unit-test asan-test demo fuzz bench format clean
+.PHONY: all deps build test unit-test asan-test demo package fuzz bench format clean
 
 all: build
 
@@ -30,6 +30,10 @@ asan-test: deps
 
 demo: build
 	bash scripts/demo.sh $(BUILD)
+
+# The Debian package, written to out/ (cmake/Packaging.cmake).
+package: build
+	cmake --build $(BUILD) --target package
 
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORMA_FUZZ=ON \

@@ -207,6 +207,16 @@ typedef struct OrmaMediaPropertyBlock {
   uint8_t reserved[108];
 } OrmaMediaPropertyBlock;
 
+/* Versions of the library and of the frameworks it runs on (OrmaGetVersions).
+ * Each text is NUL-terminated; an empty text means "not known". */
+typedef struct OrmaVersionBlock {
+  char core[32];        /* the library's own version, e.g. "0.9.0" */
+  char mlt[32];         /* MLT as it reports itself at run time */
+  char ffmpeg[64];      /* the FFmpeg release the libraries come from */
+  char libavformat[16]; /* "major.minor.micro" of the loaded libavformat */
+  char libavcodec[16];  /* and of the loaded libavcodec */
+} OrmaVersionBlock;
+
 #pragma pack(pop)
 
 #ifdef __cplusplus
@@ -272,6 +282,7 @@ ORMA_STATIC_ASSERT(offsetof(OrmaCaptionKeyFrameBlock, alpha) == 28, "caption key
 ORMA_STATIC_ASSERT(offsetof(OrmaCaptionKeyFrameBlock, scale) == 32, "caption key frame scale at 32");
 ORMA_STATIC_ASSERT(sizeof(OrmaCaptionBackgroundBlock) == 40, "caption background is 40 bytes");
 ORMA_STATIC_ASSERT(sizeof(OrmaMediaPropertyBlock) == 264, "media property block is 264 bytes");
+ORMA_STATIC_ASSERT(sizeof(OrmaVersionBlock) == 160, "version block is 160 bytes");
 
 /* ---- Virtual video and output settings ---- */
 ORMA_API OrmaVideoHandle OrmaVirtualVideoCreate(void);
@@ -427,6 +438,9 @@ ORMA_API int32_t OrmaPreviewConintue(OrmaVideoHandle vv);
 ORMA_API int32_t OrmaPreviewPause(OrmaVideoHandle vv);
 ORMA_API int32_t OrmaPreviewStop(OrmaVideoHandle vv);
 ORMA_API int32_t OrmaPreviewSeek(OrmaVideoHandle vv, int64_t positionUs);
+
+/* ---- About the library ---- */
+ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions);
 
 #ifdef __cplusplus
 }

@@ -10,6 +10,7 @@
 #include "draft/draft.h"
 #include "driver/codepage.h"
 #include "driver/log_line.h"
+#include "driver/program_info.h"
 #include "export/export_draft.h"
 #include "platform/platform.h"
 #include "preview/preview_command.h"
@@ -46,6 +47,8 @@ void CopyText(char* buffer, size_t size, const char* text) {
 } // namespace
 
 int RunDriver(int argc, char** argv) {
+  // "--help" and "--version" as the one argument are answered before a run starts.
+  if (int status = 0; argc == 2 && RunInfoOption(argv[1], &status)) return status;
   char draftPath[2048] = {0};
   char exportPath[2048] = {0};
   char message[2048] = {0};

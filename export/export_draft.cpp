@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -13,6 +14,7 @@
 #include "export/export_settings.h"
 #include "export/media_attributes.h"
 #include "export/overlays_logo.h"
+#include "export/progress_bar.h"
 #include "export/scene_paths.h"
 #include "export/stickers.h"
 #include "export/timeline_effects.h"
@@ -163,18 +165,27 @@ int SceneSpan(const SceneRecord* scene, const MediaInfoEntry* mediaInfo, float p
   return 1;
 }
 
-void ProgressReporter(OrmaVideoHandle vv) {
+void ProgressReporter(OrmaVideoHandle vv, ProgressBar* bar) {
   if (!vv) return;
+  // The bar is first drawn on the second poll: by then the export's own
+  // lines on standard output, which may share the terminal, are out.
+  bool firstPoll = true;
   for (int polls = 0;; ++polls) {
     const float percent = static_cast<float>(OrmaEditProgress(vv));
     if (polls % 5 == 0) {
+      if (bar) bar->Erase();
       const uint64_t elapsed = platform::TickCount64() - startTicks;
       LogLine("progress:%f time:%.1f(s)\n", static_cast<double>(percent),
               static_cast<double>(elapsed) / 1000.0);
       std::fflush(stdout);
       polls = 0;
     }
-    if (percent >= 99.5f) return;
+    if (percent >= 99.5f) {
+      if (bar) bar->Finish(vv, percent);
+      return;
+    }
+    if (bar && !firstPoll) bar->Update(vv, percent);
+    firstPoll = false;
     platform::SleepMs(100);
   }
 }
@@ -245,7 +256,10 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
     return Fail(message, -1, "Preview is not available in this build");
   }
 
-  std::thread progress(ProgressReporter, vv);
+  // Made here, with the timeline complete, so that it knows the range's length.
+  const std::unique_ptr<ProgressBar> bar =
+      ProgressBar::ForStandardError(vv, settings.fps, document->exportStart, document->exportEnd);
+  std::thread progress(ProgressReporter, vv, bar.get());
   std::printf("nLimitTimelineStart:%lld nLimitTimelineEnd:%lld\n",
               static_cast<long long>(document->exportStart), static_cast<long long>(document->exportEnd));
   if (document->exportStart > 0 || document->exportEnd > 0) {

@@ -19,6 +19,9 @@ int32_t ExportDraft(DraftDocument* document, char* message);
 int SceneSpan(const SceneRecord* scene, const MediaInfoEntry* mediaInfo, float position, float* outStart,
               float* outEnd);
 
+class ProgressBar;
+
 /// Body of the progress thread: polls every 100 ms, prints every fifth poll,
-/// ends at 99.5 %.
-void ProgressReporter(OrmaVideoHandle vv);
+/// ends at 99.5 %. With a `bar` (standard error is a terminal) it also
+/// redraws the bar on every poll.
+void ProgressReporter(OrmaVideoHandle vv, ProgressBar* bar = nullptr);

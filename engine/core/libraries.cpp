@@ -59,8 +59,9 @@ std::string ModuleFolder() {
   size_t slash = lib.rfind('/');
   std::string folder =
       (slash == std::string::npos ? std::string(".") : lib.substr(0, slash)) + "/orma-mlt-modules";
+  // A link left dangling (MLT moved or removed) leaves MLT's own folder.
   struct stat st;
-  if (stat(folder.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) return "";
+  if (stat((folder + "/libmltcore.so").c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return "";
   return folder;
 }
 
@@ -88,6 +89,8 @@ bool EnsureMlt() {
     QuietLibraries();
     mlt_log_set_callback(MltLogCallback);
     std::string folder = ModuleFolder();
+    if (gVerbose)
+      std::fprintf(stderr, "[mlt] modules from %s\n", folder.empty() ? "MLT's own folder" : folder.c_str());
     mlt_repository repository = mlt_factory_init(folder.empty() ? nullptr : folder.c_str());
     if (!repository) {
       LogText("cannot start the MLT framework");

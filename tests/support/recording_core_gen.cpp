@@ -1070,4 +1070,13 @@ int32_t OrmaPreviewSeek(OrmaVideoHandle vv, int64_t positionUs) {
   return static_cast<int32_t>(r);
 }
 
+int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
+  Call c;
+  c.name = "OrmaGetVersions";
+  c.args.push_back(versions ? "out" : "null");
+  int64_t r = Finish(std::move(c));
+  FillOutBlock("OrmaGetVersions", versions, sizeof(*versions));
+  return static_cast<int32_t>(r);
+}
+
 }  // extern "C"

@@ -1,0 +1,48 @@
+// OrmaGetVersions: which library this is and which MLT and FFmpeg it runs on,
+// for the program's --version. The framework versions are read at run time
+// from the libraries actually loaded, not from the headers the library was
+// built against, so a report names what renders.
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/avutil.h>
+// MLT's version header, unlike mlt.h, declares no C linkage of its own.
+#include <mlt-7/framework/mlt_version.h>
+}
+
+#include <cstdio>
+
+#include "engine/api.h"
+
+using namespace orma;
+
+namespace {
+
+// "major.minor.micro" of a version packed as FFmpeg packs them.
+void WriteVersion(char* out, size_t size, unsigned packed) {
+  std::snprintf(out, size, "%u.%u.%u", AV_VERSION_MAJOR(packed), AV_VERSION_MINOR(packed),
+                AV_VERSION_MICRO(packed));
+}
+
+} // namespace
+
+extern "C" {
+
+ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
+  int32_t r = [&] {
+    if (!versions) return Refuse("OrmaGetVersions", kBadArgument, "no version block");
+    *versions = OrmaVersionBlock{};
+    std::snprintf(versions->core, sizeof versions->core, "%s", ORMA_CORE_VERSION);
+    const char* mlt = mlt_version_get_string();
+    std::snprintf(versions->mlt, sizeof versions->mlt, "%s", mlt ? mlt : "");
+    const char* ffmpeg = av_version_info();
+    std::snprintf(versions->ffmpeg, sizeof versions->ffmpeg, "%s", ffmpeg ? ffmpeg : "");
+    WriteVersion(versions->libavformat, sizeof versions->libavformat, avformat_version());
+    WriteVersion(versions->libavcodec, sizeof versions->libavcodec, avcodec_version());
+    return int32_t{kOk};
+  }();
+  return Traced(
+      "OrmaGetVersions", [&] { return TraceArgs().Ptr("versions", versions); }, r);
+}
+
+} // extern "C"
