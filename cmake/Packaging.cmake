@@ -31,7 +31,7 @@ install(TARGETS OrmaCore LIBRARY DESTINATION ${ORMA_PRIVATE_LIBDIR} NAMELINK_SKI
 
 pkg_get_variable(MLT_MODULE_DIR mlt-framework-7 moduledir)
 # MLT's core module, linked into the folder that the engine starts MLT on
-# (engine/mlt_runtime.cpp: "orma-mlt-modules" beside the library). The link
+# (engine/core/libraries.cpp: "orma-mlt-modules" beside the library). The link
 # is relative, made at install time from the final location, so it holds for
 # any prefix and inside the package (where DESTDIR is the staging folder).
 install(CODE "

@@ -12,7 +12,7 @@ extern "C" {
 
 #include <cstdio>
 
-#include "engine/api.h"
+#include "engine/api/api.h"
 
 using namespace orma;
 
