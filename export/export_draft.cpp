@@ -17,6 +17,7 @@
 #include "export/stickers.h"
 #include "export/timeline_effects.h"
 #include "platform/platform.h"
+#include "preview/preview_run.h"
 
 namespace {
 
@@ -239,11 +240,9 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
   }
   // ---- end of later stages ----
 
-  if (preview) {
-    // The preview run (RunPreview, preview/preview_run.h) is not part of this
-    // build yet; the timeline above has been built for nothing.
-    return Fail(message, -1, "Preview is not available in this build");
-  }
+  // The preview plays the timeline into the caller's window until the
+  // control pipe says "stop"; its result is that of the preview call.
+  if (preview) return RunPreview(document, vv);
 
   std::thread progress(ProgressReporter, vv);
   std::printf("nLimitTimelineStart:%lld nLimitTimelineEnd:%lld\n",
