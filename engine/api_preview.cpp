@@ -47,6 +47,7 @@ ORMA_API int32_t OrmaPreviewInit(OrmaVideoHandle vv) {
     VirtualVideo* v = VideoOf(vv);
     if (!v) return Refuse("OrmaPreviewInit", kBadHandle, "not a virtual video handle");
     v->preview.initialised = true;
+    AwaitPreview(*v);
     return int32_t{kOk};
   }();
   return Traced(

@@ -207,6 +207,8 @@ bool Player::Apply(const Pending& command) {
       ReachEnd();
     } else {
       Reposition(std::clamp<int64_t>(UsToFrames(us, fps_), 0, length_ - 1));
+      // The position asked for, not that of the nearest frame shown.
+      video_.positionUs = us;
     }
     return true;
   }
@@ -350,35 +352,63 @@ std::mutex& TableMutex() {
   return *mutex;
 }
 
-// Players by video. Never destroyed at exit: a process that ends while a
-// preview plays just ends.
-std::map<const VirtualVideo*, std::shared_ptr<Player>>& Players() {
-  static auto* players = new std::map<const VirtualVideo*, std::shared_ptr<Player>>;
+std::condition_variable& TableChanged() {
+  static auto* changed = new std::condition_variable;
+  return *changed;
+}
+
+// Players by video, and videos whose preview is initialised but not yet
+// started (no player): a command for those waits for OrmaPreview, which the
+// program calls while its control thread may already be reading commands.
+// Never destroyed at exit: a process that ends while a preview plays just
+// ends.
+struct Entry {
+  std::shared_ptr<Player> player;
+};
+std::map<const VirtualVideo*, Entry>& Players() {
+  static auto* players = new std::map<const VirtualVideo*, Entry>;
   return *players;
 }
 
 } // namespace
 
+void AwaitPreview(VirtualVideo& video) {
+  std::lock_guard<std::mutex> lock(TableMutex());
+  Players().emplace(&video, Entry{});
+}
+
 int32_t StartPreview(VirtualVideo& video) {
   {
     std::lock_guard<std::mutex> lock(TableMutex());
-    if (Players().count(&video)) return Failure(kPreviewRunning, "this video is already playing");
+    auto it = Players().find(&video);
+    if (it != Players().end() && it->second.player)
+      return Failure(kPreviewRunning, "this video is already playing");
+    Players()[&video] = Entry{};
   }
   auto player = std::make_shared<Player>(video);
   const int32_t result = player->Start();
-  if (result < 1) return result;
   std::lock_guard<std::mutex> lock(TableMutex());
-  Players()[&video] = std::move(player);
+  if (result < 1)
+    Players().erase(&video);
+  else
+    Players()[&video].player = std::move(player);
+  TableChanged().notify_all();
   return result;
 }
 
 int32_t ControlPreview(VirtualVideo& video, PreviewControl control, int64_t positionUs) {
   std::shared_ptr<Player> player;
   {
-    std::lock_guard<std::mutex> lock(TableMutex());
+    std::unique_lock<std::mutex> lock(TableMutex());
+    // A preview being started is waited for; one that failed, or was never
+    // started within the time, is not playing.
+    TableChanged().wait_for(lock, std::chrono::seconds(30), [&] {
+      auto it = Players().find(&video);
+      return it == Players().end() || it->second.player;
+    });
     auto it = Players().find(&video);
-    if (it == Players().end()) return kPreviewNotRunning;
-    player = it->second;
+    if (it == Players().end() || !it->second.player) return kPreviewNotRunning;
+    player = it->second.player;
     if (control == PreviewControl::Stop) Players().erase(it);
   }
   player->Command(control, positionUs);

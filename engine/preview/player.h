@@ -30,6 +30,10 @@ enum PreviewResult : int32_t {
 
 enum class PreviewControl { Play, Pause, Seek, Stop };
 
+/// Marks the video's preview as initialised: control calls made before
+/// StartPreview wait for it (up to 30 s) instead of finding nothing playing.
+void AwaitPreview(VirtualVideo& video);
+
 /// Starts playing from the beginning; returns at once (1) with the first
 /// picture shown, or a failure.
 int32_t StartPreview(VirtualVideo& video);
