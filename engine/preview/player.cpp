@@ -19,7 +19,7 @@
 #include "engine/log.h"
 #include "engine/mlt_runtime.h"
 #include "engine/preview/playback_clock.h"
-#include "engine/preview/render_size.h"
+#include "engine/preview/preview_format.h"
 #include "engine/preview/sound_output.h"
 #include "engine/preview/window_view.h"
 #include "engine/timeline.h"
@@ -137,6 +137,7 @@ int32_t Player::Start() {
       PreviewRenderSize(settings.width, settings.height, preview.displayRatio, view_.width(), view_.height());
   settings.width = size.width;
   settings.height = size.height;
+  settings.fps = PreviewFrameRate(video_);
   fps_ = settings.fps;
   rate_ = settings.sampleRate > 0 ? settings.sampleRate : 44100;
   channels_ = settings.channels > 0 ? settings.channels : 2;

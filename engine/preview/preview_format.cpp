@@ -1,5 +1,5 @@
-// The render size of a preview (render_size.h).
-#include "engine/preview/render_size.h"
+// The size and frame rate of a preview (preview_format.h).
+#include "engine/preview/preview_format.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,6 +15,19 @@ FrameSize PreviewRenderSize(int frameWidth, int frameHeight, float ratio, int wi
   const double boxH = std::clamp(static_cast<double>(windowHeight), 360.0, 1080.0);
   if (boxW / boxH > r) return {even(boxH * r), even(boxH)};
   return {even(boxW), even(boxW / r)};
+}
+
+Rational PreviewFrameRate(const VirtualVideo& video) {
+  if (video.settings.fpsValue != 25.0) return video.settings.fps;
+  const Scene* first = nullptr;
+  for (const Element* e : video.elements)
+    if (e->kind == ElementKind::MainScene && (!first || e->startUs < first->startUs))
+      first = static_cast<const Scene*>(e);
+  if (first)
+    for (const Media* m : first->media)
+      if (m->probe.hasVideo && !m->probe.still && m->probe.frameRate >= 1 && m->probe.frameRate <= 120)
+        return RationalFps(m->probe.frameRate);
+  return video.settings.fps;
 }
 
 } // namespace orma
