@@ -21,6 +21,20 @@ player=$!
 sleep 2.5
 xwd -silent -root >"$work/screen.xwd"
 wait $player
-# Without a window manager the player's window sits at the top left corner.
-ffmpeg -v error -y -i "$work/screen.xwd" -vf "crop=640:400:0:0" -frames:v 1 examples/preview/screenshot.png
+# Without a window manager the player's window sits at the top left corner:
+# its 640×400 pixels are taken from the dump as a PPM (Debian's ffmpeg reads
+# this dump's greys as white) and written as PNG.
+python3 - "$work/screen.xwd" "$work/player.ppm" <<'PY'
+import struct, sys
+dump = open(sys.argv[1], "rb").read()
+h = struct.unpack(">25I", dump[:100])
+start, order, line, masks = h[0] + h[19] * 12, "little" if h[7] == 0 else "big", h[12], h[14:17]
+rows = []
+for y in range(400):
+    for x in range(640):
+        v = int.from_bytes(dump[start + y * line + x * 4:start + y * line + x * 4 + 4], order)
+        rows.append(bytes((v & m) >> ((m & -m).bit_length() - 1) for m in masks))
+open(sys.argv[2], "wb").write(b"P6 640 400 255\n" + b"".join(rows))
+PY
+ffmpeg -v error -y -i "$work/player.ppm" -frames:v 1 examples/preview/screenshot.png
 grep -q "ormadraft ended with status 1" "$work/player.log" && echo "screenshot: examples/preview/screenshot.png"
