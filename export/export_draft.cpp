@@ -19,6 +19,7 @@
 #include "export/stickers.h"
 #include "export/timeline_effects.h"
 #include "platform/platform.h"
+#include "preview/preview_run.h"
 
 namespace {
 
@@ -250,11 +251,9 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
   }
   // ---- end of later stages ----
 
-  if (preview) {
-    // The preview run (RunPreview, preview/preview_run.h) is not part of this
-    // build yet; the timeline above has been built for nothing.
-    return Fail(message, -1, "Preview is not available in this build");
-  }
+  // The preview plays the timeline into the caller's window until the
+  // control pipe says "stop"; its result is that of the preview call.
+  if (preview) return RunPreview(document, vv);
 
   // Made here, with the timeline complete, so that it knows the range's length.
   const std::unique_ptr<ProgressBar> bar =

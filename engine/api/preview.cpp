@@ -1,17 +1,17 @@
-// Preview settings. Playing a timeline into a window comes with the preview
-// support; until then the settings are kept and playback reports that it is
-// not available, so a caller never waits on a preview that does not play.
+// Preview calls: the settings are kept on the virtual video, and playback
+// is handed to the preview player (engine/preview/player.h).
 #include <cmath>
 
 #include "engine/api/api.h"
+#include "engine/preview/player.h"
 
 using namespace orma;
 
 namespace {
-int32_t NoPlayback(const char* function, OrmaVideoHandle vv) {
-  if (!VideoOf(vv)) return Refuse(function, kBadHandle, "not a virtual video handle");
-  LogOnce("preview-playback", "preview playback is not available yet; nothing is played");
-  return kBadState;
+int32_t Control(const char* function, OrmaVideoHandle vv, PreviewControl control, int64_t positionUs = 0) {
+  VirtualVideo* v = VideoOf(vv);
+  if (!v) return Refuse(function, kBadHandle, "not a virtual video handle");
+  return ControlPreview(*v, control, positionUs);
 }
 } // namespace
 
@@ -47,6 +47,7 @@ ORMA_API int32_t OrmaPreviewInit(OrmaVideoHandle vv) {
     VirtualVideo* v = VideoOf(vv);
     if (!v) return Refuse("OrmaPreviewInit", kBadHandle, "not a virtual video handle");
     v->preview.initialised = true;
+    AwaitPreview(*v);
     return int32_t{kOk};
   }();
   return Traced(
@@ -55,29 +56,35 @@ ORMA_API int32_t OrmaPreviewInit(OrmaVideoHandle vv) {
 
 ORMA_API int32_t OrmaPreview(OrmaVideoHandle vv) {
   return Traced(
-      "OrmaPreview", [&] { return TraceArgs().Ptr("vv", vv); }, NoPlayback("OrmaPreview", vv));
+      "OrmaPreview", [&] { return TraceArgs().Ptr("vv", vv); },
+      [&] {
+        VirtualVideo* v = VideoOf(vv);
+        return v ? StartPreview(*v) : Refuse("OrmaPreview", kBadHandle, "not a virtual video handle");
+      }());
 }
 
 ORMA_API int32_t OrmaPreviewConintue(OrmaVideoHandle vv) {
   return Traced(
       "OrmaPreviewConintue", [&] { return TraceArgs().Ptr("vv", vv); },
-      NoPlayback("OrmaPreviewConintue", vv));
+      Control("OrmaPreviewConintue", vv, PreviewControl::Play));
 }
 
 ORMA_API int32_t OrmaPreviewPause(OrmaVideoHandle vv) {
   return Traced(
-      "OrmaPreviewPause", [&] { return TraceArgs().Ptr("vv", vv); }, NoPlayback("OrmaPreviewPause", vv));
+      "OrmaPreviewPause", [&] { return TraceArgs().Ptr("vv", vv); },
+      Control("OrmaPreviewPause", vv, PreviewControl::Pause));
 }
 
 ORMA_API int32_t OrmaPreviewStop(OrmaVideoHandle vv) {
   return Traced(
-      "OrmaPreviewStop", [&] { return TraceArgs().Ptr("vv", vv); }, NoPlayback("OrmaPreviewStop", vv));
+      "OrmaPreviewStop", [&] { return TraceArgs().Ptr("vv", vv); },
+      Control("OrmaPreviewStop", vv, PreviewControl::Stop));
 }
 
 ORMA_API int32_t OrmaPreviewSeek(OrmaVideoHandle vv, int64_t positionUs) {
   return Traced(
       "OrmaPreviewSeek", [&] { return TraceArgs().Ptr("vv", vv).Int("positionUs", positionUs); },
-      NoPlayback("OrmaPreviewSeek", vv));
+      Control("OrmaPreviewSeek", vv, PreviewControl::Seek, positionUs));
 }
 
 } // extern "C"

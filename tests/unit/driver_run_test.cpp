@@ -10,6 +10,7 @@
 
 #include "driver/run_driver.h"
 #include "tests/support/recording_core.h"
+#include "tests/support/stopping_pipe.h"
 
 namespace fs = std::filesystem;
 
@@ -77,8 +78,13 @@ TEST_F(RunDriverTest, OneArgumentThatIsNoThemeRequestIsExportedAsDraft) {
 
 TEST_F(RunDriverTest, PreviewCommandWithWindowGoesThroughThemeStep) {
   std::string draft = Write("d.json", kDraft);
-  std::string preview = Write("p.json", R"({"type": "ThemesPreview", "hWnd": "1A2B", "pipeName": "x"})");
-  Run({draft, preview});
+  std::string preview =
+      Write("p.json", R"({"type": "ThemesPreview", "hWnd": "1A2B", "pipeName": ")" + folder_ + R"(/x"})");
+  StoppingPipe application(folder_ + "/x");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Run({draft, preview}), 1);
+  testing::internal::GetCapturedStderr();
+  EXPECT_TRUE(Printed("ExportDraft out!\n"));
   EXPECT_TRUE(Printed("] -- draft json path:" + draft + "\n"));
   EXPECT_FALSE(Printed("export path:"));
   EXPECT_TRUE(Called("OrmaSetPreviewWindowsHwnd(h1, 6699)"));

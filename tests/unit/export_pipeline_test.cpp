@@ -1,5 +1,6 @@
 #include "export/export_draft.h"
 
+#include "tests/support/stopping_pipe.h"
 #include "tests/unit/export_fixtures.h"
 
 using exporttest::Arena;
@@ -655,8 +656,21 @@ TEST_F(ExportPipeline, PreviewModeSetsUpTheWindowInsteadOfTheOutput) {
   document->previewMode = 1;
   document->previewWindow = 0x1234;
   SettingsFile(R"({"video": {"fps": 30}, "outUrl": "/v/out.mp4"})");
-  EXPECT_EQ(Export(), -1);
-  EXPECT_STREQ(message, "Preview is not available in this build");
+  // The application hosts the control pipe and stops the preview at once.
+  PreviewCommand command{};
+  const std::string pipe = folder.Join("control");
+  SetText(command.pipeName, pipe);
+  document->previewCommand = &command;
+  StoppingPipe application(pipe);
+  recorder::SetResult("OrmaPreview", 5);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Export(), 5);
+  testing::internal::GetCapturedStderr();
+  EXPECT_NE(application.Reply().find("\"totaltime\""), std::string::npos);
+  EXPECT_STREQ(message, "");
+  EXPECT_NE(console.find("ExportDraft out!\n"), std::string::npos);
+  EXPECT_TRUE(Called("OrmaPreview"));
+  EXPECT_TRUE(Called("OrmaPreviewStop"));
   const Lines pipeline = Pipeline();
   EXPECT_EQ(Lines(pipeline.begin(), pipeline.begin() + 6),
             (Lines{"OrmaVirtualVideoCreate()", "OrmaSetDisplayRatio(h1, 1.77777779)",

@@ -1,0 +1,235 @@
+// The preview's control thread served over a socket pair, with the recording
+// double standing for the core library: which library calls each command
+// makes, the seek arithmetic, the reply texts, the console lines, and how
+// the thread ends on each failure. The test plays the calling application on
+// one end of the pair; the thread under test serves the other.
+#include <gtest/gtest.h>
+
+#include <cjson/cJSON.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "preview/pipe_control.h"
+#include "tests/support/recording_core.h"
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+class ControlThread : public ::testing::Test {
+protected:
+  void SetUp() override {
+    recorder::Reset();
+    vv_ = OrmaVirtualVideoCreate(); // "h1"
+    int pair[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, pair), 0);
+    app_ = pair[0];
+    served_ = pair[1];
+  }
+  void TearDown() override {
+    if (thread_.joinable()) Stop();
+    if (app_ >= 0) close(app_);
+    if (served_ >= 0 && !closedByThread_) close(served_);
+  }
+
+  void Start() {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    thread_ = std::thread([this] {
+      ServeControlPipe(served_, vv_, &command_);
+      ended_ = true;
+    });
+  }
+  // Joins the thread (which must be ending) and keeps what it printed.
+  void Stop() {
+    thread_.join();
+    out_ = testing::internal::GetCapturedStdout();
+    err_ = testing::internal::GetCapturedStderr();
+  }
+
+  void Send(const std::string& text) {
+    ASSERT_EQ(send(app_, text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
+  }
+  // The next reply, or "" when the thread closed its end.
+  std::string Receive() {
+    char buffer[4096];
+    ssize_t n = recv(app_, buffer, sizeof(buffer), 0);
+    return n > 0 ? std::string(buffer, static_cast<size_t>(n)) : "";
+  }
+  // The reply's two values, by key.
+  static Strings Values(const std::string& reply) {
+    Strings values;
+    cJSON* root = cJSON_Parse(reply.c_str());
+    const cJSON* list = cJSON_GetObjectItem(root, "message");
+    for (const cJSON* e = list ? list->child : nullptr; e; e = e->next)
+      values.push_back(std::string(cJSON_GetObjectItem(e, "key")->valuestring) + "=" +
+                       cJSON_GetObjectItem(e, "value")->valuestring);
+    cJSON_Delete(root);
+    return values;
+  }
+  Strings PreviewCalls() const {
+    Strings calls;
+    for (const std::string& c : recorder::Formatted("OrmaPreview"))
+      calls.push_back(c);
+    return calls;
+  }
+
+  OrmaVideoHandle vv_ = nullptr;
+  PreviewCommand command_{};
+  int app_ = -1;
+  int served_ = -1;
+  bool closedByThread_ = false;
+  std::thread thread_;
+  std::atomic<bool> ended_{false};
+  std::string out_, err_;
+};
+
+TEST(PlaybackReply, IsPrintedWithTabsAndSixDecimals) {
+  char* text = BuildPlaybackReply(1.5f, 10.0f);
+  EXPECT_STREQ(text, "{\n\t\"message\":\t[{\n\t\t\t\"key\":\t\"playtime\",\n\t\t\t\"value\":\t\"1.500000\"\n"
+                     "\t\t}, {\n\t\t\t\"key\":\t\"totaltime\",\n\t\t\t\"value\":\t\"10.000000\"\n\t\t}]\n}");
+  cJSON_free(text);
+}
+
+TEST(SeekArithmetic, TakesTheLeadingIntegerAsAPercentageOfTheTotal) {
+  EXPECT_EQ(SeekPosition("50", 10000000), 5000000);
+  EXPECT_EQ(SeekPosition("100", 10000000), 10000000);
+  EXPECT_EQ(SeekPosition("-10", 10000000), -1000000);
+  EXPECT_EQ(SeekPosition("37.9", 10000000), 3700000);
+  EXPECT_EQ(SeekPosition("33", 1000001), 330000); // 33000033 / 100, truncated
+  EXPECT_EQ(SeekPosition("abc", 10000000), 0);
+  EXPECT_EQ(SeekPosition("", 10000000), 0);
+  EXPECT_EQ(SeekPosition("99999", 10000000), 9999900000);
+}
+
+TEST(SeekArithmetic, HoldsAnOversizedPercentageToTheIntRangeInsteadOfOverflowing) {
+  EXPECT_EQ(SeekPosition("99999999999999", 100), 2147483647);
+  EXPECT_EQ(SeekPosition("2147483647", INT64_MAX / 2), INT64_MAX);
+  EXPECT_EQ(SeekPosition("-2147483648", INT64_MAX / 2), INT64_MIN);
+}
+
+TEST_F(ControlThread, AnswersEveryMessageWithThePositionAndTheTotalReadBeforeIt) {
+  recorder::QueueResults("OrmaGetTotalPlaybackTime", {10000000, 20000000});
+  recorder::SetResult("OrmaGetCurrentPlaybackTime", 1500000);
+  Start();
+  Send(R"({"message": [{"key": "seek", "value": "50"}]})");
+  EXPECT_EQ(Values(Receive()), (Strings{"playtime=1.500000", "totaltime=10.000000"}));
+  Send(R"({"message": [{"key": "seek", "value": "50"}]})");
+  EXPECT_EQ(Values(Receive()), (Strings{"playtime=1.500000", "totaltime=20.000000"}));
+  Send(R"({"message": [{"key": "stop", "value": ""}]})");
+  Receive();
+  Stop();
+  EXPECT_EQ(PreviewCalls(), (Strings{"OrmaPreviewSeek(h1, 5000000)", "OrmaPreviewSeek(h1, 10000000)",
+                                     "OrmaPreviewStop(h1)"}));
+}
+
+TEST_F(ControlThread, RunsEachCommandWithItsOwnLibraryCallInArrayOrder) {
+  recorder::SetResult("OrmaGetTotalPlaybackTime", 10000000);
+  Start();
+  Send(R"({"message": [{"key": "pause", "value": ""}, {"key": "seek", "value": "0"}]})");
+  EXPECT_FALSE(Receive().empty());
+  Send(R"({"message": [{"key": "play", "value": "x"}, {"key": "Play", "value": ""},
+                      {"key": "rewind", "value": "1"}]})");
+  EXPECT_FALSE(Receive().empty());
+  Send(R"({"MESSAGE": [{"key": "stop", "value": ""}]})");
+  EXPECT_FALSE(Receive().empty());
+  Stop();
+  EXPECT_EQ(PreviewCalls(), (Strings{"OrmaPreviewPause(h1)", "OrmaPreviewSeek(h1, 0)",
+                                     "OrmaPreviewConintue(h1)", "OrmaPreviewStop(h1)"}));
+  EXPECT_EQ(out_, "Client connected to the server.\nKey: pause, Value: \nKey: seek, Value: 0\n"
+                  "Key: play, Value: x\nKey: Play, Value: \nKey: rewind, Value: 1\nKey: stop, Value: \n");
+}
+
+TEST_F(ControlThread, StopSendsTheLastReplyThenClosesThePipeAndSetsStopped) {
+  Start();
+  Send(R"({"message": [{"key": "stop", "value": ""}]})");
+  EXPECT_EQ(Values(Receive()).size(), 2u);
+  EXPECT_EQ(Receive(), ""); // the thread closed its end
+  closedByThread_ = true;
+  Stop();
+  EXPECT_EQ(command_.stopped, 1);
+  EXPECT_EQ(err_, " pipe thread finish \n");
+}
+
+TEST_F(ControlThread, AMessageThatIsASingleObjectRunsNothingAndIsStillAnswered) {
+  Start();
+  Send(R"({"message": {"key": "pause", "value": ""}})");
+  EXPECT_EQ(Values(Receive()).size(), 2u);
+  Send(R"({"message": []})");
+  EXPECT_EQ(Values(Receive()).size(), 2u);
+  Send(R"({"message": [{"key": "stop"}]})");
+  Receive();
+  Stop();
+  EXPECT_EQ(PreviewCalls(), Strings{"OrmaPreviewStop(h1)"});
+}
+
+TEST_F(ControlThread, ElementsWithoutAKeyAreSkippedAndAMissingValueReadsAsEmpty) {
+  recorder::SetResult("OrmaGetTotalPlaybackTime", 10000000);
+  Start();
+  Send(R"({"message": [{"value": "pause"}, {"key": 5, "value": "1"}, "seek", 7,
+                       {"key": "seek"}, {"key": "seek", "value": 40}]})");
+  EXPECT_EQ(Values(Receive()).size(), 2u);
+  Send(R"({"message": [{"key": "stop", "value": ""}]})");
+  Receive();
+  Stop();
+  EXPECT_EQ(PreviewCalls(),
+            (Strings{"OrmaPreviewSeek(h1, 0)", "OrmaPreviewSeek(h1, 0)", "OrmaPreviewStop(h1)"}));
+}
+
+TEST_F(ControlThread, BadSeekValuesArePassedOnAsComputed) {
+  recorder::SetResult("OrmaGetTotalPlaybackTime", 10000000);
+  Start();
+  Send(R"({"message": [{"key": "seek", "value": "abc"}, {"key": "seek", "value": "-10"},
+                       {"key": "seek", "value": "100"}, {"key": "seek", "value": "99999"}]})");
+  EXPECT_EQ(Values(Receive()).size(), 2u);
+  Send(R"({"message": [{"key": "stop", "value": ""}]})");
+  Receive();
+  Stop();
+  EXPECT_EQ(PreviewCalls(), (Strings{"OrmaPreviewSeek(h1, 0)", "OrmaPreviewSeek(h1, -1000000)",
+                                     "OrmaPreviewSeek(h1, 10000000)", "OrmaPreviewSeek(h1, 9999900000)",
+                                     "OrmaPreviewStop(h1)"}));
+}
+
+TEST_F(ControlThread, TextThatIsNotJsonEndsTheThreadWithoutReplyOrStop) {
+  Start();
+  Send("play please");
+  Stop(); // the thread ends by itself
+  EXPECT_EQ(err_, "Error before: play please\n");
+  EXPECT_EQ(command_.stopped, 0);
+  EXPECT_TRUE(PreviewCalls().empty());
+}
+
+TEST_F(ControlThread, AMessageOf256BytesOrMoreIsCutAtTheBuffer) {
+  recorder::SetResult("OrmaGetTotalPlaybackTime", 10000000);
+  Start();
+  // Its JSON ends early: the blanks after it are cut off and never matter.
+  Send(R"({"message": [{"key": "seek", "value": "50"}]})" + std::string(400, ' '));
+  EXPECT_EQ(Values(Receive()).size(), 2u);
+  // A shorter message after the long one is read on its own.
+  Send(R"({"message": []})");
+  EXPECT_EQ(Values(Receive()).size(), 2u);
+  // Its JSON runs past 256 bytes: what is left is not JSON.
+  Send(R"({"message": [{"key": "pause", "value": ")" + std::string(300, 'x') + R"("}]})");
+  Stop();
+  EXPECT_EQ(err_.rfind("Error before: ", 0), 0u);
+  EXPECT_EQ(PreviewCalls(), Strings{"OrmaPreviewSeek(h1, 5000000)"});
+}
+
+TEST_F(ControlThread, AnEmptyMessageIsAnsweredAndAClosedPipeEndsTheThread) {
+  Start();
+  Send("");
+  EXPECT_EQ(Values(Receive()).size(), 2u);
+  close(app_);
+  app_ = -1;
+  Stop();
+  EXPECT_EQ(err_, "ReadFile failed: 32\n"); // EPIPE
+  EXPECT_EQ(command_.stopped, 0);
+}
+
+} // namespace

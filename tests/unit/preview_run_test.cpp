@@ -1,0 +1,114 @@
+// The preview as the export runs it: the pipe name mapping, connecting to the
+// application's socket (and failing to), and the wait for "stop" with the
+// line that ends it. The application is played by a test thread that
+// listens on a SOCK_SEQPACKET socket; the core library is the recording
+// double.
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "preview/control_pipe.h"
+#include "preview/pipe_control.h"
+#include "preview/preview_run.h"
+#include "tests/support/recording_core.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class PreviewRun : public ::testing::Test {
+protected:
+  void SetUp() override {
+    recorder::Reset();
+    char pattern[] = "/tmp/ormadraft-pipe-XXXXXX";
+    folder_ = mkdtemp(pattern);
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime) savedRuntime_ = runtime;
+    hadRuntime_ = runtime != nullptr;
+    setenv("XDG_RUNTIME_DIR", folder_.c_str(), 1);
+    document_.previewCommand = &command_;
+  }
+  void TearDown() override {
+    if (listener_ >= 0) close(listener_);
+    if (hadRuntime_)
+      setenv("XDG_RUNTIME_DIR", savedRuntime_.c_str(), 1);
+    else
+      unsetenv("XDG_RUNTIME_DIR");
+    std::error_code ec;
+    fs::remove_all(folder_, ec);
+  }
+
+  // The application's side: a listening socket at `path`.
+  void Listen(const std::string& path) {
+    listener_ = socket(AF_UNIX, SOCK_SEQPACKET, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strcpy(address.sun_path, path.c_str());
+    ASSERT_EQ(bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    ASSERT_EQ(listen(listener_, 1), 0);
+  }
+
+  std::string folder_, savedRuntime_;
+  bool hadRuntime_ = false;
+  int listener_ = -1;
+  PreviewCommand command_{};
+  DraftDocument document_{};
+};
+
+TEST_F(PreviewRun, AWindowsPipeNameBecomesASocketInTheRuntimeFolder) {
+  EXPECT_EQ(preview::PipePath("\\\\.\\pipe\\orma_1"), folder_ + "/orma_1");
+  unsetenv("XDG_RUNTIME_DIR");
+  EXPECT_EQ(preview::PipePath("\\\\.\\pipe\\orma_1"), "/tmp/orma_1");
+  EXPECT_EQ(preview::PipePath("/run/app/control"), "/run/app/control");
+  EXPECT_EQ(preview::PipePath("relative name"), "relative name");
+}
+
+TEST_F(PreviewRun, APipeThatDoesNotExistEndsTheControlThreadWithItsError) {
+  std::snprintf(command_.pipeName, sizeof(command_.pipeName), "\\\\.\\pipe\\nobody");
+  testing::internal::CaptureStderr();
+  PipeControlThread(OrmaVirtualVideoCreate(), &document_);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "CreateFile failed: 2\n"); // ENOENT
+  EXPECT_EQ(command_.stopped, 0);
+}
+
+TEST_F(PreviewRun, PlaysUntilStopThenPrintsTheEndLineAndReturnsThePreviewResult) {
+  Listen(folder_ + "/app pipe");
+  std::snprintf(command_.pipeName, sizeof(command_.pipeName), "\\\\.\\pipe\\app pipe");
+  recorder::SetResult("OrmaPreview", 7);
+  OrmaVideoHandle vv = OrmaVirtualVideoCreate();
+  std::string reply;
+  std::thread application([&] {
+    int client = accept(listener_, nullptr, nullptr);
+    const char stop[] = R"({"message": [{"key": "stop", "value": ""}]})";
+    send(client, stop, sizeof(stop) - 1, 0);
+    char buffer[512];
+    ssize_t n = recv(client, buffer, sizeof(buffer), 0);
+    if (n > 0) reply.assign(buffer, static_cast<size_t>(n));
+    close(client);
+  });
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  const int32_t result = RunPreview(&document_, vv);
+  const std::string out = testing::internal::GetCapturedStdout();
+  testing::internal::GetCapturedStderr();
+  application.join();
+  EXPECT_EQ(result, 7);
+  EXPECT_EQ(out, "Client connected to the server.\nKey: stop, Value: \nExportDraft out!\n");
+  EXPECT_NE(reply.find("\"totaltime\""), std::string::npos);
+  EXPECT_EQ(command_.stopped, 1);
+  std::vector<std::string> names;
+  for (const std::string& c : recorder::Formatted("OrmaPreview"))
+    names.push_back(c);
+  EXPECT_EQ(names, (std::vector<std::string>{"OrmaPreview(h1)", "OrmaPreviewStop(h1)"}));
+}
+
+} // namespace
