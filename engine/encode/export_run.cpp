@@ -91,10 +91,6 @@ std::string UsualAudioEncoder(const AVOutputFormat* format) {
 
 void CloseFrame(void* frame) { mlt_frame_close(static_cast<mlt_frame>(frame)); }
 
-struct ProfileCloser {
-  void operator()(mlt_profile p) const { mlt_profile_close(p); }
-};
-
 int32_t Render(VirtualVideo& video) {
   ExportSettings& s = video.settings;
   if (s.width <= 0 || s.height <= 0) return Failure(kNoFrameSize, "the frame size is not set");
@@ -160,7 +156,7 @@ int32_t Render(VirtualVideo& video) {
   } tempFile{temp};
 
   if (!EnsureMlt()) return Failure(kFrameworkUnavailable, "the MLT framework cannot be started");
-  std::unique_ptr<mlt_profile_s, ProfileCloser> profile(MakeProfile(s));
+  ProfilePtr profile = MakeProfile(s);
   if (!profile) return Failure(kFrameworkUnavailable, "cannot create the video profile");
 
   RenderContext ctx;

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "engine/picture/filters.h"
+#include "engine/picture/geometry.h"
 
 namespace orma {
 
@@ -79,8 +80,6 @@ bool HasCorners(const OrmaMaskShapeBlock& s) {
 }
 
 float Lerp(float a, float b, float t) { return a + (b - a) * t; }
-
-int Half(int n) { return (n + 1) / 2; }
 
 struct MatteFrame {
   DecodedPtr decoded;

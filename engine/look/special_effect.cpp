@@ -10,12 +10,11 @@
 #include "engine/core/easing.h"
 #include "engine/picture/color_table.h"
 #include "engine/picture/filters.h"
+#include "engine/picture/geometry.h"
 
 namespace orma {
 
 namespace {
-
-int Half(int n) { return (n + 1) / 2; }
 
 // A filter's progress: through its cycle when it has one, else through the
 // effect's span.

@@ -50,7 +50,7 @@ void ClipPool::Give(const std::string& path, ClipReader reader) {
 
 int CanvasMatrix(int height) { return height > 576 ? 709 : 601; }
 
-mlt_profile MakeProfile(const ExportSettings& settings) {
+ProfilePtr MakeProfile(const ExportSettings& settings) {
   mlt_profile profile = mlt_profile_init(nullptr);
   if (!profile) return nullptr;
   profile->width = settings.width;
@@ -71,7 +71,7 @@ mlt_profile MakeProfile(const ExportSettings& settings) {
   profile->colorspace = CanvasMatrix(settings.height);
   free(profile->description);
   profile->description = strdup("ormadraft");
-  return profile;
+  return ProfilePtr(profile);
 }
 
 } // namespace orma

@@ -70,7 +70,13 @@ struct RenderContext {
 /// Colour matrix the engine works in for a frame height.
 int CanvasMatrix(int height);
 
-/// A profile for the video's frame size and exact frame rate.
-mlt_profile MakeProfile(const ExportSettings& settings);
+struct ProfileCloser {
+  void operator()(mlt_profile p) const { mlt_profile_close(p); }
+};
+using ProfilePtr = std::unique_ptr<mlt_profile_s, ProfileCloser>;
+
+/// A profile for the video's frame size and exact frame rate (null when MLT
+/// cannot make one).
+ProfilePtr MakeProfile(const ExportSettings& settings);
 
 } // namespace orma

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "engine/core/vector_clones.h"
+#include "engine/picture/geometry.h"
 
 #if ORMA_AVX2
 #include <immintrin.h>
@@ -14,8 +15,6 @@
 namespace orma {
 
 namespace {
-
-int Half(int n) { return (n + 1) / 2; }
 
 float Multiply(float s, float d) { return s * d; }
 float Screen(float s, float d) { return 1 - (1 - s) * (1 - d); }

@@ -7,12 +7,11 @@
 
 #include "engine/core/vector_clones.h"
 #include "engine/picture/color_table.h"
+#include "engine/picture/geometry.h"
 
 namespace orma {
 
 namespace {
-
-int Half(int n) { return (n + 1) / 2; }
 
 float Smoothstep(float a, float b, float x) {
   float t = std::clamp((x - a) / (b - a), 0.0f, 1.0f);
@@ -33,19 +32,6 @@ const uint8_t* CopyPlane(int slot, const uint8_t* p, int stride, int w, int h) {
   for (int y = 0; y < h; ++y)
     std::memcpy(b.data() + static_cast<size_t>(y) * w, p + static_cast<size_t>(y) * stride, w);
   return b.data();
-}
-
-inline uint8_t SampleBilinear(const uint8_t* p, int stride, int w, int h, float x, float y) {
-  x = std::clamp(x, 0.0f, static_cast<float>(w - 1));
-  y = std::clamp(y, 0.0f, static_cast<float>(h - 1));
-  int x0 = static_cast<int>(x), y0 = static_cast<int>(y);
-  int x1 = std::min(x0 + 1, w - 1), y1 = std::min(y0 + 1, h - 1);
-  int fx = static_cast<int>((x - x0) * 256.0f), fy = static_cast<int>((y - y0) * 256.0f);
-  const uint8_t* r0 = p + static_cast<size_t>(y0) * stride;
-  const uint8_t* r1 = p + static_cast<size_t>(y1) * stride;
-  int top = r0[x0] * (256 - fx) + r0[x1] * fx;
-  int bottom = r1[x0] * (256 - fx) + r1[x1] * fx;
-  return static_cast<uint8_t>((top * (256 - fy) + bottom * fy + 32768) >> 16);
 }
 
 // Averages `taps` samples along a line through each pixel: the line runs

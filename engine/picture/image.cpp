@@ -1,6 +1,7 @@
 #include "engine/picture/image.h"
 
 #include "engine/core/vector_clones.h"
+#include "engine/picture/geometry.h"
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -15,8 +16,6 @@ extern "C" {
 namespace orma {
 
 namespace {
-
-int Half(int n) { return (n + 1) / 2; }
 
 // Planes per allocation are padded to 64 bytes so rows can be processed with
 // wide loads without touching the next plane.

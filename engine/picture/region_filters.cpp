@@ -1,4 +1,5 @@
 #include "engine/picture/region_filters.h"
+#include "engine/picture/geometry.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,8 +8,6 @@
 namespace orma {
 
 namespace {
-
-int Half(int n) { return (n + 1) / 2; }
 
 Yuv SubPicture(Yuv& img, const PixelRect& r) {
   Yuv v;

@@ -37,10 +37,6 @@ int32_t Failure(int32_t code, const std::string& cause) {
   return code;
 }
 
-struct ProfileCloser {
-  void operator()(mlt_profile p) const { mlt_profile_close(p); }
-};
-
 class Player {
 public:
   explicit Player(VirtualVideo& video) : video_(video), clock_(sound_) {}
@@ -76,7 +72,7 @@ private:
   SoundOutput sound_;
   PlaybackClock clock_;
   WindowView view_;
-  std::unique_ptr<mlt_profile_s, ProfileCloser> profile_;
+  ProfilePtr profile_;
   RenderContext ctx_;
   std::unique_ptr<Timeline> timeline_;
   mlt_consumer consumer_ = nullptr;
@@ -143,7 +139,7 @@ int32_t Player::Start() {
   channels_ = settings.channels > 0 ? settings.channels : 2;
 
   if (!EnsureMlt()) return Failure(kFrameworkUnavailable, "the MLT framework cannot be started");
-  profile_.reset(MakeProfile(settings));
+  profile_ = MakeProfile(settings);
   if (!profile_) return Failure(kFrameworkUnavailable, "cannot create the video profile");
   ctx_.profile = profile_.get();
   ctx_.width = settings.width;

@@ -1,4 +1,5 @@
 #include "engine/render/face_warp.h"
+#include "engine/picture/geometry.h"
 #include "engine/picture/scratch.h"
 #include "engine/render/scene.h"
 
@@ -144,19 +145,6 @@ private:
   Box box_;
 };
 
-uint8_t Sample(const uint8_t* plane, int stride, int w, int h, float x, float y) {
-  x = std::clamp(x, 0.0f, static_cast<float>(w - 1));
-  y = std::clamp(y, 0.0f, static_cast<float>(h - 1));
-  int x0 = static_cast<int>(x), y0 = static_cast<int>(y);
-  int x1 = std::min(x0 + 1, w - 1), y1 = std::min(y0 + 1, h - 1);
-  float tx = x - x0, ty = y - y0;
-  const uint8_t* r0 = plane + static_cast<size_t>(y0) * stride;
-  const uint8_t* r1 = plane + static_cast<size_t>(y1) * stride;
-  float top = r0[x0] + (r0[x1] - r0[x0]) * tx;
-  float bottom = r1[x0] + (r1[x1] - r1[x0]) * tx;
-  return static_cast<uint8_t>(top + (bottom - top) * ty + 0.5f);
-}
-
 void CopyArea(const uint8_t* src, int srcStride, uint8_t* dst, int dstStride, int x0, int y0, int x1,
               int y1) {
   for (int y = y0; y < y1; ++y)
@@ -299,7 +287,7 @@ void WarpFaces(Yuv& img, const FaceList& faces, FaceWarpLevels levels) {
       for (int k : {0, 3})
         if (img.p[k])
           img.p[k][static_cast<size_t>(y) * img.s[k] + x] =
-              Sample(c.p[k], c.s[k], img.w, img.h, sx - 0.5f, sy - 0.5f);
+              SampleBilinear(c.p[k], c.s[k], img.w, img.h, sx - 0.5f, sy - 0.5f);
     }
   }
   // Chroma samples are displaced as the middle of the four pixels they
@@ -311,7 +299,7 @@ void WarpFaces(Yuv& img, const FaceList& faces, FaceWarpLevels levels) {
       if (!warp.Source(2.0f * x + 1.0f, &sx, &sy)) continue;
       for (int k = 1; k <= 2; ++k)
         img.p[k][static_cast<size_t>(y) * img.s[k] + x] =
-            Sample(c.p[k], c.s[k], cw, ch, sx * 0.5f - 0.5f, sy * 0.5f - 0.5f);
+            SampleBilinear(c.p[k], c.s[k], cw, ch, sx * 0.5f - 0.5f, sy * 0.5f - 0.5f);
     }
   }
 }

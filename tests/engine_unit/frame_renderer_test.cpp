@@ -44,9 +44,9 @@ TEST(FrameRenderer, RendersTheFramesInOrderOnAThreadOfItsOwn) {
   orma::VirtualVideo video;
   video.settings.width = 320;
   video.settings.height = 180;
-  mlt_profile profile = orma::MakeProfile(video.settings);
+  orma::ProfilePtr profile = orma::MakeProfile(video.settings);
   orma::RenderContext ctx;
-  ctx.profile = profile;
+  ctx.profile = profile.get();
   ctx.width = 320;
   ctx.height = 180;
   {
@@ -54,7 +54,7 @@ TEST(FrameRenderer, RendersTheFramesInOrderOnAThreadOfItsOwn) {
     auto segment = std::make_unique<Recorder>(0, 12);
     Recorder* recorder = segment.get();
     ASSERT_TRUE(timeline.Append(0, std::move(segment)));
-    mlt_consumer consumer = orma::MakeFrameRenderer(profile, 44100, 2);
+    mlt_consumer consumer = orma::MakeFrameRenderer(profile.get(), 44100, 2);
     ASSERT_NE(consumer, nullptr);
     mlt_producer producer = timeline.producer();
     mlt_producer_set_in_and_out(producer, 0, 11);
@@ -82,7 +82,6 @@ TEST(FrameRenderer, RendersTheFramesInOrderOnAThreadOfItsOwn) {
       EXPECT_NE(recorder->renderThreads[i], std::this_thread::get_id()) << "frame " << i << " drawn here";
     }
   }
-  mlt_profile_close(profile);
 }
 
 } // namespace

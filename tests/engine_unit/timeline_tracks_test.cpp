@@ -26,15 +26,12 @@ protected:
     video.settings.width = 320;
     video.settings.height = 180;
     profile = orma::MakeProfile(video.settings);
-    ctx.profile = profile;
+    ctx.profile = profile.get();
     ctx.width = 320;
     ctx.height = 180;
     timeline = std::make_unique<orma::Timeline>(video, ctx);
   }
-  void TearDown() override {
-    timeline.reset();
-    mlt_profile_close(profile);
-  }
+  void TearDown() override { timeline.reset(); }
   int Place(int64_t from, int64_t to) {
     int track = timeline->AllocateTrack(from, to);
     EXPECT_TRUE(timeline->Append(track, std::make_unique<Nothing>(from, to)));
@@ -42,7 +39,7 @@ protected:
   }
   orma::VirtualVideo video;
   orma::RenderContext ctx;
-  mlt_profile profile = nullptr;
+  orma::ProfilePtr profile;
   std::unique_ptr<orma::Timeline> timeline;
 };
 
