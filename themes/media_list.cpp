@@ -35,6 +35,9 @@ int32_t MediaInfo(const char* path, int64_t* durationUs, OrmaMediaPropertyBlock*
 namespace {
 
 bool SizeOf(const std::string& path, int* width, int* height) {
+  // Only files that are there are asked about: the core library reports
+  // every file it cannot open, and the first guesses here often miss.
+  if (!platform::IsRegularFile(path.c_str())) return false;
   int64_t duration = 0;
   OrmaMediaPropertyBlock audio{}, video{};
   if (MediaInfo(path.c_str(), &duration, &audio, &video) != 1) return false;

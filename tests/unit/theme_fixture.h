@@ -79,8 +79,11 @@ protected:
   std::string WriteRequest(const std::string& id, const std::vector<std::string>& media,
                            const std::string& more = "") {
     std::string medias;
-    for (const std::string& name : media)
+    for (const std::string& name : media) {
+      // Sizes are only asked of files that exist.
+      if (FakeTable().count(name)) folder_.Write("req/" + name, "");
       medias += std::string(medias.empty() ? "" : ", ") + R"({"path": ")" + name + R"("})";
+    }
     return folder_.Write("req/request.json", R"({"ver": 1, "type": "TemplateThemes", "id": ")" + id +
                                                  R"(", "outputPath": "out/v.mp4", "medias": [)" + medias +
                                                  "]" + more + "}");
