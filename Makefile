@@ -6,7 +6,7 @@ FUZZ_BUILD ?= build-fuzz
 JOBS       ?= $(shell nproc)
 SECONDS    ?= 60
 
-.PHONY: all deps build test unit-test asan-test demo fuzz bench format clean
+.PHONY: all deps build test unit-test asan-test demo theme-demo fuzz bench format clean
 
 all: build
 
@@ -30,6 +30,10 @@ asan-test: deps
 
 demo: build
 	bash scripts/demo.sh $(BUILD)
+
+# A sample theme filled with the demo's media: out/theme.mp4.
+theme-demo: build
+	bash scripts/theme-demo.sh $(BUILD)
 
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORMA_FUZZ=ON \

@@ -2,7 +2,7 @@
 # The demo: makes its media with Debian's ffmpeg (nothing is downloaded),
 # then renders examples/demo/draft.json with examples/demo/export.json to
 # out/demo.mp4 through the program, printing its progress lines.
-#   scripts/demo.sh BUILD_DIR
+#   scripts/demo.sh BUILD_DIR [--media-only]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}
@@ -44,6 +44,8 @@ if [ ! -f "$media/.complete-3" ]; then
   python3 scripts/make-cube.py "$media/warm.cube" 1.15 0.05 1.02 0.75
   touch "$media/.complete-3"
 fi
+# The theme demo only needs the media.
+[ "${2:-}" = "--media-only" ] && exit 0
 
 mkdir -p out
 rm -f out/demo.mp4

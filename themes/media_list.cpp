@@ -65,6 +65,10 @@ int GetMediaSize(const char* basePath, const char* path, int* width, int* height
 
 namespace {
 
+// Each medium becomes a scene, and every scene is visited for every medium:
+// a request of a hundred thousand media would take hours to fill.
+constexpr int kMaxUserMedia = 2000;
+
 using themes::FolderOf;
 using themes::IsAbsolute;
 using themes::Join;
@@ -166,6 +170,14 @@ MediaInfoEntry* LoadMediaList(ThemeRequest* record, const char* jsonPath, int mo
   if (!cJSON_GetObjectItem(tree.get(), "outputPath") || !cJSON_GetObjectItem(tree.get(), "id"))
     return nullptr;
   MediaInfoEntry* head = readMediaInfo(tree.get(), listKey);
+  int count = 0;
+  for (const MediaInfoEntry* entry = head; entry; entry = entry->next)
+    ++count;
+  if (count > kMaxUserMedia) {
+    LogLine("theme request %s names %d media; at most %d are taken\n", jsonPath, count, kMaxUserMedia);
+    FreeMediaInfo(head);
+    return nullptr;
+  }
   LayOutUserMedia(head, RequestFolder(jsonPath));
   if (ReadMediaGroup(record, jsonPath, listKey) < 1) {
     FreeMediaInfo(head);

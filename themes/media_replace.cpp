@@ -184,19 +184,22 @@ void DeleteSpareScenes(ThemeRequest* record, cJSON* tree, int nUser) {
 // Step 4: more media than placeholders, so placeholder scenes are repeated
 // in order (copies included once the originals are used up).
 void CopyScenes(ThemeRequest* record, cJSON* tree, int nUser) {
-  for (int k = 0;; ++k) {
-    cJSON* mediaInfo = Member(tree, "mediaInfo");
-    if (!mediaInfo) {
-      PrintErrorBlock("error : cJSON_GetObjectItem mediaInfo fail 518! \n");
-      PrintErrorBlock("error : cJSON_GetObjectItem mediaInfo fail 502! \n");
-      return;
-    }
-    if (cJSON_GetArraySize(mediaInfo) >= nUser) return;
+  cJSON* mediaInfo = Member(tree, "mediaInfo");
+  if (!mediaInfo) {
+    PrintErrorBlock("error : cJSON_GetObjectItem mediaInfo fail 518! \n");
+    PrintErrorBlock("error : cJSON_GetObjectItem mediaInfo fail 502! \n");
+    return;
+  }
+  // The list grows at its end while it is walked; counting as it goes keeps
+  // this linear in the number of media.
+  int count = cJSON_GetArraySize(mediaInfo);
+  for (int k = 0; count < nUser; ++k) {
     const cJSON* element = cJSON_GetArrayItem(mediaInfo, k);
     if (!element) return;
     if (AddSceneMediaObjectFromIndex(record, tree, element, k) < 1)
       PrintErrorBlock("error : addSceneMediaObjectFromIndex fail 528! \n");
     cJSON_AddItemToArray(mediaInfo, cJSON_Duplicate(element, true));
+    ++count;
   }
 }
 
@@ -210,8 +213,10 @@ const MediaRecord* RecordAt(const MediaRecord* head, int index) {
 void PutMediaIn(ThemeRequest* record, cJSON* tree) {
   float introLength = 0.0f;
   int i = 0;
+  cJSON* mediaInfo = Member(tree, "mediaInfo");
+  cJSON* element = mediaInfo ? mediaInfo->child : nullptr;
   for (MediaInfoEntry* entry = record->userMedia; entry; entry = entry->next, ++i) {
-    cJSON* element = cJSON_GetArrayItem(Member(tree, "mediaInfo"), i);
+    if (i > 0 && element) element = element->next;
     if (UpdateScenesJsonObject(record, tree, element, entry, i, &introLength) < 1)
       PrintErrorBlock("error : updateScenesJSONObject fail 565! \n");
     bool timed = true;

@@ -47,9 +47,9 @@ struct Kind {
   std::vector<Span> (*readBack)(ThemeRequest*, cJSON*);
 };
 
-// A repeated element is copied at most this often: a theme with a very short
-// period filled with hours of media must not exhaust memory.
-constexpr int kMaxCopies = 10000;
+// One kind of element gets at most this many copies in all: a theme with a
+// very short period filled with hours of media must not exhaust memory.
+constexpr int kMaxCopies = 20000;
 
 void Normalise(const ThemeRequest* record, cJSON* object, const char* key) {
   const char* path = StringOf(object, key);
@@ -184,12 +184,13 @@ bool Matches(const Kind& kind, const cJSON* element, const Span& span) {
 }
 
 // Appends copies of an element that ends before the new end every `period`
-// seconds until `end` (the new end, or the start of the closing scene).
-void Repeat(cJSON* array, const cJSON* element, double period, double newEnd, double end) {
+// seconds until `end` (the new end, or the start of the closing scene);
+// *budget counts the copies still allowed.
+void Repeat(cJSON* array, const cJSON* element, double period, double newEnd, double end, int* budget) {
   double from = Tenths(NumberOf(element, "timelineFrom"));
   double to = Tenths(NumberOf(element, "timelineTo"));
   if (!(period > 0) || !(to > 0) || !(to < newEnd)) return;
-  for (int copies = 0; copies < kMaxCopies; ++copies) {
+  for (; *budget > 0; --*budget) {
     from += period;
     to += period;
     if (from >= end) return;
@@ -232,10 +233,11 @@ int Retime(ThemeRequest* record, cJSON* tree, float newDuration, const Kind& kin
   const double tail = kind.middleOnly ? record->tailLength : 0.0;
   const double head = kind.middleOnly ? record->headLength : 0.0;
   const double period = Tenths(record->oldDuration) - head - tail;
+  int budget = kMaxCopies;
   for (const Span& span : kind.readBack(record, tree)) {
     for (cJSON* e : elements) {
       if (!Matches(kind, e, span)) continue;
-      Repeat(array, e, period, newEnd, newEnd - tail);
+      Repeat(array, e, period, newEnd, newEnd - tail, &budget);
       break;
     }
   }
