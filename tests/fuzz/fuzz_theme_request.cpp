@@ -66,6 +66,9 @@ const std::string& WorkFolder() {
     fs::create_directories(work + "/lib/grp_fuzz/the_theme");
     if (chdir(made) != 0) std::abort(); // a relative media-group path names the work folder's file
     themes::SetMediaInfoFunction(FakeMediaInfo);
+    // The run's console lines would only slow the fuzzer down; its own
+    // report goes to the error stream.
+    if (!std::freopen("/dev/null", "w", stdout)) std::abort();
     return work;
   }();
   return folder;
