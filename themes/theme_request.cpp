@@ -7,11 +7,11 @@
 #include "themes/theme_request.h"
 
 #include <cjson/cJSON.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -54,9 +54,9 @@ struct TreeCloser {
 // folder, so that the caller's media keep working from the drafts folder.
 std::string AbsoluteRequestPath(const char* path) {
   if (themes::IsAbsolute(path)) return path;
-  char cwd[4096];
-  if (!getcwd(cwd, sizeof cwd)) return path;
-  return themes::Join(cwd, path);
+  std::error_code error;
+  const std::string current = std::filesystem::current_path(error).string();
+  return error || current.empty() ? std::string(path) : themes::Join(current, path);
 }
 
 // Why a request that says it is one was not used, for its author; other
