@@ -164,6 +164,10 @@ TEST_F(ThemeRequestTest, MediaThatCannotBeOpenedKeepTheirPlaceAndTakeNoTime) {
   EXPECT_NE(printed_.find("theme media cannot be opened: " + folder_.Join("req/gone.mp4")),
             std::string::npos);
   EXPECT_STREQ(record->userMedia->path, "gone.mp4");
+  // Its size is unknown when it is put into its placeholder: the error block.
+  EXPECT_NE(printed_.find("-------------------------------------\ngetMediaSize "), std::string::npos)
+      << printed_;
+  EXPECT_NE(printed_.find(" 363\n-------------------------------------\n"), std::string::npos) << printed_;
   EXPECT_EQ(record->userMedia->next->timelineFrom, 0);
   EXPECT_EQ(record->userMedia->next->timelineTo, 3);
 }
