@@ -6,7 +6,7 @@ FUZZ_BUILD ?= build-fuzz
 JOBS       ?= $(shell nproc)
 SECONDS    ?= 60
 
-.PHONY: all deps build test unit-test asan-test demo package fuzz bench format clean
+.PHONY: all deps build test unit-test asan-test demo theme-demo package fuzz bench format clean
 
 all: build
 
@@ -35,11 +35,16 @@ demo: build
 package: build
 	cmake --build $(BUILD) --target package
 
+# A sample theme filled with the demo's media: out/theme.mp4.
+theme-demo: build
+	bash scripts/theme-demo.sh $(BUILD)
+
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORMA_FUZZ=ON \
 	  -DORMA_BUILD_ENGINE=OFF -DBUILD_TESTING=OFF >/dev/null
-	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzz_draft_reader
+	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzz_draft_reader fuzz_theme_request
 	bash tests/fuzz/run.sh $(FUZZ_BUILD)/tests/fuzz/fuzz_draft_reader $(SECONDS)
+	bash tests/fuzz/run.sh $(FUZZ_BUILD)/tests/fuzz/fuzz_theme_request $(SECONDS) corpus-theme theme.dict
 
 bench: build
 	bash bench/run $(BUILD)

@@ -16,11 +16,13 @@ namespace {
 const char kHelp[] =
     "Usage: ormadraft DRAFT.json [EXPORT.json [START END]]\n"
     "       ormadraft DRAFT.json PREVIEW.json\n"
+    "       ormadraft REQUEST.json\n"
     "       ormadraft --help | --version\n"
     "\n"
     "Renders a video-editing draft (a JSON document) to a video file.\n"
     "\n"
     "  ormadraft DRAFT.json                        export to video.mp4 beside the draft\n"
+    "  ormadraft REQUEST.json                      fill a template theme and export it\n"
     "  ormadraft DRAFT.json EXPORT.json            export with an export settings file\n"
     "  ormadraft DRAFT.json EXPORT.json START END  export only START to END (seconds)\n"
     "  ormadraft DRAFT.json PREVIEW.json           play into a window when PREVIEW.json is a\n"

@@ -65,9 +65,12 @@ int RunDriver(int argc, char** argv) {
   PreviewCommand* preview = previewHolder.get();
   platform::RaisePriority();
 
+  // The theme request, like the preview command, lives until the process ends.
+  static std::unique_ptr<ThemeRequest, void (*)(ThemeRequest*)> themeHolder(nullptr, FreeThemeRequest);
   ThemeRequest* theme = nullptr;
   if (argc == 2 || (preview && preview->hWnd != 0)) {
-    theme = LoadThemeRequest(argv[1]);
+    themeHolder.reset(LoadThemeRequest(argv[1]));
+    theme = themeHolder.get();
     if (theme && theme->draftPath[0]) {
       std::printf("load templateThems json success! themes json path:%s \n", theme->draftPath);
       templateMode = 1;

@@ -239,6 +239,7 @@ bool IsRegularFile(const char* path) {
 }
 bool RemoveFile(const char* path) { return std::remove(path) == 0; }
 bool MakeDirectory(const char* path) { return _mkdir(path) == 0; }
+bool CanWriteIn(const char* folder) { return folder && _access(folder, 2) == 0; }
 
 std::vector<std::string> ListDirectory(const char* folder) {
   std::vector<std::string> names;
@@ -287,6 +288,12 @@ bool RemoveFile(const char* path) {
 bool MakeDirectory(const char* path) {
   std::string native = ForFileSystem(path);
   return !native.empty() && mkdir(native.c_str(), 0777) == 0;
+}
+
+bool CanWriteIn(const char* folder) {
+  if (!folder || !*folder) return false;
+  std::string native = ForFileSystem(folder);
+  return !native.empty() && access(native.c_str(), W_OK | X_OK) == 0;
 }
 
 std::vector<std::string> ListDirectory(const char* folder) {

@@ -61,6 +61,8 @@ bool IsRegularFile(const char* path);
 bool RemoveFile(const char* path);
 /// Creates one folder level; true when it was created.
 bool MakeDirectory(const char* path);
+/// Whether this process may create files in the folder.
+bool CanWriteIn(const char* folder);
 
 /// Names in a folder, sorted by byte value (NTFS lists alphabetically), with
 /// "." and ".." left out.

@@ -3,7 +3,7 @@
 # nothing is downloaded), then renders examples/demo/draft.json with
 # examples/demo/export.json to out/demo.mp4 through the program, printing
 # its progress lines.
-#   scripts/demo.sh BUILD_DIR
+#   scripts/demo.sh BUILD_DIR [--media-only]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}
@@ -14,6 +14,8 @@ if [ ! -x "$program" ]; then
 fi
 
 bash scripts/demo-media.sh
+# The theme demo only needs the media.
+[ "${2:-}" = "--media-only" ] && exit 0
 
 mkdir -p out
 rm -f out/demo.mp4
