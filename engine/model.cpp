@@ -161,6 +161,7 @@ int64_t FramesToUs(int64_t frames, Rational fps) {
 int64_t TimelineLengthUs(const VirtualVideo& video) {
   int64_t length = 0;
   for (const Element* e : video.elements) {
+    if (e->leftOut) continue;
     switch (e->kind) {
     case ElementKind::MainScene:
     case ElementKind::PipScene:

@@ -99,6 +99,7 @@ struct Media : Handle {
     int64_t durationUs = 0; ///< microseconds
   };
   std::vector<PlacedEffect> specialEffects;
+  bool animationLeftOut = false; ///< the last animation set could not be read (its cycle goes with it)
 };
 
 struct Mask : Handle {
@@ -140,6 +141,7 @@ struct Element : Handle {
   int64_t endUs = 0;
   int32_t level = 0;
   bool underEveryLevel = false; ///< drawn right above the main track, whatever its level
+  bool leftOut = false;         ///< an empty span: kept as a handle, never drawn or played
   VirtualVideo* video = nullptr;
   size_t order = 0; ///< position in the video's element list
 };
@@ -203,6 +205,7 @@ struct CaptionItem : Handle {
   CaptionItem() : Handle(HandleType::CaptionItem) {}
   Caption* caption = nullptr;
   OrmaCaptionItemBlock block{};
+  bool filled = false; ///< a caller has written its parameter block
   PropertyBag attrs;
 };
 
