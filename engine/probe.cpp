@@ -20,6 +20,7 @@ extern "C" {
 #include <mutex>
 
 #include "engine/mlt_runtime.h"
+#include "engine/picture_limits.h"
 #include "platform/platform.h"
 
 namespace orma {
@@ -243,8 +244,19 @@ MediaProbe ProbeFile(const std::string& file, bool decode) {
         st->codecpar->format == AV_PIX_FMT_YUVJ422P || st->codecpar->format == AV_PIX_FMT_YUVJ444P;
     AVRational rate = av_guess_frame_rate(ctx.get(), st, nullptr);
     probe.frameRate = rate.num > 0 && rate.den > 0 ? av_q2d(rate) : 0.0;
+    int statedWidth = 0, statedHeight = 0;
+    if (probe.width <= 0 && PngHeaderSize(file, &statedWidth, &statedHeight) &&
+        !PictureSizeRefusal(statedWidth, statedHeight).empty()) {
+      probe.error = file + ": " + PictureSizeRefusal(statedWidth, statedHeight);
+      return probe;
+    }
     if (probe.width <= 0 || probe.height <= 0) {
       probe.error = file + ": picture size unknown";
+      return probe;
+    }
+    std::string tooLarge = PictureSizeRefusal(probe.width, probe.height);
+    if (!tooLarge.empty()) {
+      probe.error = file + ": " + tooLarge;
       return probe;
     }
   }

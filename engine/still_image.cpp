@@ -10,6 +10,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include "engine/exif_orientation.h"
 #include "engine/mlt_runtime.h"
 #include "engine/render.h"
 
@@ -74,6 +75,8 @@ bool LoadRgba(const MediaProbe& probe, RenderContext&, RgbaImage* out, std::stri
       int strides[4] = {w * 4, 0, 0, 0};
       sws_scale(sws, frame->data, frame->linesize, 0, h, dst, strides);
       sws_freeContext(sws);
+      // A camera's picture stored sideways says in its EXIF data how to turn it.
+      TurnRgba(ExifQuarterTurns(frame), &out->width, &out->height, &out->pixels);
     } else {
       got = false;
     }
