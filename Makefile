@@ -34,8 +34,9 @@ demo: build
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORMA_FUZZ=ON \
 	  -DORMA_BUILD_ENGINE=OFF -DBUILD_TESTING=OFF >/dev/null
-	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzz_draft_reader
+	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzz_draft_reader fuzz_export_settings
 	bash tests/fuzz/run.sh $(FUZZ_BUILD)/tests/fuzz/fuzz_draft_reader $(SECONDS)
+	bash tests/fuzz/run.sh $(FUZZ_BUILD)/tests/fuzz/fuzz_export_settings $(SECONDS)
 
 bench: build
 	bash bench/run $(BUILD)

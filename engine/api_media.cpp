@@ -1,8 +1,9 @@
 // Media attributes. Every value is kept in the media's property bag, named
 // as in docs/engine.md, and drawn when the export builds the item (plain
 // placement in render.cpp, everything else through the item's look,
-// item_look.h). Resource files (look-up tables, animations) are read and
-// checked here, so a bad one fails its call rather than the export.
+// item_look.h). Resource files (look-up tables, animations, masks, effects)
+// are read and checked here: one that cannot be read is left out with a log
+// line and the item is drawn without it (value_limits.h).
 #include <cmath>
 #include <cstring>
 
