@@ -42,7 +42,13 @@ protected:
   void WriteSettings(const std::string& more);
 
   static std::string Transitions() { return std::string(ORMA_SOURCE_DIR) + "/resources/transitions/"; }
-  static std::string Quoted(const std::string& text) { return "'" + text + "'"; }
+  /// The text as one shell word (single quotes, a quote inside escaped).
+  static std::string Quoted(const std::string& text) {
+    std::string quoted = "'";
+    for (char c : text)
+      quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
+  }
 };
 
 /// Seconds as JSON text with "." whatever the locale.
