@@ -151,6 +151,20 @@ TEST_F(Stages, LevelsStackOverlaysAndToningsInTheirListOrder) {
   EXPECT_PRED2(Close, yellow, kYellow);
 }
 
+TEST_F(Stages, AnOverlaysKeyFramesMoveItAcrossTheCanvas) {
+  // Key frame times are the item's own; rectangles are fractions of the
+  // canvas, which the program turns into pixels for the library.
+  std::string overlay = Overlay("blue.mp4", 0, 2, 0, 0, 0.5, 1);
+  overlay.insert(overlay.rfind("}}"), R"(, "animates": [
+      {"atTime": 0, "opacity": 1, "showRectF": {"x": 0, "y": 0, "width": 0.5, "height": 1}},
+      {"atTime": 1, "opacity": 1, "showRectF": {"x": 0.5, "y": 0, "width": 0.5, "height": 1}}])");
+  DecodedVideo v = Render("red.mp4", R"(, "pipList": [)" + overlay + "]");
+  EXPECT_COLOR(v, 0, 0.25, 0.5, kBlue);
+  EXPECT_COLOR(v, 0, 0.75, 0.5, kRed);
+  EXPECT_COLOR(v, 30, 0.25, 0.5, kRed);
+  EXPECT_COLOR(v, 30, 0.75, 0.5, kBlue);
+}
+
 TEST_F(Stages, TheLogoIsDrawnOverEverythingForTheWholeVideo) {
   DecodedVideo v = Render("red.mp4", R"(, "pipList": [)" + Overlay("blue.mp4", 0, 2, 0, 0, 1, 1) +
                                          R"(], "logoOverlay": {"path": "yellow.jpg", "alpha": 1, "rotate": 0,
