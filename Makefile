@@ -42,9 +42,10 @@ theme-demo: build
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORMA_FUZZ=ON \
 	  -DORMA_BUILD_ENGINE=OFF -DBUILD_TESTING=OFF >/dev/null
-	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzz_draft_reader fuzz_theme_request
-	bash tests/fuzz/run.sh $(FUZZ_BUILD)/tests/fuzz/fuzz_draft_reader $(SECONDS)
-	bash tests/fuzz/run.sh $(FUZZ_BUILD)/tests/fuzz/fuzz_theme_request $(SECONDS) corpus-theme theme.dict
+	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzz_draft_reader fuzz_export_settings fuzz_theme_request
+	for t in fuzz_draft_reader fuzz_export_settings fuzz_theme_request; do \
+	  bash tests/fuzz/run.sh $(FUZZ_BUILD)/tests/fuzz/$$t $(SECONDS) || exit 1; \
+	done
 
 bench: build
 	bash bench/run $(BUILD)

@@ -31,9 +31,11 @@ int64_t SecondsArgToMicros(const char* text) {
 }
 
 void PrintUsage() {
-  LogLine("%s", platform::LocaleText("无效格式，请设置 json 文件，例如: OrmaDraft.exe d://draft.json \n").c_str());
   LogLine("%s",
-          platform::LocaleText("无效格式，请设置 json 文件，例如: OrmaDraft.exe d://draft.json output.json\n").c_str());
+          platform::LocaleText("无效格式，请设置 json 文件，例如: OrmaDraft.exe d://draft.json \n").c_str());
+  LogLine("%s",
+          platform::LocaleText("无效格式，请设置 json 文件，例如: OrmaDraft.exe d://draft.json output.json\n")
+              .c_str());
 }
 
 // Copies text into a fixed buffer, truncated to fit.
@@ -97,7 +99,14 @@ int RunDriver(int argc, char** argv) {
   char* draftUtf8 = AnsiToUtf8(draftPath);
   char* exportUtf8 = exportPath[0] ? AnsiToUtf8(exportPath) : nullptr;
 
-  DraftDocument* document = loadDraft(draftUtf8, exportUtf8, templateMode);
+  // A draft named without any folder lies in the current one. Its folder is
+  // what relative media, resources and the default output are joined to, so
+  // the loader is given "./name" rather than a path with no folder at all.
+  std::string draftArgument(draftUtf8);
+  if (!templateMode && !draftArgument.empty() && draftArgument.find_first_of("\\/") == std::string::npos)
+    draftArgument = std::string(".") + platform::kSeparator + draftArgument;
+
+  DraftDocument* document = loadDraft(draftArgument.c_str(), exportUtf8, templateMode);
   if (!document) {
     LogLine("json load fail\n");
     std::fflush(stdout);
@@ -132,7 +141,8 @@ int RunDriver(int argc, char** argv) {
   // the run keeps for it.
   std::string workingCopy = templateMode && theme ? draftUtf8 : document->draftPath;
   int capacity = sizeof(toDelete);
-  if (Utf8ToAnsi(workingCopy.c_str(), nullptr, toDelete, &capacity) > 0) platform::RemoveFile(workingCopy.c_str());
+  if (Utf8ToAnsi(workingCopy.c_str(), nullptr, toDelete, &capacity) > 0)
+    platform::RemoveFile(workingCopy.c_str());
 
   freeDraft(document);
   std::free(draftUtf8);

@@ -61,9 +61,12 @@ int32_t ApplyOutputSettings(OrmaVideoHandle vv, const ExportSettings& settings, 
 
 // Set again after every media item of the scene. Image and blur fail only on
 // a negative result, the colour on 0 as well.
-int32_t ApplyBackground(OrmaSceneHandle scene, const BackgroundRecord& background, char* message) {
+int32_t ApplyBackground(const DraftDocument* document, OrmaSceneHandle scene,
+                        const BackgroundRecord& background, char* message) {
   if (background.imagePath[0]) {
-    const int32_t result = OrmaSetSceneBackGroundImage(scene, background.imagePath);
+    // A relative picture lies beside the draft, like the media.
+    const std::string path = ResolveMediaPath(document, background.imagePath);
+    const int32_t result = OrmaSetSceneBackGroundImage(scene, path.c_str());
     return result < 0 ? FailWithResult(message, result, "OrmaSetSceneBackGroundImage") : 1;
   }
   const ColorF& color = background.color;
@@ -112,7 +115,7 @@ int32_t BuildScene(const DraftDocument* document, OrmaVideoHandle vv, const Scen
     result = ApplyMediaAttributes(document, media, item, 0);
     if (result <= 0) return Fail(message, result, "Set media attribute fail");
     if (record->background) {
-      result = ApplyBackground(scene, *record->background, message);
+      result = ApplyBackground(document, scene, *record->background, message);
       if (result <= 0) return result;
     }
   }
@@ -254,6 +257,16 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
   // The preview plays the timeline into the caller's window until the
   // control pipe says "stop"; its result is that of the preview call.
   if (preview) return RunPreview(document, vv);
+
+  // A range that selects no time (an end at or before its start, or a
+  // negative bound) ends the export here: the library would refuse the range
+  // and export the whole timeline instead.
+  if (document->exportStart < 0 || document->exportEnd < 0 ||
+      (document->exportEnd > 0 && document->exportEnd <= document->exportStart)) {
+    LogLine("export range %lld..%lld us selects no time\n", static_cast<long long>(document->exportStart),
+            static_cast<long long>(document->exportEnd));
+    return Fail(message, kEmptyExportRange, "Export range is empty");
+  }
 
   // Made here, with the timeline complete, so that it knows the range's length.
   const std::unique_ptr<ProgressBar> bar =

@@ -10,6 +10,10 @@
 /// Size of the caller's message buffer that ExportDraft writes failures into.
 inline constexpr int kExportMessageSize = 2048;
 
+/// Result of an export range that selects no time (an end at or before its
+/// start, or a negative bound), from the command line or the settings file.
+inline constexpr int32_t kEmptyExportRange = -2261;
+
 /// 1 or more on success; otherwise a failing call's result or a fixed code,
 /// with a short English text in `message` (kExportMessageSize bytes).
 int32_t ExportDraft(DraftDocument* document, char* message);

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "engine/api/api.h"
+#include "engine/api/value_limits.h"
 
 using namespace orma;
 
@@ -25,9 +26,8 @@ ORMA_API OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path,
     Refuse("OrmaAddAudioMedia", kBadHandle, "not a virtual video handle");
   } else if (Exporting(v)) {
     Refuse("OrmaAddAudioMedia", kBadState, "an export is running");
-  } else if (!std::isfinite(volume) || volume < 0 || timelineFromUs < 0 || timelineToUs <= timelineFromUs ||
-             trimStartUs < 0) {
-    Refuse("OrmaAddAudioMedia", kBadArgument, "volume or times out of range");
+  } else if (!std::isfinite(volume)) {
+    Refuse("OrmaAddAudioMedia", kBadArgument, "the volume is not a number");
   } else {
     MediaProbe probe = ProbeMedia(path, true);
     if (!probe.ok)
@@ -35,13 +35,17 @@ ORMA_API OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path,
     else if (!probe.hasAudio)
       Refuse("OrmaAddAudioMedia", kBadFile, probe.path + ": no sound in the file");
     else {
+      // Out-of-range values are brought into range and an empty span
+      // leaves the track out, each with a log line.
+      bool empty = EmptySpan("OrmaAddAudioMedia", timelineFromUs, timelineToUs);
       t = new AudioTrack();
       t->probe = probe;
-      t->volume = volume;
-      t->trimStartUs = trimStartUs;
+      t->volume = AtLeast("OrmaAddAudioMedia", "volume", volume, 0);
+      t->trimStartUs = NotNegative("OrmaAddAudioMedia", "trim start", trimStartUs);
       t->trimEndUs = trimEndUs;
-      t->startUs = timelineFromUs;
+      t->startUs = empty ? timelineFromUs : NotNegative("OrmaAddAudioMedia", "start", timelineFromUs);
       t->endUs = timelineToUs;
+      if (empty) LeaveOut(*t);
       RegisterHandle(t);
       AddElement(v, t);
     }
@@ -63,10 +67,8 @@ ORMA_API OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path,
 
 ORMA_API int32_t OrmaSetAudioMediaCutTime(OrmaAudioHandle a, int64_t trimStartUs, int64_t trimEndUs) {
   int32_t r = WithAudio("OrmaSetAudioMediaCutTime", a, [&](AudioTrack& t) {
-    if (trimStartUs < 0 || trimEndUs < 0)
-      return Refuse("OrmaSetAudioMediaCutTime", kBadArgument, "negative time");
-    t.trimStartUs = trimStartUs;
-    t.trimEndUs = trimEndUs;
+    t.trimStartUs = NotNegative("OrmaSetAudioMediaCutTime", "trim start", trimStartUs);
+    t.trimEndUs = NotNegative("OrmaSetAudioMediaCutTime", "trim end", trimEndUs);
     return int32_t{kOk};
   });
   return Traced(
@@ -77,10 +79,8 @@ ORMA_API int32_t OrmaSetAudioMediaCutTime(OrmaAudioHandle a, int64_t trimStartUs
 
 ORMA_API int32_t OrmaSetAudioMediaFadeTime(OrmaAudioHandle a, int64_t fadeInUs, int64_t fadeOutUs) {
   int32_t r = WithAudio("OrmaSetAudioMediaFadeTime", a, [&](AudioTrack& t) {
-    if (fadeInUs < 0 || fadeOutUs < 0)
-      return Refuse("OrmaSetAudioMediaFadeTime", kBadArgument, "negative time");
-    t.fadeInUs = fadeInUs;
-    t.fadeOutUs = fadeOutUs;
+    t.fadeInUs = NotNegative("OrmaSetAudioMediaFadeTime", "fade-in", fadeInUs);
+    t.fadeOutUs = NotNegative("OrmaSetAudioMediaFadeTime", "fade-out", fadeOutUs);
     return int32_t{kOk};
   });
   return Traced(
@@ -90,9 +90,9 @@ ORMA_API int32_t OrmaSetAudioMediaFadeTime(OrmaAudioHandle a, int64_t fadeInUs, 
 
 ORMA_API int32_t OrmaSetAudioMediaPlaySpeed(OrmaAudioHandle a, double speed) {
   int32_t r = WithAudio("OrmaSetAudioMediaPlaySpeed", a, [&](AudioTrack& t) {
-    if (!std::isfinite(speed) || speed < 0 || speed > 100)
-      return Refuse("OrmaSetAudioMediaPlaySpeed", kBadArgument, "speed out of range");
-    t.speed = speed;
+    if (!std::isfinite(speed))
+      return Refuse("OrmaSetAudioMediaPlaySpeed", kBadArgument, "speed is not a number");
+    t.speed = Limited("OrmaSetAudioMediaPlaySpeed", "speed", speed, 0, 100);
     return int32_t{kOk};
   });
   return Traced(
@@ -101,9 +101,9 @@ ORMA_API int32_t OrmaSetAudioMediaPlaySpeed(OrmaAudioHandle a, double speed) {
 
 ORMA_API int32_t OrmaSetAudioMediaVolFactor(OrmaAudioHandle a, double volume) {
   int32_t r = WithAudio("OrmaSetAudioMediaVolFactor", a, [&](AudioTrack& t) {
-    if (!std::isfinite(volume) || volume < 0)
-      return Refuse("OrmaSetAudioMediaVolFactor", kBadArgument, "bad volume");
-    t.volume = volume;
+    if (!std::isfinite(volume))
+      return Refuse("OrmaSetAudioMediaVolFactor", kBadArgument, "volume is not a number");
+    t.volume = AtLeast("OrmaSetAudioMediaVolFactor", "volume", volume, 0);
     return int32_t{kOk};
   });
   return Traced(

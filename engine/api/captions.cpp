@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "engine/api/api.h"
+#include "engine/api/value_limits.h"
 #include "engine/look/animation.h"
 #include "engine/look/sticker.h"
 #include "engine/text/caption_style.h"
@@ -170,9 +171,9 @@ ORMA_API int32_t OrmaUpateCaptionLevel(OrmaCaptionHandle c, int32_t level) {
 
 ORMA_API int32_t OrmaUpdateCaptionTimeline(OrmaCaptionHandle c, int64_t startUs, int64_t endUs) {
   int32_t r = WithCaption("OrmaUpdateCaptionTimeline", c, [&](Caption& caption) {
-    if (startUs < 0 || endUs <= startUs)
-      return Refuse("OrmaUpdateCaptionTimeline", kBadArgument, "empty span");
-    caption.startUs = startUs;
+    // An empty span leaves the caption out until a later span gives it time.
+    caption.leftOut = EmptySpan("OrmaUpdateCaptionTimeline", startUs, endUs);
+    caption.startUs = caption.leftOut ? startUs : NotNegative("OrmaUpdateCaptionTimeline", "start", startUs);
     caption.endUs = endUs;
     return int32_t{kOk};
   });
@@ -272,7 +273,9 @@ ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t ind
 
 ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const char* text) {
   // The item showing `text`; a caption of styled pieces gets one item per
-  // piece, made on first request.
+  // piece, made on first request. Pieces may share a text (a red "AB" and a
+  // yellow "AB"): an item whose parameter block a caller has already written
+  // belongs to an earlier piece, so the next piece of that text gets its own.
   Caption* caption = CaptionOf(c);
   CaptionItem* item = nullptr;
   if (!caption)
@@ -283,7 +286,7 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
     Refuse("OrmaGetCaptionItem", kBadState, "an export is running");
   else {
     for (CaptionItem* i : caption->items)
-      if (Copied(i->block.text, sizeof i->block.text) == text) {
+      if (!i->filled && Copied(i->block.text, sizeof i->block.text) == text) {
         item = i;
         break;
       }
@@ -302,6 +305,7 @@ ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle i, const OrmaC
     if (!block) return Refuse("OrmaUpdateCaptionItemParam", kBadArgument, "no block");
     item.block = *block;
     item.block.text[sizeof item.block.text - 1] = '\0';
+    item.filled = true;
     return int32_t{kOk};
   });
   return Traced(

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "engine/api/api.h"
+#include "engine/api/value_limits.h"
 #include "engine/look/lut_file.h"
 #include "engine/look/special_effect.h"
 
@@ -19,15 +20,13 @@ Effect* NewEffect(const char* function, OrmaVideoHandle vv, EffectKind kind, int
     Refuse(function, kBadState, "an export is running");
     return nullptr;
   }
-  if (fromUs < 0 || toUs <= fromUs) {
-    Refuse(function, kBadArgument,
-           "span " + std::to_string(fromUs) + ".." + std::to_string(toUs) + " us is empty");
-    return nullptr;
-  }
+  // An empty span leaves the effect out; one starting before 0 starts at 0.
+  bool empty = EmptySpan(function, fromUs, toUs);
   auto* e = new Effect();
   e->effect = kind;
-  e->startUs = fromUs;
+  e->startUs = empty ? fromUs : NotNegative(function, "start", fromUs);
   e->endUs = toUs;
+  if (empty) LeaveOut(*e);
   RegisterHandle(e);
   AddElement(v, e);
   return e;

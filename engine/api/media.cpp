@@ -1,13 +1,16 @@
 // Media attributes. Every value is kept in the media's typed attributes
-// (MediaAttributes, engine/model/model.h), described in docs/engine.md, and drawn when the export builds the
-// item (plain placement in render/scene.cpp, everything else through the item's look, item_look.h). Resource
-// files (look-up tables, animations) are read and checked here, so a bad one fails its call rather than the
-// export.
+// (MediaAttributes, engine/model/model.h), described in docs/engine.md, and
+// drawn when the export builds the item (plain placement in
+// render/scene.cpp, everything else through the item's look, item_look.h).
+// Resource files (look-up tables, animations, masks, effects) are read and
+// checked here: one that cannot be read is left out with a log line and the
+// item is drawn without it (value_limits.h).
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
 #include "engine/api/api.h"
+#include "engine/api/value_limits.h"
 #include "engine/look/animation.h"
 #include "engine/look/face_count.h"
 #include "engine/look/lut_file.h"
@@ -33,15 +36,11 @@ int32_t Level(const char* function, int MediaAttributes::*attribute, OrmaMediaHa
   });
 }
 
-// A resource file named by an attribute must exist.
-bool Resource(const char* function, const char* path, std::string* native) {
-  std::string error;
-  *native = ResolveLocalFile(path, &error);
-  if (native->empty()) {
-    Refuse(function, kBadFile, error);
-    return false;
-  }
-  return true;
+// A resource file named by an attribute: false (with the reason) when it is
+// not a readable local file.
+bool Resource(const char* path, std::string* native, std::string* error) {
+  *native = ResolveLocalFile(path, error);
+  return !native->empty();
 }
 
 std::string BlurText(const OrmaBlurBlock* b) {
@@ -73,8 +72,8 @@ ORMA_API int32_t OrmaSetMediaFlip(OrmaMediaHandle m, int32_t mode) {
 
 ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_t durationUs) {
   int32_t r = WithMedia("OrmaSetMediaTimeLine", m, [&](Media& media) {
-    if (startUs < 0 || durationUs < 0) return Refuse("OrmaSetMediaTimeLine", kBadArgument, "negative time");
-    media.attrs.timeline = {true, startUs, durationUs};
+    media.attrs.timeline = {true, NotNegative("OrmaSetMediaTimeLine", "start", startUs),
+                            NotNegative("OrmaSetMediaTimeLine", "duration", durationUs)};
     return int32_t{kOk};
   });
   return Traced(
@@ -84,8 +83,8 @@ ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_
 
 ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int64_t trimEndUs) {
   int32_t r = WithMedia("OrmaSetMediaCutTime", m, [&](Media& media) {
-    if (trimStartUs < 0 || trimEndUs < 0) return Refuse("OrmaSetMediaCutTime", kBadArgument, "negative time");
-    media.attrs.cut = {true, trimStartUs, trimEndUs};
+    media.attrs.cut = {true, NotNegative("OrmaSetMediaCutTime", "trim start", trimStartUs),
+                       NotNegative("OrmaSetMediaCutTime", "trim end", trimEndUs)};
     return int32_t{kOk};
   });
   return Traced(
@@ -96,9 +95,9 @@ ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int
 
 ORMA_API int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle m, float volume) {
   int32_t r = WithMedia("OrmaSetMediaAudioFactor", m, [&](Media& media) {
-    if (!std::isfinite(volume) || volume < 0)
-      return Refuse("OrmaSetMediaAudioFactor", kBadArgument, "bad volume");
-    media.attrs.volume = volume;
+    if (!std::isfinite(volume))
+      return Refuse("OrmaSetMediaAudioFactor", kBadArgument, "volume is not a number");
+    media.attrs.volume = AtLeast("OrmaSetMediaAudioFactor", "volume", volume, 0);
     return int32_t{kOk};
   });
   return Traced(
@@ -107,9 +106,8 @@ ORMA_API int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle m, float volume) {
 
 ORMA_API int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle m, int64_t fadeInUs, int64_t fadeOutUs) {
   int32_t r = WithMedia("OrmaSetMediaAudioFadeTime", m, [&](Media& media) {
-    if (fadeInUs < 0 || fadeOutUs < 0)
-      return Refuse("OrmaSetMediaAudioFadeTime", kBadArgument, "negative time");
-    media.attrs.audioFade = {true, fadeInUs, fadeOutUs};
+    media.attrs.audioFade = {true, NotNegative("OrmaSetMediaAudioFadeTime", "fade-in", fadeInUs),
+                             NotNegative("OrmaSetMediaAudioFadeTime", "fade-out", fadeOutUs)};
     return int32_t{kOk};
   });
   return Traced(
@@ -123,11 +121,12 @@ ORMA_LEVEL_SETTER(OrmaSetMediaAudioNsLevel, &MediaAttributes::audioNsLevel)
 ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float intensity) {
   int32_t r = WithMedia("OrmaSetMediaLUT", m, [&](Media& media) {
     std::string native, error;
-    if (!Resource("OrmaSetMediaLUT", path, &native)) return int32_t{kBadFile};
-    if (!std::isfinite(intensity) || intensity < 0)
-      return Refuse("OrmaSetMediaLUT", kBadArgument, "intensity must be 0 or more");
+    if (!std::isfinite(intensity))
+      return Refuse("OrmaSetMediaLUT", kBadArgument, "intensity is not a number");
     Lut3D lut;
-    if (!LoadLutFile(native, &lut, &error)) return Refuse("OrmaSetMediaLUT", kBadFile, error);
+    if (!Resource(path, &native, &error) || !LoadLutFile(native, &lut, &error))
+      return WithoutResource("OrmaSetMediaLUT", error);
+    intensity = static_cast<float>(AtLeast("OrmaSetMediaLUT", "intensity", intensity, 0));
     media.attrs.lutPath = native;
     media.attrs.lutIntensity = intensity;
     return int32_t{kOk};
@@ -183,9 +182,9 @@ ORMA_LEVEL_SETTER(OrmaSetMediaFade, &MediaAttributes::fade)
 
 ORMA_API int32_t OrmaSetMediaTransparency(OrmaMediaHandle m, double opacity) {
   int32_t r = WithMedia("OrmaSetMediaTransparency", m, [&](Media& media) {
-    if (!std::isfinite(opacity) || opacity < 0 || opacity > 1)
-      return Refuse("OrmaSetMediaTransparency", kBadArgument, "opacity must be 0 to 1");
-    media.attrs.opacity = opacity;
+    if (!std::isfinite(opacity))
+      return Refuse("OrmaSetMediaTransparency", kBadArgument, "opacity is not a number");
+    media.attrs.opacity = Limited("OrmaSetMediaTransparency", "opacity", opacity, 0, 1);
     return int32_t{kOk};
   });
   return Traced(
@@ -230,9 +229,8 @@ ORMA_API int32_t OrmaSetMediaShowRect(OrmaMediaHandle m, const float* rect) {
 ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
   // 0 (a draft without speed) plays at normal speed.
   int32_t r = WithMedia("OrmaSetMediaPlaySpeed", m, [&](Media& media) {
-    if (!std::isfinite(speed) || speed < 0 || speed > 100)
-      return Refuse("OrmaSetMediaPlaySpeed", kBadArgument, "speed out of range");
-    media.attrs.speed = speed;
+    if (!std::isfinite(speed)) return Refuse("OrmaSetMediaPlaySpeed", kBadArgument, "speed is not a number");
+    media.attrs.speed = Limited("OrmaSetMediaPlaySpeed", "speed", speed, 0, 100);
     return int32_t{kOk};
   });
   return Traced(
@@ -243,9 +241,10 @@ ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath
                                        int64_t startUs, int64_t durationUs) {
   int32_t r = WithMedia("OrmaSetMediaAnimation", m, [&](Media& media) {
     std::string native, error;
-    if (!Resource("OrmaSetMediaAnimation", configPath, &native)) return int32_t{kBadFile};
-    if (durationUs < 0 || startUs < 0) return Refuse("OrmaSetMediaAnimation", kBadArgument, "negative time");
-    if (!AnimationClip::Load(native, &error)) return Refuse("OrmaSetMediaAnimation", kBadFile, error);
+    media.animationLeftOut = !Resource(configPath, &native, &error) || !AnimationClip::Load(native, &error);
+    if (media.animationLeftOut) return WithoutResource("OrmaSetMediaAnimation", error);
+    startUs = NotNegative("OrmaSetMediaAnimation", "start", startUs);
+    durationUs = NotNegative("OrmaSetMediaAnimation", "duration", durationUs);
     if (type < kAnimationIn || type > kAnimationLoop)
       LogOnce("animation-type",
               "animation types other than 0 (in), 1 (out) and 2 (loop) play as in-animations");
@@ -267,7 +266,8 @@ ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath
 
 ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t cycleUs) {
   int32_t r = WithMedia("OrmaSetMediaAnimationCycleDuration", m, [&](Media& media) {
-    if (cycleUs < 0) return Refuse("OrmaSetMediaAnimationCycleDuration", kBadArgument, "negative time");
+    if (media.animationLeftOut) return int32_t{kOk}; // its animation was left out
+    cycleUs = NotNegative("OrmaSetMediaAnimationCycleDuration", "cycle", cycleUs);
     // The cycle belongs to the animation set just before it.
     if (media.attrs.animations.empty())
       return Refuse("OrmaSetMediaAnimationCycleDuration", kBadState, "no animation to set the cycle of");
@@ -313,8 +313,8 @@ ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyF
 ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path) {
   int32_t r = WithMedia("OrmaSetMediaMaskVideo", m, [&](Media& media) {
     MediaProbe probe = ProbeMedia(path, true);
-    if (!probe.ok) return Refuse("OrmaSetMediaMaskVideo", kBadFile, probe.error);
-    if (!probe.hasVideo) return Refuse("OrmaSetMediaMaskVideo", kBadFile, probe.path + ": has no picture");
+    if (!probe.ok) return WithoutResource("OrmaSetMediaMaskVideo", probe.error);
+    if (!probe.hasVideo) return WithoutResource("OrmaSetMediaMaskVideo", probe.path + ": has no picture");
     media.attrs.maskVideo = probe.path;
     return int32_t{kOk};
   });
@@ -331,11 +331,14 @@ ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char
     Refuse("OrmaAddMediaMaskFromConfig", kBadHandle, "not a media handle");
   else if (media->scene && Exporting(media->scene->video))
     Refuse("OrmaAddMediaMaskFromConfig", kBadState, "an export is running");
-  else if (!Resource("OrmaAddMediaMaskFromConfig", configPath, &native))
-    mask = nullptr; // refused and logged by Resource
-  else if (!LoadMaskConfig(native, &config, &error))
-    Refuse("OrmaAddMediaMaskFromConfig", kBadFile, error);
-  else {
+  else if (!Resource(configPath, &native, &error) || !LoadMaskConfig(native, &config, &error)) {
+    // A mask that cannot be read is left out: its handle takes the shape and
+    // key frames the caller sends, and the item is drawn unmasked.
+    WithoutResource("OrmaAddMediaMaskFromConfig", error);
+    mask = new Mask();
+    mask->media = media;
+    RegisterHandle(mask);
+  } else {
     mask = new Mask();
     mask->media = media;
     mask->configPath = native;
@@ -428,11 +431,11 @@ ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* config
                                            int64_t durationUs) {
   int32_t r = WithMedia("OrmaSetMediaSpecialEffect", m, [&](Media& media) {
     std::string native, error;
-    if (!Resource("OrmaSetMediaSpecialEffect", configPath, &native)) return int32_t{kBadFile};
-    if (startUs < 0 || durationUs < 0)
-      return Refuse("OrmaSetMediaSpecialEffect", kBadArgument, "negative time");
-    std::shared_ptr<const SpecialEffect> chain = SpecialEffect::Load(native, &error);
-    if (!chain) return Refuse("OrmaSetMediaSpecialEffect", kBadFile, error);
+    std::shared_ptr<const SpecialEffect> chain;
+    if (!Resource(configPath, &native, &error) || !(chain = SpecialEffect::Load(native, &error)))
+      return WithoutResource("OrmaSetMediaSpecialEffect", error);
+    startUs = NotNegative("OrmaSetMediaSpecialEffect", "start", startUs);
+    durationUs = NotNegative("OrmaSetMediaSpecialEffect", "duration", durationUs);
     media.specialEffects.push_back({chain, startUs, durationUs});
     return int32_t{kOk};
   });

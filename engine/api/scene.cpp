@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "engine/api/api.h"
+#include "engine/api/value_limits.h"
 #include "engine/render/transitions.h"
 
 using namespace orma;
@@ -10,14 +11,12 @@ using namespace orma;
 namespace {
 
 OrmaSceneHandle NewScene(const char* function, int64_t startUs, int64_t endUs, bool pip) {
-  if (startUs < 0 || endUs <= startUs) {
-    Refuse(function, kBadArgument,
-           "span " + std::to_string(startUs) + ".." + std::to_string(endUs) + " us is empty or negative");
-    return nullptr;
-  }
+  // An empty span leaves the scene out; one starting before 0 starts at 0.
+  bool empty = EmptySpan(function, startUs, endUs);
   auto* s = new Scene(pip);
-  s->startUs = startUs;
+  s->startUs = empty ? startUs : NotNegative(function, "start", startUs);
   s->endUs = endUs;
+  if (empty) LeaveOut(*s);
   RegisterHandle(s);
   return s;
 }

@@ -23,6 +23,7 @@ extern "C" {
 #include "engine/core/libraries.h"
 #include "engine/core/log.h"
 #include "engine/encode/encoder.h"
+#include "engine/encode/output_file.h"
 #include "engine/timeline/timeline.h"
 
 namespace orma {
@@ -139,11 +140,8 @@ int32_t Render(VirtualVideo& video) {
   struct stat st;
   if (stat(target.c_str(), &st) == 0 && S_ISDIR(st.st_mode))
     return Failure(kOutputNotWritable, "cannot write " + target + ": it is a folder");
-  size_t slash = target.rfind('/');
-  std::string folder = target.substr(0, slash), base = target.substr(slash + 1);
-  size_t dot = base.rfind('.');
-  std::string extension = dot == std::string::npos ? "" : base.substr(dot);
-  std::string temp = folder + "/." + base + "." + std::to_string(getpid()) + ".part" + extension;
+  RemoveStaleTemporaries(target);
+  std::string temp = TemporaryOutputPath(target);
   int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   if (fd < 0) return Failure(kOutputNotWritable, "cannot write " + target + ": " + std::strerror(errno));
   ::close(fd);
@@ -187,7 +185,8 @@ int32_t Render(VirtualVideo& video) {
   mlt_producer producer = timeline->producer();
   mlt_producer_set_in_and_out(producer, static_cast<mlt_position>(first),
                               static_cast<mlt_position>(last - 1));
-  mlt_producer_seek(producer, static_cast<mlt_position>(first));
+  // Positions are counted from the in point: 0 is the first frame to export.
+  mlt_producer_seek(producer, 0);
   int64_t total = last - first;
 
   // MLT's read-ahead thread renders the frames in order (fetching and

@@ -11,6 +11,7 @@ extern "C" {
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -19,6 +20,7 @@ extern "C" {
 #include <mutex>
 
 #include "engine/core/libraries.h"
+#include "engine/media/picture_limits.h"
 #include "platform/platform.h"
 
 namespace orma {
@@ -46,6 +48,17 @@ bool IsRefusedDemuxer(const char* name) {
     start = end + 1;
   }
   return false;
+}
+
+// "concat:" of "concat:a.mp4|b.mp4", "subfile," of "subfile,,start,...";
+// "" for a path that starts with a folder, a drive letter or a plain name.
+std::string ProtocolPrefix(const std::string& path) {
+  if (path.empty() || !std::isalpha(static_cast<unsigned char>(path[0]))) return "";
+  size_t n = 0;
+  while (n < path.size() && (std::isalnum(static_cast<unsigned char>(path[n])) || path[n] == '_'))
+    ++n;
+  if (n < 2 || n >= path.size() || (path[n] != ':' && path[n] != ',')) return "";
+  return path.substr(0, n + 1);
 }
 
 struct FormatCloser {
@@ -120,6 +133,14 @@ std::string ResolveLocalFile(const char* path, std::string* error) {
   size_t scheme = native.find("://");
   if (scheme != std::string::npos && native.find('/') > scheme) {
     *error = "not a local file (URL): " + native;
+    return "";
+  }
+  // So are FFmpeg's other protocols ("concat:", "pipe:", "subfile,", ...):
+  // a name of two or more letters before a ":" or "," that no folder
+  // precedes. A file whose name holds a colon is given with its folder.
+  std::string protocol = ProtocolPrefix(native);
+  if (!protocol.empty()) {
+    *error = "not a local file (the " + protocol + " protocol): " + native;
     return "";
   }
   char resolved[PATH_MAX];
@@ -223,8 +244,19 @@ MediaProbe ProbeFile(const std::string& file, bool decode) {
         st->codecpar->format == AV_PIX_FMT_YUVJ422P || st->codecpar->format == AV_PIX_FMT_YUVJ444P;
     AVRational rate = av_guess_frame_rate(ctx.get(), st, nullptr);
     probe.frameRate = rate.num > 0 && rate.den > 0 ? av_q2d(rate) : 0.0;
+    int statedWidth = 0, statedHeight = 0;
+    if (probe.width <= 0 && PngHeaderSize(file, &statedWidth, &statedHeight) &&
+        !PictureSizeRefusal(statedWidth, statedHeight).empty()) {
+      probe.error = file + ": " + PictureSizeRefusal(statedWidth, statedHeight);
+      return probe;
+    }
     if (probe.width <= 0 || probe.height <= 0) {
       probe.error = file + ": picture size unknown";
+      return probe;
+    }
+    std::string tooLarge = PictureSizeRefusal(probe.width, probe.height);
+    if (!tooLarge.empty()) {
+      probe.error = file + ": " + tooLarge;
       return probe;
     }
   }

@@ -11,6 +11,7 @@ extern "C" {
 }
 
 #include "engine/core/libraries.h"
+#include "engine/media/exif_orientation.h"
 #include "engine/media/still_image.h"
 
 namespace orma {
@@ -74,6 +75,8 @@ bool LoadRgba(const MediaProbe& probe, RgbaImage* out, std::string* error) {
       int strides[4] = {w * 4, 0, 0, 0};
       sws_scale(sws, frame->data, frame->linesize, 0, h, dst, strides);
       sws_freeContext(sws);
+      // A camera's picture stored sideways says in its EXIF data how to turn it.
+      TurnRgba(ExifQuarterTurns(frame), &out->width, &out->height, &out->pixels);
     } else {
       got = false;
     }

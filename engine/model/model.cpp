@@ -32,6 +32,7 @@ Handle* FindHandle(const void* pointer) {
 int64_t TimelineLengthUs(const VirtualVideo& video) {
   int64_t length = 0;
   for (const Element* e : video.elements) {
+    if (e->leftOut) continue;
     switch (e->kind) {
     case ElementKind::MainScene:
     case ElementKind::PipScene:

@@ -114,6 +114,7 @@ struct Media : Handle {
     int64_t durationUs = 0; ///< microseconds
   };
   std::vector<PlacedEffect> specialEffects;
+  bool animationLeftOut = false; ///< the last animation set could not be read (its cycle goes with it)
 };
 
 struct Mask : Handle {
@@ -155,6 +156,7 @@ struct Element : Handle {
   int64_t endUs = 0;
   int32_t level = 0;
   bool underEveryLevel = false; ///< drawn right above the main track, whatever its level
+  bool leftOut = false;         ///< an empty span: kept as a handle, never drawn or played
   VirtualVideo* video = nullptr;
   size_t order = 0; ///< position in the video's element list
 };
@@ -218,6 +220,7 @@ struct CaptionItem : Handle {
   CaptionItem() : Handle(HandleType::CaptionItem) {}
   Caption* caption = nullptr;
   OrmaCaptionItemBlock block{};
+  bool filled = false; ///< a caller has written its parameter block
   CaptionItemAttributes attrs;
 };
 

@@ -325,7 +325,7 @@ bool Timeline::Build(std::string* error) {
   // the main track alone come before every level.
   std::vector<Element*> main, stacked;
   for (Element* e : video.elements)
-    (e->kind == ElementKind::MainScene ? main : stacked).push_back(e);
+    if (!e->leftOut) (e->kind == ElementKind::MainScene ? main : stacked).push_back(e);
   std::stable_sort(main.begin(), main.end(),
                    [](const Element* a, const Element* b) { return a->startUs < b->startUs; });
   auto key = [](const Element* e) {

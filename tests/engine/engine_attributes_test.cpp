@@ -180,14 +180,17 @@ TEST_F(EngineAttributes, LutIntensityMixesTheOriginalAndTheResult) {
   EXPECT_COLOR(v, 10, 0.5, 0.5, kGrey);
 }
 
-TEST_F(EngineAttributes, BadLookUpTablesAreRefused) {
+TEST_F(EngineAttributes, BadLookUpTablesAreLeftOutAndTheItemDrawnWithout) {
   OrmaVideoHandle vv = NewVideo();
   OrmaMediaHandle m = nullptr;
   AddScene(vv, 0, 1, "red.mp4", &m);
   WriteFile(Path("short.cube"), "LUT_3D_SIZE 2\n0 0 0\n1 1 1\n");
-  EXPECT_EQ(OrmaSetMediaLUT(m, Path("short.cube").c_str(), 1.0f), -3);
-  EXPECT_EQ(OrmaSetMediaLUT(m, Media("yellow.jpg").c_str(), 1.0f), -3); // not a HALD CLUT
-  EXPECT_EQ(OrmaSetMediaLUT(m, InvertingCube().c_str(), -1.0f), -2);
+  EXPECT_EQ(OrmaSetMediaLUT(m, Path("short.cube").c_str(), 1.0f), 1);
+  EXPECT_EQ(OrmaSetMediaLUT(m, Media("yellow.jpg").c_str(), 1.0f), 1); // not a HALD CLUT
+  EXPECT_EQ(OrmaSetMediaLUT(m, Path("missing.cube").c_str(), 1.0f), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_COLOR(v, 10, 0.5, 0.5, kRed);
 }
 
 TEST_F(EngineAttributes, ChromaKeyRevealsTheBackgroundAndKeepsTheSubject) {

@@ -1,75 +1,17 @@
 // The whole program: ormadraft reads a draft and its export settings and the
 // core library writes the video.
-#include <sys/wait.h>
-
-#include <cstdio>
-#include <string>
-
-#include "tests/engine/engine_test_support.h"
+#include "tests/engine/program_run.h"
 
 namespace {
 
-struct ProgramRun {
-  int status = -1;
-  std::string output;
-};
-
-class EndToEnd : public EngineTest {
+class EndToEnd : public ProgramTest {
 protected:
-  void SetUp() override {
-    EngineTest::SetUp();
-#ifndef ORMADRAFT_EXE
-    GTEST_SKIP() << "the ormadraft program is not part of this build";
-#endif
-    for (const char* name : {"red.mp4", "blue.mp4", "green.mp4", "halves.png"})
-      WriteFile(Path(name), ReadFile(Media(name)));
-  }
-
-  // Runs the program with the draft and settings of this test's folder.
-  ProgramRun Ormadraft(const std::string& environment = "", const std::string& extra = "") {
-    ProgramRun run;
-#ifdef ORMADRAFT_EXE
-    std::string command = "cd '" + folder() + "' && " + environment + " '" + ORMADRAFT_EXE + "' '" +
-                          Path("draft.json") + "' '" + Path("export.json") + "' " + extra + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return run;
-    char buffer[4096];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-      run.output.append(buffer, n);
-    int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
-    return run;
-  }
-
-  static std::string Scene(const std::string& media, double from, double to, const std::string& more = "") {
-    return R"({"media": [{"path": ")" + media + R"(", "trimTimeStart": 0, "trimTimeEnd": )" +
-           std::to_string(to - from) + R"(, "timelineFrom": )" + std::to_string(from) +
-           R"(, "timelineTo": )" + std::to_string(to) + R"(, "speed": 1, "alpha": 1, "volume": 1)" + more +
-           "}]";
-  }
-
-  void WriteDraft(const std::string& scenes, const std::string& mediaInfo) {
-    WriteFile(Path("draft.json"), R"({"ver": 5, "name": "test", "size": {"width": 320, "height": 180},
-      "mediaInfo": [)" + mediaInfo + R"(], "scenes": [)" +
-                                      scenes + "]}");
-  }
-
   // Two scenes, red then blue, a second each.
   void WriteTwoScenes(const std::string& redExtra = "", const std::string& sceneExtra = "") {
     WriteDraft(Scene("red.mp4", 0, 1, redExtra) + sceneExtra + "}," + Scene("blue.mp4", 1, 2) + "}",
                R"({"path": "red.mp4", "timelineFrom": 0, "timelineTo": 1, "replaceType": 1},
                   {"path": "blue.mp4", "timelineFrom": 1, "timelineTo": 2, "replaceType": 1})");
   }
-
-  void WriteSettings(const std::string& more) {
-    WriteFile(Path("export.json"), R"({"video": {"fps": 25, "bitrate": 800, "encoder": "libx264"},
-      "audio": {"channels": 2, "samples": 44100, "bitrate": 128})" +
-                                       more + "}");
-  }
-
-  static std::string Transitions() { return std::string(ORMA_SOURCE_DIR) + "/resources/transitions/"; }
 };
 
 TEST_F(EndToEnd, DraftRendersToAVideoWithProgress) {

@@ -121,7 +121,8 @@ TEST_F(EngineMasksEffects, AMaskPictureOrVideoIsALumaMatte) {
   AddScene(vv, 1, 2, "red.mp4", &video);
   ASSERT_EQ(OrmaSetMediaMaskVideo(picture, Media("matte.png").c_str()), 1);
   ASSERT_EQ(OrmaSetMediaMaskVideo(video, Media("matte.mp4").c_str()), 1);
-  EXPECT_LT(OrmaSetMediaMaskVideo(video, Media("tone.mp3").c_str()), 1); // no picture
+  // No picture: left out with a log line, the matte set before stays.
+  EXPECT_EQ(OrmaSetMediaMaskVideo(video, Media("tone.mp3").c_str()), 1);
   ASSERT_EQ(Export(vv), 1);
   DecodedVideo v = Decode();
   ASSERT_TRUE(v.ok) << v.error;
@@ -131,13 +132,25 @@ TEST_F(EngineMasksEffects, AMaskPictureOrVideoIsALumaMatte) {
   }
 }
 
-TEST_F(EngineMasksEffects, BrokenMaskResourcesAreRefused) {
+TEST_F(EngineMasksEffects, BrokenMaskResourcesAreLeftOutAndTheItemDrawnWhole) {
   OrmaVideoHandle vv = NewVideo();
   OrmaMediaHandle m = nullptr;
   AddScene(vv, 0, 1, "red.mp4", &m);
   WriteFile(Path("config.json"), R"({"shape": "cloud"})");
-  EXPECT_EQ(OrmaAddMediaMaskFromConfig(m, Path("config.json").c_str()), nullptr);
-  EXPECT_EQ(OrmaAddMediaMaskFromConfig(m, Path("missing.json").c_str()), nullptr);
+  OrmaMaskHandle cloud = OrmaAddMediaMaskFromConfig(m, Path("config.json").c_str());
+  OrmaMaskHandle missing = OrmaAddMediaMaskFromConfig(m, Path("missing.json").c_str());
+  ASSERT_NE(cloud, nullptr);
+  ASSERT_NE(missing, nullptr);
+  OrmaMaskShapeBlock shape{};
+  shape.width = 0.1f;
+  shape.height = 0.1f;
+  EXPECT_EQ(OrmaUpdateMediaMaskParam(m, cloud, &shape), 1);
+  OrmaMaskKeyFrameBlock frame{};
+  EXPECT_EQ(OrmaMediaAddMaskKeyFrameAnimation(m, missing, &frame), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_COLOR(v, 10, 0.05, 0.05, kRed);
+  EXPECT_COLOR(v, 10, 0.5, 0.5, kRed);
 }
 
 TEST_F(EngineMasksEffects, AnEffectActsOverItsSpanOfTheItem) {
@@ -170,13 +183,16 @@ TEST_F(EngineMasksEffects, MirrorAndFlashEffects) {
   EXPECT_PRED2(Close, later, kRed);
 }
 
-TEST_F(EngineMasksEffects, BrokenEffectResourcesAreRefused) {
+TEST_F(EngineMasksEffects, BrokenEffectResourcesAreLeftOutAndTheItemDrawnWithout) {
   OrmaVideoHandle vv = NewVideo();
   OrmaMediaHandle m = nullptr;
   AddScene(vv, 0, 1, "red.mp4", &m);
   WriteFile(Path("config.json"), R"({"filters": [{"filter": "sparkle"}]})");
-  EXPECT_EQ(OrmaSetMediaSpecialEffect(m, Path("config.json").c_str(), 0, kSecond), -3);
-  EXPECT_EQ(OrmaSetMediaSpecialEffect(m, Resource("effects", "shake").c_str(), 0, -1), -2);
+  EXPECT_EQ(OrmaSetMediaSpecialEffect(m, Path("config.json").c_str(), 0, kSecond), 1);
+  EXPECT_EQ(OrmaSetMediaSpecialEffect(m, Path("missing.json").c_str(), 0, kSecond), 1);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_COLOR(v, 10, 0.5, 0.5, kRed);
 }
 
 } // namespace

@@ -142,14 +142,18 @@ TEST_F(EngineMotion, KeyFramesAnimateCropRotationAndAdjustments) {
   EXPECT_COLOR(v, F(1.5), 0.75, 0.5, kRed);
 }
 
-TEST_F(EngineMotion, BrokenAnimationResourcesAreRefusedAtTheCall) {
+TEST_F(EngineMotion, BrokenAnimationResourcesAreLeftOutAndTheItemStandsStill) {
   OrmaVideoHandle vv = NewVideo();
   OrmaMediaHandle m = nullptr;
   AddScene(vv, 0, 2, "white.bmp", &m);
   WriteFile(Path("config.json"), R"({"keys": [{"at": 0, "opacity": 3}]})");
-  EXPECT_EQ(OrmaSetMediaAnimation(m, Path("config.json").c_str(), 0, 0, kSecond), -3);
-  EXPECT_EQ(OrmaSetMediaAnimation(m, Path("missing.json").c_str(), 0, 0, kSecond), -3);
-  EXPECT_EQ(OrmaSetMediaAnimationCycleDuration(m, kSecond), -4); // no animation to take it
+  EXPECT_EQ(OrmaSetMediaAnimation(m, Path("config.json").c_str(), 0, 0, kSecond), 1);
+  EXPECT_EQ(OrmaSetMediaAnimation(m, Path("missing.json").c_str(), 2, 0, kSecond), 1);
+  EXPECT_EQ(OrmaSetMediaAnimationCycleDuration(m, kSecond), 1); // goes with its left-out animation
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_COLOR(v, 0, 0.5, 0.5, (Rgb{255, 255, 255}));
+  EXPECT_COLOR(v, 30, 0.5, 0.5, (Rgb{255, 255, 255}));
 }
 
 } // namespace

@@ -73,4 +73,5 @@ ff -f lavfi -i "color=c=white:s=160x180:r=25:d=1" -f lavfi -i "color=c=black:s=1
    -filter_complex "[0][1]hstack" -c:v libx264 -pix_fmt yuv420p matte.mp4
 # Faces (face count, big eye, thin face).
 bash "$here/make_face.sh" "$PWD"
+bash "$here/make_corpus.sh" "$PWD/corpus"
 touch .complete

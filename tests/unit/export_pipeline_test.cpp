@@ -195,7 +195,8 @@ TEST_F(ExportPipeline, FullExportCallsTheLibraryInOrder) {
                      "OrmaCreateScene(3000000, 5000000)", "OrmaAddScene(h1, h6)",
                      "OrmaSceneCreateMedia(" + Quoted("d.mp4") + ")", "OrmaSceneAddMediaHandle(h6, h7)"});
   Extend(&expected, PlainAttributes("h7", "2000000"));
-  Extend(&expected, {"OrmaSetSceneBackGroundImage(h6, \"bg.png\")", "OrmaSetSceneTransitionMode(h1, h6, 3)",
+  Extend(&expected, {"OrmaSetSceneBackGroundImage(h6, " + Quoted("bg.png") + ")",
+                     "OrmaSetSceneTransitionMode(h1, h6, 3)",
                      "OrmaSetSceneTransition(h1, h6, " + Quoted("trans/two/file/config.json") + ", 1000000)",
                      "OrmaCreateScene(5000000, 6000000)", "OrmaAddScene(h1, h8)",
                      "OrmaSceneCreateMedia(" + Quoted("e.mp4") + ")", "OrmaSceneAddMediaHandle(h8, h9)"});
@@ -344,6 +345,31 @@ TEST_F(ExportPipeline, SettingsFileRangeTakesPrecedenceOverTheCommandLine) {
   EXPECT_NE(console.find("nLimitTimelineStart:500000 nLimitTimelineEnd:8000000\n"), std::string::npos);
 }
 
+TEST_F(ExportPipeline, AReversedOrNegativeRangeEndsTheExportWithoutEncoding) {
+  const int64_t ranges[][2] = {{800000, 300000}, {1000000, 1000000}, {-1, 0}, {0, -5}};
+  for (const auto& range : ranges) {
+    recorder::Reset();
+    console.clear();
+    std::memset(message, 0, sizeof message);
+    AddScene(0, 2);
+    document->exportStart = range[0];
+    document->exportEnd = range[1];
+    EXPECT_EQ(Export(), kEmptyExportRange) << range[0] << ".." << range[1];
+    EXPECT_STREQ(message, "Export range is empty");
+    EXPECT_FALSE(Called("OrmaEditSetLimitTime"));
+    EXPECT_FALSE(Called("OrmaEditMedia"));
+    EXPECT_NE(console.find("selects no time"), std::string::npos) << console;
+    document->scenes = nullptr;
+  }
+}
+
+TEST_F(ExportPipeline, ARangeFromTheSettingsFileIsCheckedToo) {
+  AddScene(0, 2);
+  SettingsFile(R"({"time": {"start": 3.0, "end": 1.0}})");
+  EXPECT_EQ(Export(), kEmptyExportRange);
+  EXPECT_FALSE(Called("OrmaEditMedia"));
+}
+
 TEST_F(ExportPipeline, SecondSceneStartsWhereTheExplicitSpanEnded) {
   AddScene(0.5f, 2.5f);
   SceneRecord* second = Append(&document->scenes);
@@ -385,7 +411,7 @@ TEST_F(ExportPipeline, SceneWithoutBackgroundGetsNoBackgroundCall) {
     EXPECT_EQ(line.find("BackGround"), std::string::npos) << line;
 }
 
-TEST_F(ExportPipeline, BackgroundImageWinsAndIsPassedAsStored) {
+TEST_F(ExportPipeline, BackgroundImageWinsAndIsJoinedToTheDraftFolder) {
   SceneRecord* scene = AddScene(0, 2);
   BackgroundRecord* background = Background(scene);
   SetText(background->imagePath, "images/bg.png");
@@ -393,7 +419,7 @@ TEST_F(ExportPipeline, BackgroundImageWinsAndIsPassedAsStored) {
   background->blurIntensity = 1;
   EXPECT_EQ(Export(), 1);
   EXPECT_EQ(Named("OrmaSetSceneBackGroundImage"),
-            Lines{"OrmaSetSceneBackGroundImage(h2, \"images/bg.png\")"});
+            Lines{"OrmaSetSceneBackGroundImage(h2, " + Quoted("images/bg.png") + ")"});
   EXPECT_FALSE(Called("OrmaSetSceneBackGroundColor"));
   EXPECT_FALSE(Called("OrmaSetSceneBackGroundGaussBlur"));
 }
