@@ -63,20 +63,6 @@ Inverse Invert(const Placement& p) {
   return r;
 }
 
-// Bilinear sample of a plane with the edge extended.
-inline int Sample(const uint8_t* p, int stride, int w, int h, float x, float y) {
-  x = std::clamp(x, 0.0f, static_cast<float>(w - 1));
-  y = std::clamp(y, 0.0f, static_cast<float>(h - 1));
-  int x0 = static_cast<int>(x), y0 = static_cast<int>(y);
-  int x1 = std::min(x0 + 1, w - 1), y1 = std::min(y0 + 1, h - 1);
-  int fx = static_cast<int>((x - x0) * 256.0f), fy = static_cast<int>((y - y0) * 256.0f);
-  const uint8_t* r0 = p + static_cast<size_t>(y0) * stride;
-  const uint8_t* r1 = p + static_cast<size_t>(y1) * stride;
-  int top = r0[x0] * (256 - fx) + r0[x1] * fx;
-  int bottom = r1[x0] * (256 - fx) + r1[x1] * fx;
-  return (top * (256 - fy) + bottom * fy + 32768) >> 16;
-}
-
 // Coverage 0..256 of a point of the item: its alpha, fading to 0 over the
 // pixel beyond the edge so rotated edges are smooth.
 // `kx` and `ky` are canvas pixels per item pixel along the item's axes.
@@ -89,7 +75,7 @@ inline int Coverage(const Yuv& item, const float* r, float kx, float ky, float x
   if (e <= 0.0f) return 0;
   int edge = e >= 1.0f ? 256 : static_cast<int>(e * 256.0f);
   if (!item.p[3]) return edge;
-  int a = Sample(item.p[3], item.s[3], item.w, item.h, x, y);
+  int a = SampleBilinear(item.p[3], item.s[3], item.w, item.h, x, y);
   return (a * edge + 127) / 255;
 }
 
@@ -154,7 +140,7 @@ bool Prepare(const Yuv& canvas, const Yuv& item, const Placement& p, float opaci
 // Where one canvas coordinate samples the item along one axis: the two
 // neighbouring item samples, the weight of the second (0..256) and, for
 // luma, the edge coverage along that axis (0..256). The same arithmetic as
-// Sample() and Coverage(), so both paths give the same codes.
+// SampleBilinear() and Coverage(), so both paths give the same codes.
 struct Tap {
   int i0, i1, f, edge;
 };
@@ -260,7 +246,7 @@ ORMA_AVX2_FUNCTION void ResampleRowWindowsAvx2(const uint8_t* src, const WindowP
 #endif
 
 // Item rows resampled to the canvas columns, kept exact (at most 255 * 256)
-// so that mixing two of them finishes the same bilinear sum as Sample(); kept
+// so that mixing two of them finishes the same bilinear sum as SampleBilinear(); kept
 // for the next canvas row: when an item is enlarged, each item row is
 // between two canvas rows.
 class ResampledRows {
@@ -580,7 +566,7 @@ void ComposeEachPixel(Yuv& canvas, const Yuv& item, const Placement& p, float op
         float iy = inv.c * cx + inv.d * cy + inv.ty - 0.5f;
         int cov = Coverage(item, vis, kx, ky, ix, iy);
         sw[r][x - x0] = (cov * op + 128) >> 8;
-        sy[r][x - x0] = cov ? Sample(item.p[0], item.s[0], item.w, item.h, ix, iy) : 0;
+        sy[r][x - x0] = cov ? SampleBilinear(item.p[0], item.s[0], item.w, item.h, ix, iy) : 0;
       }
     }
     for (int bx = x0; bx < x1; bx += 2) {
@@ -596,8 +582,8 @@ void ComposeEachPixel(Yuv& canvas, const Yuv& item, const Placement& p, float op
       float cx = bx + 1.0f, cy = y + 1.0f;
       float ix = (inv.a * cx + inv.b * cy + inv.tx) * 0.5f - 0.5f;
       float iy = (inv.c * cx + inv.d * cy + inv.ty) * 0.5f - 0.5f;
-      int su = Sample(item.p[1], item.s[1], cw, ch, ix, iy);
-      int sv = Sample(item.p[2], item.s[2], cw, ch, ix, iy);
+      int su = SampleBilinear(item.p[1], item.s[1], cw, ch, ix, iy);
+      int sv = SampleBilinear(item.p[2], item.s[2], cw, ch, ix, iy);
       uint8_t* du = canvas.p[1] + static_cast<size_t>(y / 2) * canvas.s[1] + bx / 2;
       uint8_t* dv = canvas.p[2] + static_cast<size_t>(y / 2) * canvas.s[2] + bx / 2;
       int cwgt = (sum + n / 2) / n;
