@@ -286,6 +286,13 @@ ORMA_API int32_t OrmaSetAudioBitrate(OrmaVideoHandle vv, int32_t kbits);
 ORMA_API int32_t OrmaSetAudioCodec(OrmaVideoHandle vv, const char* name);
 ORMA_API int32_t OrmaEnableHWDecoder(OrmaVideoHandle vv, int32_t mode);
 ORMA_API int32_t OrmaEnableHWEncoder(OrmaVideoHandle vv, int32_t mode);
+/* Which streams the export writes: ORMA_STREAMS_BOTH (the default), or the
+ * picture or the sound alone, so that a long timeline can be rendered as
+ * picture ranges and one sound pass and joined without re-encoding. */
+#define ORMA_STREAMS_VIDEO 1
+#define ORMA_STREAMS_SOUND 2
+#define ORMA_STREAMS_BOTH 3
+ORMA_API int32_t OrmaSetOutputStreams(OrmaVideoHandle vv, int32_t streams);
 
 /* ---- Scenes, media, backgrounds, transitions ---- */
 ORMA_API OrmaSceneHandle OrmaCreateScene(int64_t startUs, int64_t endUs);

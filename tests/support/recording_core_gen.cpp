@@ -111,6 +111,15 @@ int32_t OrmaEnableHWEncoder(OrmaVideoHandle vv, int32_t mode) {
   return static_cast<int32_t>(r);
 }
 
+int32_t OrmaSetOutputStreams(OrmaVideoHandle vv, int32_t streams) {
+  Call c;
+  c.name = "OrmaSetOutputStreams";
+  c.args.push_back(HandleName(vv));
+  c.args.push_back(std::to_string(streams));
+  int64_t r = Finish(std::move(c));
+  return static_cast<int32_t>(r);
+}
+
 OrmaSceneHandle OrmaCreateScene(int64_t startUs, int64_t endUs) {
   Call c;
   c.name = "OrmaCreateScene";
