@@ -15,16 +15,20 @@
 # run succeeded when its console ends with "export success!". A failed run is
 # requeued once through Slurm (the job is submitted with --requeue); a second
 # failure is final and leaves status/KIND-INDEX.failed naming its log, which
-# the submitting side reports. Success leaves status/KIND-INDEX.done.
+# the submitting side reports. Success leaves status/KIND-INDEX.done. Run by
+# another scheduler (no SLURM_JOB_ID: farm/kubernetes/render-job.yaml sets the
+# array index itself), a failure just ends the run and that scheduler retries.
 set -u
 kind=$1
 work=$(pwd)
 index=${SLURM_ARRAY_TASK_ID:-0}
 name=$kind-$index
 attempt=${SLURM_RESTART_COUNT:-0}
-mkdir -p "$work/run" "$work/status"
+mkdir -p "$work/run" "$work/status" "$work/logs"
 log=$work/logs/$name.log
 out=$work/run/$name.out
+# Slurm writes the job's output to the log; elsewhere the task does.
+[ -n "${SLURM_JOB_ID:-}" ] || exec > >(tee -a "$log") 2>&1
 
 echo "== $name attempt $((attempt + 1)) on $(hostname) at $(date -u +%FT%TZ)"
 mapfile -d '' args <"$work/args/$name"
@@ -75,7 +79,12 @@ if [ $status -eq 0 ]; then
   touch "$work/status/$name.done"
   exit 0
 fi
-if [ "$attempt" -lt 1 ] && [ -n "${SLURM_JOB_ID:-}" ]; then
+if [ -z "${SLURM_JOB_ID:-}" ]; then
+  # Another scheduler (a Kubernetes Job) counts the attempts itself.
+  echo "== $name failed; log: $log"
+  exit 1
+fi
+if [ "$attempt" -lt 1 ]; then
   job=${SLURM_ARRAY_JOB_ID:+${SLURM_ARRAY_JOB_ID}_${SLURM_ARRAY_TASK_ID}}
   job=${job:-$SLURM_JOB_ID}
   echo "== $name failed; requeued for a second attempt"
