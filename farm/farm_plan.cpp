@@ -6,9 +6,10 @@
 // spans as the export) and writes PLAN.json: the export settings file's own
 // range ("start"/"end" in microseconds, 0 when it gives none) and every main
 // scene with its span in microseconds, as the export passes it to the core
-// library, and whether a transition leads out of it. farm/ormadraft-farm cuts
-// the timeline only between scenes that no transition joins, so every part
-// starts and ends on a plain cut. The working copy of the draft that loading
+// library, and whether a transition leads out of it and how long it is.
+// farm/ormadraft-farm cuts the timeline between scenes that no transition
+// joins, or inside a scene away from any transition, so that no part starts
+// or ends inside a transition. The working copy of the draft that loading
 // writes is deleted again. Exit status 0 on success, 1 with a message on
 // standard error otherwise.
 #include <cstdio>
@@ -56,10 +57,12 @@ bool WriteScenes(const DraftDocument* document, std::string* json) {
     }
     position = end;
     const bool transition = scene->transition && scene->transition->folderPath[0];
-    char line[160];
-    std::snprintf(line, sizeof line, "%s\n    {\"start\": %lld, \"end\": %lld, \"transition\": %s}",
+    const long long transitionUs = transition ? convert::SecondsToUs(scene->transition->duration) : 0;
+    char line[200];
+    std::snprintf(line, sizeof line,
+                  "%s\n    {\"start\": %lld, \"end\": %lld, \"transition\": %s, \"transitionUs\": %lld}",
                   first ? "" : ",", static_cast<long long>(convert::ToInt64(start)),
-                  static_cast<long long>(convert::ToInt64(end)), transition ? "true" : "false");
+                  static_cast<long long>(convert::ToInt64(end)), transition ? "true" : "false", transitionUs);
     *json += line;
     first = false;
   }

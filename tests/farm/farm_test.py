@@ -12,13 +12,14 @@ encoder the frame hashes of the single render), a renderer killed halfway
 through its part, a part that fails twice, and a batch of twenty drafts of
 which two are bad. The drafts are made by tests/farm/make_drafts.py (nine
 scenes over 8.4 s at 320x180, so a render takes a second or two here); the
-demo draft is rendered too when ORMA_FARM_DEMO=1 (it has one plain cut, so it
-splits into two parts, and takes minutes on two shared cores).
+demo draft is rendered too when ORMA_FARM_DEMO=1 (a transition at every cut,
+so its parts start inside scenes; it takes minutes on two shared cores).
 """
 import hashlib
 import json
 import os
 import re
+import shutil
 import signal
 import subprocess
 import sys
@@ -173,14 +174,20 @@ class RenderInParts(FarmTest):
                         self.assertLess(same, mse(frames[i], single_frames[j]),
                                         f"{chunks} parts: frame {i} at the cut {cut} looks like frame {j}")
 
-    def test_lossless_parts_have_the_frame_hashes_of_the_single_render(self):
+    def test_lossless_parts_cut_also_inside_scenes_have_the_frame_hashes_of_the_single_render(self):
         single = WORK / "lossless-single.mkv"
         single_render(self.draft, settings("lossless-single.json", single, encoder="ffv1"))
         out = WORK / "lossless parts.mkv"
-        self.render(3, settings("lossless-parts.json", out, encoder="ffv1"))
+        # Twelve parts: more than the draft has plain scene cuts.
+        self.render(12, settings("lossless-parts.json", out, encoder="ffv1"))
         want, got = frame_hashes(single), frame_hashes(out)
         self.assertEqual(len(got), 210)
-        for cut in cut_frames(out):
+        cuts = cut_frames(out)
+        self.assertEqual(len(cuts), 11)
+        self.assertTrue(set(cuts) - {23, 46, 70, 98, 120, 163, 185}, "no part starts inside a scene")
+        # The dissolve at 5.6 s renders frames 135 to 144; two more are kept clear.
+        self.assertFalse(any(133 < c < 147 for c in cuts), f"a part starts in or next to the dissolve: {cuts}")
+        for cut in cuts:
             self.assertEqual(got[cut - 3:cut + 3], want[cut - 3:cut + 3], f"frames around the cut at {cut}")
         self.assertEqual(got, want)
         self.assertEqual(sound_digest(out), sound_digest(single))
@@ -202,27 +209,33 @@ class RenderInParts(FarmTest):
 
 
 class Failures(FarmTest):
-    def test_a_renderer_killed_halfway_is_requeued_and_the_result_is_right(self):
+    def test_a_renderer_killed_while_running_is_requeued_and_the_result_is_right(self):
         out = WORK / "killed.mp4"
+        work = WORK / "killed work"
         command = [sys.executable, str(FARM), "render", str(self.draft), str(settings("killed.json", out)),
-                   "--chunks", "2", "--bin", str(BUILD), "--poll", "0.3"]
+                   "--chunks", "2", "--bin", str(BUILD), "--poll", "0.3", "--work", str(work)]
+        shutil.rmtree(work, ignore_errors=True)
         process = subprocess.Popen(command, cwd=WORK, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-        work = None
-        killed = False
+        pid_file = work / "run" / "part-1.pid"
         deadline = time.monotonic() + 120
-        while time.monotonic() < deadline and not killed:
-            found = sorted(WORK.glob(".ormadraft-farm/killed-*"), key=lambda p: p.stat().st_mtime)
-            work = found[-1] if found else None
-            if work and (work / "run" / "part-1.pid").exists():
-                output = work / "run" / "part-1.out"
-                if output.exists() and "progress:" in output.read_text(errors="replace"):
-                    pid = int((work / "run" / "part-1.pid").read_text())
-                    os.kill(pid, signal.SIGKILL)  # the renderer of the second part, halfway
-                    killed = True
-            time.sleep(0.02)
-        self.assertTrue(killed, "the second part's renderer was never seen running")
+        while not pid_file.exists() and time.monotonic() < deadline:
+            time.sleep(0.005)
+        time.sleep(0.005)  # the task writes the number right after starting the renderer
+        pid = int(pid_file.read_text())
+        # Once the task's shell has become the renderer (starting up takes
+        # the renderer far longer than these looks), it is frozen, checked
+        # to be the second part's renderer, and killed.
+        command_line = []
+        while not (command_line and command_line[0].endswith(b"/ormadraft")) and time.monotonic() < deadline:
+            command_line = Path(f"/proc/{pid}/cmdline").read_bytes().split(b"\0")
+        os.kill(pid, signal.SIGSTOP)
+        command_line = Path(f"/proc/{pid}/cmdline").read_bytes().split(b"\0")
+        self.assertTrue(command_line[0].endswith(b"/ormadraft"), command_line)
+        self.assertIn(os.fsencode(str(work / "args" / "part-1.json")), command_line)
+        os.kill(pid, signal.SIGKILL)
         console, _ = process.communicate(timeout=300)
         self.assertEqual(process.returncode, 0, console)
+        self.assertNotIn("export success!", (work / "logs" / "part-1.log").read_text().split("attempt 2")[0])
         log = (work / "logs" / "part-1.log").read_text()
         self.assertIn("part-1 failed; requeued for a second attempt", log)
         self.assertIn("== part-1 attempt 2", log)
@@ -272,7 +285,7 @@ class Batch(FarmTest):
 
 @unittest.skipUnless(os.environ.get("ORMA_FARM_DEMO") == "1", "the demo draft takes minutes; ORMA_FARM_DEMO=1")
 class Demo(unittest.TestCase):
-    def test_the_demo_in_two_parts_is_the_single_render(self):
+    def test_the_demo_in_seven_parts_cut_inside_its_scenes_is_the_single_render(self):
         demo = ROOT / "examples" / "demo"
         settings_json = json.loads((demo / "export.json").read_text())
         for name in ("single", "parts"):
@@ -281,7 +294,9 @@ class Demo(unittest.TestCase):
         single_render(demo / "draft.json", WORK / "demo-single.json")
         done = farm("render", demo / "draft.json", WORK / "demo-parts.json", "--chunks", "7")
         self.assertEqual(done.returncode, 0, done.stdout)
-        self.assertIn("7 parts asked, but the timeline has only 1 plain cuts: 2 parts", done.stdout)
+        # Every cut of the demo carries a transition: the parts start inside
+        # scenes, clear of the transitions.
+        self.assertIn("7 parts in job array", done.stdout)
         out, single = WORK / "demo-parts.mp4", WORK / "demo-single.mp4"
         self.assertEqual(streams(out)["video"][0], streams(single)["video"][0])
         self.assertEqual(sound_digest(out), sound_digest(single))

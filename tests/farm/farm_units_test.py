@@ -59,13 +59,33 @@ class Plan(unittest.TestCase):
 
     def test_a_cut_joined_by_a_transition_is_never_taken(self):
         # The even split lies on the cut at 2 s, which a transition joins.
-        ranges = farm.split_ranges(plan([0, 1, 2, 3, 4], transitions={1}), 2)
+        ranges = farm.split_ranges(plan([0, 1, 2, 3, 4], transitions={1}), 2, inside_scenes=False)
         self.assertEqual(ranges, [(0, 1000000), (1000000, 0)])
-        self.assertNotIn(2000000, [s for s, _ in ranges])
+        # Inside the scenes, the part starts two frames before the
+        # transition (of no length here) instead.
+        self.assertEqual(farm.split_ranges(plan([0, 1, 2, 3, 4], transitions={1}), 2),
+                         [(0, 1920000), (1920000, 0)])
 
-    def test_too_few_plain_cuts_give_fewer_parts(self):
-        ranges = farm.split_ranges(plan([0, 1, 2, 3, 4], transitions={0, 2}), 7)
+    def test_too_few_plain_cuts_give_fewer_parts_when_only_scene_cuts_are_taken(self):
+        ranges = farm.split_ranges(plan([0, 1, 2, 3, 4], transitions={0, 2}), 7, inside_scenes=False)
         self.assertEqual(ranges, [(0, 2000000), (2000000, 0)])
+
+    def test_without_a_scene_cut_nearby_a_part_starts_inside_a_scene(self):
+        # Two long scenes: the even split of three lies inside them.
+        ranges = farm.split_ranges(plan([0, 6, 12]), 3)
+        self.assertEqual(ranges, [(0, 4000000), (4000000, 8000000), (8000000, 0)])
+        # A scene cut within a quarter of a part is still preferred.
+        self.assertEqual(farm.split_ranges(plan([0, 3.5, 12]), 3)[0], (0, 3500000))
+
+    def test_a_cut_inside_scenes_keeps_clear_of_transitions(self):
+        # A one-second transition across the cut at 4 s covers 3.5 to 4.5 s;
+        # with two frames to spare the split point 4 s moves to 3.42 s.
+        p = plan([0, 4, 8], transitions={0})
+        p["scenes"][0]["transitionUs"] = 1000000
+        ranges = farm.split_ranges(p, 2)
+        self.assertEqual(ranges, [(0, 3420000), (3420000, 0)])
+        for start, _ in ranges[1:]:
+            self.assertFalse(3500000 - 80000 < start < 4500000 + 80000)
 
     def test_the_settings_range_bounds_the_parts(self):
         ranges = farm.split_ranges(plan([0, 1, 2, 3, 4, 5, 6], start=1500000, end=5900000), 2)
@@ -74,7 +94,7 @@ class Plan(unittest.TestCase):
     def test_a_gap_between_scenes_is_no_cut(self):
         p = plan([0, 1, 2, 3])
         p["scenes"][2]["start"] += 40000  # the third scene starts a frame late
-        self.assertEqual(farm.split_ranges(p, 3), [(0, 1000000), (1000000, 0)])
+        self.assertEqual(farm.split_ranges(p, 3, inside_scenes=False), [(0, 1000000), (1000000, 0)])
 
     def test_range_arguments_come_back_as_the_same_microseconds(self):
         # The program reads "seconds" with atof, multiplies by 1,000,000 and
