@@ -192,6 +192,22 @@ class RenderInParts(FarmTest):
         self.assertEqual(got, want)
         self.assertEqual(sound_digest(out), sound_digest(single))
 
+    def test_the_settings_range_is_rendered_in_parts_like_its_single_render(self):
+        def ranged(name, out):
+            path = settings(name, out)
+            value = json.loads(path.read_text())
+            value["time"] = {"start": 1.5, "end": 6.2}  # inside scenes, around the dissolve
+            path.write_text(json.dumps(value))
+            return path
+
+        single = WORK / "range-single.mp4"
+        single_render(self.draft, ranged("range-single.json", single))
+        out = WORK / "range-parts.mp4"
+        self.render(3, ranged("range-parts.json", out))
+        self.assertEqual(streams(single)["video"][0], 117)  # 1.5 s is frame 37.5, rounded to 38; 6.2 s is 155
+        self.assert_same_as_single(out, single)
+        self.assertGreaterEqual(min(psnr_per_frame(out, single)), 40.0)
+
     def test_no_wait_prints_the_job_ids_and_the_join_places_the_video(self):
         out = WORK / "no-wait.mp4"
         done = farm("render", self.draft, settings("no-wait.json", out), "--chunks", "2", "--no-wait")
