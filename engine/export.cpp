@@ -174,6 +174,7 @@ int32_t Render(VirtualVideo& video) {
   ctx.height = s.height;
   ctx.matrix = CanvasMatrix(s.height);
   ctx.fps = s.fps;
+  ctx.drawPictures = s.writeVideo;
   if (s.hwDecoder != 0) {
     if (access(kRenderNode, R_OK) == 0 && HardwareDevice(AV_HWDEVICE_TYPE_VAAPI, kRenderNode)) {
       ctx.hardwareDecoding = true;
