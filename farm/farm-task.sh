@@ -3,11 +3,11 @@
 # ormadraft-farm copies this file into the render's work folder, which every
 # node sees, and submits it for each job):
 #
-#   farm-task.sh part    one picture-only range of the timeline (array task)
-#   farm-task.sh sound   the sound of the whole range, once
-#   farm-task.sh join    the parts joined without re-encoding, the sound muxed
-#                        in, the result moved to its place in one rename
-#   farm-task.sh entry   one entry of a batch (array task)
+#   farm-task.sh part WORK    one picture-only range of the timeline (array task)
+#   farm-task.sh sound WORK   the sound of the whole range, once
+#   farm-task.sh join WORK    the parts joined without re-encoding, the sound
+#                             muxed in, the result moved to its place in one rename
+#   farm-task.sh entry WORK   one entry of a batch (array task)
 #
 # The arguments of each run are in args/KIND-INDEX (NUL-separated, so paths
 # may hold any character); INDEX is the array task's index, 0 otherwise.
@@ -20,7 +20,9 @@
 # array index itself), a failure just ends the run and that scheduler retries.
 set -u
 kind=$1
-work=$(pwd)
+# The task runs in the folder the render was started from, as a local run
+# would (a draft may name files relative to it); the work folder is named.
+work=${2:-$(pwd)}
 index=${SLURM_ARRAY_TASK_ID:-0}
 name=$kind-$index
 attempt=${SLURM_RESTART_COUNT:-0}

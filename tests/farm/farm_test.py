@@ -45,6 +45,7 @@ def run(*command, **options):
 
 
 def farm(*args, cwd=None):
+    # Run from the scratch folder (or `cwd`), where the tasks run too.
     return run(sys.executable, FARM, *args, "--bin", BUILD, "--poll", "0.3", cwd=cwd or WORK)
 
 
@@ -58,8 +59,8 @@ def settings(name, out, encoder="libx264"):
     return path
 
 
-def single_render(draft, export):
-    done = run(BUILD / "ormadraft", draft, export, cwd=WORK)
+def single_render(draft, export, cwd=None):
+    done = run(BUILD / "ormadraft", draft, export, cwd=cwd or WORK)
     assert "export success!" in done.stdout, done.stdout[-2000:]
 
 
@@ -307,8 +308,10 @@ class Demo(unittest.TestCase):
         for name in ("single", "parts"):
             settings_json["outUrl"] = str(WORK / f"demo-{name}.mp4")
             (WORK / f"demo-{name}.json").write_text(json.dumps(settings_json))
-        single_render(demo / "draft.json", WORK / "demo-single.json")
-        done = farm("render", demo / "draft.json", WORK / "demo-parts.json", "--chunks", "7")
+        # The demo's backdrop picture is named relative to the repository,
+        # as scripts/demo.sh runs it: the farm's tasks run where it is started.
+        single_render(demo / "draft.json", WORK / "demo-single.json", cwd=ROOT)
+        done = farm("render", demo / "draft.json", WORK / "demo-parts.json", "--chunks", "7", cwd=ROOT)
         self.assertEqual(done.returncode, 0, done.stdout)
         # Every cut of the demo carries a transition: the parts start inside
         # scenes, clear of the transitions.

@@ -159,14 +159,14 @@ class KubernetesManifest(unittest.TestCase):
         self.assertEqual(parts["parallelism"], self.parts)
         self.assertEqual(parts["backoffLimitPerIndex"], 1)
         container = parts["template"]["spec"]["containers"][0]
-        self.assertEqual(container["command"], ["bash", f"{self.work}/farm-task.sh", "part"])
+        self.assertEqual(container["command"], ["bash", f"{self.work}/farm-task.sh", "part", str(self.work)])
         index = {e["name"]: e["valueFrom"]["fieldRef"]["fieldPath"] for e in container["env"]}
         self.assertEqual(index["SLURM_ARRAY_TASK_ID"],
                          "metadata.annotations['batch.kubernetes.io/job-completion-index']")
         sound = self.jobs["ormadraft-sound-test-1"]["spec"]["template"]["spec"]["containers"][0]
-        self.assertEqual(sound["command"][-1], "sound")
+        self.assertEqual(sound["command"][-2:], ["sound", str(self.work)])
         join = self.jobs["ormadraft-join-test-1"]["spec"]["template"]["spec"]
-        self.assertEqual(join["containers"][0]["command"][-1], "join")
+        self.assertEqual(join["containers"][0]["command"][-2:], ["join", str(self.work)])
         wait = join["initContainers"][0]["command"][-1]
         self.assertIn(f"-ge {self.parts} ]", wait)
         self.assertIn("status/sound-0.done", wait)
