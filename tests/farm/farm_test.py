@@ -248,9 +248,9 @@ class Failures(FarmTest):
             command_line = Path(f"/proc/{pid}/cmdline").read_bytes().split(b"\0")
         os.kill(pid, signal.SIGSTOP)
         command_line = Path(f"/proc/{pid}/cmdline").read_bytes().split(b"\0")
+        os.kill(pid, signal.SIGKILL)  # before any check: a frozen task would hold its job forever
         self.assertTrue(command_line[0].endswith(b"/ormadraft"), command_line)
         self.assertIn(os.fsencode(str(work / "args" / "part-1.json")), command_line)
-        os.kill(pid, signal.SIGKILL)
         console, _ = process.communicate(timeout=300)
         self.assertEqual(process.returncode, 0, console)
         self.assertNotIn("export success!", (work / "logs" / "part-1.log").read_text().split("attempt 2")[0])
