@@ -46,37 +46,37 @@ typedef void* OrmaMaskHandle;        /* mask of a media item */
 
 /* Blur of a media item or of a key frame. */
 typedef struct OrmaBlurBlock {
-  int32_t blurType;     /* 0 Gaussian, 1 radial (zoom), 2 motion; see docs/engine.md */
-  float intensity;      /* 0..1 */
-  float centerX;        /* normalised 0..1 */
-  float centerY;        /* normalised 0..1 */
-  float radius;         /* normalised 0..1 of the frame's shorter side */
+  int32_t blurType; /* 0 Gaussian, 1 radial (zoom), 2 motion; see docs/engine.md */
+  float intensity;  /* 0..1 */
+  float centerX;    /* normalised 0..1 */
+  float centerY;    /* normalised 0..1 */
+  float radius;     /* normalised 0..1 of the frame's shorter side */
   uint8_t reserved[4096];
 } OrmaBlurBlock;
 
 /* One key frame of a media item; rectangles in canvas pixels. */
 typedef struct OrmaKeyFrameBlock {
-  int64_t atTimeUs;     /* on the item's own time */
-  float rotate;         /* degrees */
-  float showRect[4];    /* left, top, right, bottom in canvas pixels */
-  float cropRect[4];    /* left, top, right, bottom in canvas pixels */
-  float opacity;        /* 0..1 */
-  int32_t brightness;   /* -255..255 */
-  int32_t contrast;     /* -100..100 */
-  int32_t saturation;   /* -100..100 */
-  int32_t whiteBalance; /* -100..100 */
-  int32_t sharpness;    /* 0..100 */
-  int32_t vignette;     /* 0..100 */
-  int32_t reserved72;   /* always 0 */
-  int32_t tint;         /* -100..100 */
-  int32_t shadows;      /* -100..100 */
-  int32_t graininess;   /* 0..100 */
-  int32_t highlight;    /* -100..100 */
+  int64_t atTimeUs;       /* on the item's own time */
+  float rotate;           /* degrees */
+  float showRect[4];      /* left, top, right, bottom in canvas pixels */
+  float cropRect[4];      /* left, top, right, bottom in canvas pixels */
+  float opacity;          /* 0..1 */
+  int32_t brightness;     /* -255..255 */
+  int32_t contrast;       /* -100..100 */
+  int32_t saturation;     /* -100..100 */
+  int32_t whiteBalance;   /* -100..100 */
+  int32_t sharpness;      /* 0..100 */
+  int32_t vignette;       /* 0..100 */
+  int32_t reserved72;     /* always 0 */
+  int32_t tint;           /* -100..100 */
+  int32_t shadows;        /* -100..100 */
+  int32_t graininess;     /* 0..100 */
+  int32_t highlight;      /* -100..100 */
   int32_t lightSensation; /* -100..100 */
-  int32_t fade;         /* 0..100 */
-  OrmaBlurBlock blur;   /* all zero: no blur */
+  int32_t fade;           /* 0..100 */
+  OrmaBlurBlock blur;     /* all zero: no blur */
   uint8_t reserved4216[8];
-  int32_t type;         /* easing from the previous key frame: 0 linear, see docs/engine.md */
+  int32_t type; /* easing from the previous key frame: 0 linear, see docs/engine.md */
 } OrmaKeyFrameBlock;
 
 /* Shape of a mask, as the draft writes it (normalised units). */
@@ -118,7 +118,7 @@ typedef struct OrmaAdjustmentBlock {
   float lightSensation; /* -100..100 */
   float fade;           /* 0..100 */
   float reserved[8];
-  int32_t flags;        /* 0 */
+  int32_t flags; /* 0 */
 } OrmaAdjustmentBlock;
 
 /* Pair of floats passed by value: position (x, y) or size (width, height). */
@@ -129,40 +129,40 @@ typedef struct OrmaFloatPair {
 
 /* One text item of a caption (obtained from and returned to the library). */
 typedef struct OrmaCaptionItemBlock {
-  int64_t startUs;        /* 0:  piece start on the caption's own time */
-  int64_t endUs;          /* 8:  piece end */
-  int32_t fontSize;       /* 16: output pixels */
-  int32_t textAlignment;  /* 20: 0 left, 1 centre, 2 right */
-  int32_t isItalic;       /* 24 */
-  int32_t isUnderline;    /* 28 */
-  char text[2048];        /* 32: UTF-8, zero-terminated */
-  float centerX;          /* 2080: normalised canvas units */
-  float centerY;          /* 2084 */
-  float width;            /* 2088 */
-  float height;           /* 2092 */
-  int32_t isVertical;     /* 2096 */
-  float opacity;          /* 2100: 0..1 */
-  float angle;            /* 2104: degrees */
-  int32_t maskType;       /* 2108 */
-  char fontFamily[1024];  /* 2112: family name, UTF-8 */
-  char fontFile[1024];    /* 3136: font file path, UTF-8 */
-  float textColor[4];     /* 4160: red, green, blue, alpha 0..1 */
+  int64_t startUs;          /* 0:  piece start on the caption's own time */
+  int64_t endUs;            /* 8:  piece end */
+  int32_t fontSize;         /* 16: output pixels */
+  int32_t textAlignment;    /* 20: 0 left, 1 centre, 2 right */
+  int32_t isItalic;         /* 24 */
+  int32_t isUnderline;      /* 28 */
+  char text[2048];          /* 32: UTF-8, zero-terminated */
+  float centerX;            /* 2080: normalised canvas units */
+  float centerY;            /* 2084 */
+  float width;              /* 2088 */
+  float height;             /* 2092 */
+  int32_t isVertical;       /* 2096 */
+  float opacity;            /* 2100: 0..1 */
+  float angle;              /* 2104: degrees */
+  int32_t maskType;         /* 2108 */
+  char fontFamily[1024];    /* 2112: family name, UTF-8 */
+  char fontFile[1024];      /* 3136: font file path, UTF-8 */
+  float textColor[4];       /* 4160: red, green, blue, alpha 0..1 */
   float backgroundColor[4]; /* 4176 */
-  float ktvColor[4];      /* 4192: karaoke highlight */
-  int32_t hasKtvColor;    /* 4208 */
-  float textPadding[4];   /* 4212: left, top, right, bottom in style pixels */
-  int32_t styleWidth;     /* 4228: style box in style pixels */
-  int32_t styleHeight;    /* 4232 */
-  float stretchability;   /* 4236 */
-  float textWidth;        /* 4240: text box in style pixels */
-  float textHeight;       /* 4244 */
-  float margins[4];       /* 4248: text box margins relative to the style box */
-  int32_t vertical;       /* 4264: style's "vertical" */
-  int32_t hasVertical;    /* 4268 */
+  float ktvColor[4];        /* 4192: karaoke highlight */
+  int32_t hasKtvColor;      /* 4208 */
+  float textPadding[4];     /* 4212: left, top, right, bottom in style pixels */
+  int32_t styleWidth;       /* 4228: style box in style pixels */
+  int32_t styleHeight;      /* 4232 */
+  float stretchability;     /* 4236 */
+  float textWidth;          /* 4240: text box in style pixels */
+  float textHeight;         /* 4244 */
+  float margins[4];         /* 4248: text box margins relative to the style box */
+  int32_t vertical;         /* 4264: style's "vertical" */
+  int32_t hasVertical;      /* 4268 */
   uint8_t reserved4272[920];
-  float lineSpacing;      /* 5192 */
-  float wordSpacing;      /* 5196 */
-  int32_t isBold;         /* 5200 */
+  float lineSpacing; /* 5192 */
+  float wordSpacing; /* 5196 */
+  int32_t isBold;    /* 5200 */
   uint8_t reserved5204[92];
 } OrmaCaptionItemBlock;
 
@@ -179,7 +179,7 @@ typedef struct OrmaShadowBlock {
 } OrmaShadowBlock;
 
 typedef struct OrmaCaptionBackgroundBlock {
-  int32_t type;   /* 1 paragraph box, 0 per line */
+  int32_t type; /* 1 paragraph box, 0 per line */
   float color[4];
   float roundFactor;
   float padding[2];
@@ -197,10 +197,10 @@ typedef struct OrmaCaptionKeyFrameBlock {
 
 /* Stream properties reported by OrmaGetMediaInfoLite. */
 typedef struct OrmaMediaPropertyBlock {
-  char name[128];    /* codec name; empty for a still picture's video block */
-  int32_t width;     /* pixels; 0 for audio */
-  int32_t height;    /* pixels */
-  double frameRate;  /* frames per second; 0 for stills and audio */
+  char name[128];     /* codec name; empty for a still picture's video block */
+  int32_t width;      /* pixels; 0 for audio */
+  int32_t height;     /* pixels */
+  double frameRate;   /* frames per second; 0 for stills and audio */
   int32_t sampleRate; /* Hz; audio only */
   int32_t channels;   /* audio only */
   int32_t present;    /* 1 when the stream exists */
@@ -297,6 +297,13 @@ ORMA_API int32_t OrmaSetAudioBitrate(OrmaVideoHandle vv, int32_t kbits);
 ORMA_API int32_t OrmaSetAudioCodec(OrmaVideoHandle vv, const char* name);
 ORMA_API int32_t OrmaEnableHWDecoder(OrmaVideoHandle vv, int32_t mode);
 ORMA_API int32_t OrmaEnableHWEncoder(OrmaVideoHandle vv, int32_t mode);
+/* Which streams the export writes: ORMA_STREAMS_BOTH (the default), or the
+ * picture or the sound alone, so that a long timeline can be rendered as
+ * picture ranges and one sound pass and joined without re-encoding. */
+#define ORMA_STREAMS_VIDEO 1
+#define ORMA_STREAMS_SOUND 2
+#define ORMA_STREAMS_BOTH 3
+ORMA_API int32_t OrmaSetOutputStreams(OrmaVideoHandle vv, int32_t streams);
 
 /* ---- Scenes, media, backgrounds, transitions ---- */
 ORMA_API OrmaSceneHandle OrmaCreateScene(int64_t startUs, int64_t endUs);
@@ -357,8 +364,8 @@ ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHa
 ORMA_API int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle m, OrmaMaskHandle mask,
                                           const OrmaMaskShapeBlock* shape);
 ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, int32_t green,
-                                       int32_t blue, int32_t factor, int32_t alphaLower,
-                                       int32_t alphaUpper, int32_t edgeSize);
+                                       int32_t blue, int32_t factor, int32_t alphaLower, int32_t alphaUpper,
+                                       int32_t edgeSize);
 ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* configPath, int64_t startUs,
                                            int64_t durationUs);
 
@@ -369,19 +376,18 @@ ORMA_API OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* regi
                                            int64_t fromUs, int64_t toUs);
 ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region, int64_t fromUs,
                                         int64_t toUs);
-ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float intensity,
-                                     int64_t fromUs, int64_t toUs);
-ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv,
-                                                  const OrmaAdjustmentBlock* adjustment,
+ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float intensity, int64_t fromUs,
+                                     int64_t toUs);
+ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const OrmaAdjustmentBlock* adjustment,
                                                   int64_t fromUs, int64_t toUs);
-ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* configPath,
-                                               int32_t applyRange, int64_t fromUs, int64_t toUs);
+ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* configPath, int32_t applyRange,
+                                               int64_t fromUs, int64_t toUs);
 ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level);
 
 /* ---- Audio media ---- */
 ORMA_API OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path, double volume,
-                                           int64_t trimStartUs, int64_t trimEndUs,
-                                           int64_t timelineFromUs, int64_t timelineToUs);
+                                           int64_t trimStartUs, int64_t trimEndUs, int64_t timelineFromUs,
+                                           int64_t timelineToUs);
 ORMA_API int32_t OrmaSetAudioMediaCutTime(OrmaAudioHandle a, int64_t trimStartUs, int64_t trimEndUs);
 ORMA_API int32_t OrmaSetAudioMediaFadeTime(OrmaAudioHandle a, int64_t fadeInUs, int64_t fadeOutUs);
 ORMA_API int32_t OrmaSetAudioMediaPlaySpeed(OrmaAudioHandle a, double speed);
@@ -404,15 +410,14 @@ ORMA_API OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle capti
 ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle caption, int32_t index,
                                                 OrmaCaptionItemBlock* block);
 ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle caption, const char* text);
-ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle item,
-                                            const OrmaCaptionItemBlock* block);
+ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle item, const OrmaCaptionItemBlock* block);
 ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle item, const char* path);
 ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle item, const OrmaStrokeBlock* stroke);
 ORMA_API int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle item, const OrmaShadowBlock* shadow);
 ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle item, int32_t enable,
                                               const OrmaCaptionBackgroundBlock* background);
-ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle item, const char* configPath,
-                                             int32_t type, int64_t startUs, int64_t durationUs);
+ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle item, const char* configPath, int32_t type,
+                                             int64_t startUs, int64_t durationUs);
 ORMA_API int32_t OrmaSetCaptionItemAnimationCycleDuration(OrmaCaptionItemHandle item, int64_t cycleUs);
 ORMA_API int32_t OrmaCreateCaptionKeyFrameAniamtion(OrmaCaptionHandle caption,
                                                     const OrmaCaptionKeyFrameBlock* frame);
@@ -426,8 +431,8 @@ ORMA_API int32_t OrmaEditProgress(OrmaVideoHandle vv);
 /* ---- Timeline queries ---- */
 ORMA_API int64_t OrmaGetTotalPlaybackTime(OrmaVideoHandle vv);
 ORMA_API int64_t OrmaGetCurrentPlaybackTime(OrmaVideoHandle vv);
-ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs,
-                                      OrmaMediaPropertyBlock* audio, OrmaMediaPropertyBlock* video);
+ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, OrmaMediaPropertyBlock* audio,
+                                      OrmaMediaPropertyBlock* video);
 
 /* ---- Preview ---- */
 ORMA_API int32_t OrmaSetDisplayRatio(OrmaVideoHandle vv, float ratio);

@@ -56,6 +56,13 @@ int32_t ApplyOutputSettings(OrmaVideoHandle vv, const ExportSettings& settings, 
   if (settings.audioCodec[0]) OrmaSetAudioCodec(vv, settings.videoCodec);
   if (settings.hwDecoder != 0) OrmaEnableHWDecoder(vv, settings.hwDecoder);
   if (settings.hwEncoder != 0) OrmaEnableHWEncoder(vv, settings.hwEncoder);
+  // Only a picture-only or sound-only export says which streams it writes;
+  // unlike the calls above, a refusal here ends the export, since writing
+  // both streams instead would spoil a farm's join.
+  if (settings.streams != ORMA_STREAMS_BOTH) {
+    const int32_t streams = OrmaSetOutputStreams(vv, settings.streams);
+    if (streams <= 0) return Fail(message, streams, "Set output streams fail");
+  }
   return 1;
 }
 
@@ -218,6 +225,7 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
 
   if (!IsEmpty(document->exportPath)) {
     ReadExportSettings(document->exportPath, &settings, &document->exportStart, &document->exportEnd);
+    if (settings.streams == 0) return Fail(message, -1520, "Export streams unknown");
   } else if (!IsEmpty(document->outputPath)) {
     std::snprintf(settings.outUrl, sizeof(settings.outUrl), "%s", document->outputPath);
   }

@@ -2,9 +2,12 @@
 
 #include <cjson/cJSON.h>
 
+#include <cctype>
 #include <cstdio>
 #include <string>
 
+#include "corelib/orma_core.h"
+#include "driver/log_line.h"
 #include "export/convert.h"
 #include "platform/platform.h"
 
@@ -68,6 +71,38 @@ void ReadTime(const cJSON* time, int64_t* exportStart, int64_t* exportEnd) {
   }
 }
 
+bool SameAsciiText(const char* a, const char* b) {
+  for (; *a && *b; ++a, ++b) {
+    if (std::tolower(static_cast<unsigned char>(*a)) != std::tolower(static_cast<unsigned char>(*b)))
+      return false;
+  }
+  return *a == *b;
+}
+
+// "streams": "both" (the default), "video" (the picture alone) or "audio"
+// (the sound alone), as a render farm asks for picture ranges and one sound
+// pass. Any other value is an error rather than a silent "both": a part of a
+// farm render that carried sound would make the join wrong.
+void ReadStreams(const cJSON* streams, const char* path, ExportSettings* settings) {
+  static const struct {
+    const char* name;
+    int32_t streams;
+  } kNames[] = {{"both", ORMA_STREAMS_BOTH}, {"video", ORMA_STREAMS_VIDEO}, {"audio", ORMA_STREAMS_SOUND}};
+  if (cJSON_IsString(streams) && streams->valuestring) {
+    for (const auto& name : kNames) {
+      if (SameAsciiText(streams->valuestring, name.name)) {
+        settings->streams = name.streams;
+        return;
+      }
+    }
+  }
+  char* printed = cJSON_PrintUnformatted(streams);
+  LogLine("export settings %s: \"streams\" is %s; it must be \"both\", \"video\" or \"audio\"\n", path,
+          printed ? printed : "?");
+  cJSON_free(printed);
+  settings->streams = 0;
+}
+
 } // namespace
 
 ExportSettings DefaultExportSettings() {
@@ -78,6 +113,7 @@ ExportSettings DefaultExportSettings() {
   settings.audioChannels = 2;
   settings.audioSamples = 44100;
   settings.audioBitrate = 128;
+  settings.streams = ORMA_STREAMS_BOTH;
   return settings;
 }
 
@@ -99,6 +135,7 @@ bool ReadExportSettings(const char* path, ExportSettings* settings, int64_t* exp
       cJSON_IsString(outUrl) && outUrl->valuestring) {
     CopyText(settings->outUrl, outUrl->valuestring);
   }
+  if (const cJSON* streams = cJSON_GetObjectItem(root, "streams")) ReadStreams(streams, path, settings);
   cJSON_Delete(root);
   return true;
 }

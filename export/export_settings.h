@@ -1,6 +1,6 @@
 // Output settings of an export: what is passed to the core library before the
 // first scene is built, and their reading from the export settings file
-// ("video", "audio", "hw", "time", "outUrl").
+// ("video", "audio", "hw", "time", "outUrl", "streams").
 #pragma once
 
 #include <cstdint>
@@ -16,6 +16,7 @@ struct ExportSettings {
   int32_t hwDecoder;     ///< non-zero switches hardware decoding on
   int32_t hwEncoder;     ///< non-zero switches hardware encoding on
   char outUrl[2048];     ///< video file to write; empty means "video.mp4" beside the draft
+  int32_t streams;       ///< ORMA_STREAMS_BOTH, _VIDEO or _SOUND; 0 for a "streams" value not known
 };
 
 /// The values used when the file does not say otherwise.

@@ -156,4 +156,17 @@ ORMA_API int32_t OrmaEnableHWEncoder(OrmaVideoHandle vv, int32_t mode) {
       "OrmaEnableHWEncoder", [&] { return TraceArgs().Ptr("vv", vv).Int("mode", mode); }, r);
 }
 
+ORMA_API int32_t OrmaSetOutputStreams(OrmaVideoHandle vv, int32_t streams) {
+  int32_t r = Setting("OrmaSetOutputStreams", vv, [&](VirtualVideo& v) {
+    if (streams != ORMA_STREAMS_VIDEO && streams != ORMA_STREAMS_SOUND && streams != ORMA_STREAMS_BOTH)
+      return Refuse("OrmaSetOutputStreams", kBadArgument,
+                    "streams " + std::to_string(streams) + " is not 1 (picture), 2 (sound) or 3 (both)");
+    v.settings.writeVideo = (streams & ORMA_STREAMS_VIDEO) != 0;
+    v.settings.writeSound = (streams & ORMA_STREAMS_SOUND) != 0;
+    return int32_t{kOk};
+  });
+  return Traced(
+      "OrmaSetOutputStreams", [&] { return TraceArgs().Ptr("vv", vv).Int("streams", streams); }, r);
+}
+
 } // extern "C"

@@ -125,7 +125,30 @@ bool Encoder::Open(const EncoderSettings& set, std::string* error) {
     return false;
   }
 
-  // Video.
+  s.channels = set.channels;
+  s.inputRate = set.sampleRate;
+  if (!set.videoCodec.empty() && !OpenVideo(set, error)) return false;
+  if (!set.audioCodec.empty() && !OpenAudio(set, error)) return false;
+
+  if (!(s.oc->oformat->flags & AVFMT_NOFILE)) {
+    std::string url = "file:" + set.path;
+    rc = avio_open(&s.oc->pb, url.c_str(), AVIO_FLAG_WRITE);
+    if (rc < 0) {
+      *error = "cannot write " + set.path + ": " + AvError(rc);
+      return false;
+    }
+  }
+  rc = avformat_write_header(s.oc, nullptr);
+  if (rc < 0) {
+    *error = "cannot start the " + set.container + " file: " + AvError(rc);
+    return false;
+  }
+  s.headerWritten = true;
+  return true;
+}
+
+bool Encoder::OpenVideo(const EncoderSettings& set, std::string* error) {
+  State& s = *s_;
   const AVCodec* vcodec = avcodec_find_encoder_by_name(set.videoCodec.c_str());
   if (!vcodec) {
     *error = "unknown video encoder \"" + set.videoCodec + "\"";
@@ -152,7 +175,7 @@ bool Encoder::Open(const EncoderSettings& set, std::string* error) {
   s.video->color_trc = hd ? AVCOL_TRC_BT709 : AVCOL_TRC_SMPTE170M;
   s.video->color_range = AVCOL_RANGE_MPEG;
   if (s.oc->oformat->flags & AVFMT_GLOBALHEADER) s.video->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  rc = avcodec_open2(s.video, vcodec, nullptr);
+  int rc = avcodec_open2(s.video, vcodec, nullptr);
   if (rc < 0) {
     *error = "cannot open the video encoder " + set.videoCodec + ": " + AvError(rc);
     return false;
@@ -173,86 +196,75 @@ bool Encoder::Open(const EncoderSettings& set, std::string* error) {
       return false;
     }
   }
+  return true;
+}
 
-  // Sound.
-  s.channels = set.channels;
-  s.inputRate = set.sampleRate;
-  if (!set.audioCodec.empty()) {
-    const AVCodec* acodec = avcodec_find_encoder_by_name(set.audioCodec.c_str());
-    if (!acodec) {
-      *error = "unknown audio encoder \"" + set.audioCodec + "\"";
-      return false;
-    }
-    s.audio = avcodec_alloc_context3(acodec);
-    s.audio->sample_fmt = acodec->sample_fmts ? acodec->sample_fmts[0] : AV_SAMPLE_FMT_FLTP;
-    if (acodec->sample_fmts)
-      for (const AVSampleFormat* f = acodec->sample_fmts; *f != AV_SAMPLE_FMT_NONE; ++f)
-        if (*f == AV_SAMPLE_FMT_FLTP) s.audio->sample_fmt = AV_SAMPLE_FMT_FLTP;
-    // Some encoders take only some rates (Opus: 48 kHz); use the nearest.
-    int rate = set.sampleRate;
-    if (acodec->supported_samplerates) {
-      int best = acodec->supported_samplerates[0];
-      for (const int* r = acodec->supported_samplerates; *r; ++r)
-        if (std::abs(*r - set.sampleRate) < std::abs(best - set.sampleRate)) best = *r;
-      rate = best;
-    }
-    s.audio->sample_rate = rate;
-    av_channel_layout_default(&s.audio->ch_layout, set.channels);
-    if (acodec->ch_layouts) {
-      bool supported = false;
-      for (const AVChannelLayout* l = acodec->ch_layouts; l->nb_channels; ++l)
-        if (av_channel_layout_compare(l, &s.audio->ch_layout) == 0) supported = true;
-      if (!supported) {
-        av_channel_layout_uninit(&s.audio->ch_layout);
-        av_channel_layout_copy(&s.audio->ch_layout, &acodec->ch_layouts[0]);
-      }
-    }
-    s.audio->bit_rate = static_cast<int64_t>(set.audioKbits) * 1000;
-    s.audio->time_base = AVRational{1, rate};
-    if (s.oc->oformat->flags & AVFMT_GLOBALHEADER) s.audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    rc = avcodec_open2(s.audio, acodec, nullptr);
-    if (rc < 0) {
-      *error = "cannot open the audio encoder " + set.audioCodec + ": " + AvError(rc);
-      return false;
-    }
-    s.audioStream = avformat_new_stream(s.oc, nullptr);
-    avcodec_parameters_from_context(s.audioStream->codecpar, s.audio);
-    s.audioStream->time_base = s.audio->time_base;
-    // The renderer delivers sound at the encoder's rate, as planar floats in
-    // the asked channel count; only the sample format and layout change here.
-    s.inputRate = rate;
-    AVChannelLayout in;
-    av_channel_layout_default(&in, set.channels);
-    rc = swr_alloc_set_opts2(&s.swr, &s.audio->ch_layout, s.audio->sample_fmt, rate, &in, AV_SAMPLE_FMT_FLTP,
-                             rate, 0, nullptr);
-    av_channel_layout_uninit(&in);
-    if (rc < 0 || swr_init(s.swr) < 0) {
-      *error = "cannot convert sound for " + set.audioCodec;
-      return false;
-    }
-    s.fifo = av_audio_fifo_alloc(s.audio->sample_fmt, s.audio->ch_layout.nb_channels, 4096);
-    s.audioFrame = av_frame_alloc();
-  }
-
-  if (!(s.oc->oformat->flags & AVFMT_NOFILE)) {
-    std::string url = "file:" + set.path;
-    rc = avio_open(&s.oc->pb, url.c_str(), AVIO_FLAG_WRITE);
-    if (rc < 0) {
-      *error = "cannot write " + set.path + ": " + AvError(rc);
-      return false;
-    }
-  }
-  rc = avformat_write_header(s.oc, nullptr);
-  if (rc < 0) {
-    *error = "cannot start the " + set.container + " file: " + AvError(rc);
+bool Encoder::OpenAudio(const EncoderSettings& set, std::string* error) {
+  State& s = *s_;
+  const AVCodec* acodec = avcodec_find_encoder_by_name(set.audioCodec.c_str());
+  if (!acodec) {
+    *error = "unknown audio encoder \"" + set.audioCodec + "\"";
     return false;
   }
-  s.headerWritten = true;
+  s.audio = avcodec_alloc_context3(acodec);
+  s.audio->sample_fmt = acodec->sample_fmts ? acodec->sample_fmts[0] : AV_SAMPLE_FMT_FLTP;
+  if (acodec->sample_fmts)
+    for (const AVSampleFormat* f = acodec->sample_fmts; *f != AV_SAMPLE_FMT_NONE; ++f)
+      if (*f == AV_SAMPLE_FMT_FLTP) s.audio->sample_fmt = AV_SAMPLE_FMT_FLTP;
+  // Some encoders take only some rates (Opus: 48 kHz); use the nearest.
+  int rate = set.sampleRate;
+  if (acodec->supported_samplerates) {
+    int best = acodec->supported_samplerates[0];
+    for (const int* r = acodec->supported_samplerates; *r; ++r)
+      if (std::abs(*r - set.sampleRate) < std::abs(best - set.sampleRate)) best = *r;
+    rate = best;
+  }
+  s.audio->sample_rate = rate;
+  av_channel_layout_default(&s.audio->ch_layout, set.channels);
+  if (acodec->ch_layouts) {
+    bool supported = false;
+    for (const AVChannelLayout* l = acodec->ch_layouts; l->nb_channels; ++l)
+      if (av_channel_layout_compare(l, &s.audio->ch_layout) == 0) supported = true;
+    if (!supported) {
+      av_channel_layout_uninit(&s.audio->ch_layout);
+      av_channel_layout_copy(&s.audio->ch_layout, &acodec->ch_layouts[0]);
+    }
+  }
+  s.audio->bit_rate = static_cast<int64_t>(set.audioKbits) * 1000;
+  s.audio->time_base = AVRational{1, rate};
+  if (s.oc->oformat->flags & AVFMT_GLOBALHEADER) s.audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+  int rc = avcodec_open2(s.audio, acodec, nullptr);
+  if (rc < 0) {
+    *error = "cannot open the audio encoder " + set.audioCodec + ": " + AvError(rc);
+    return false;
+  }
+  s.audioStream = avformat_new_stream(s.oc, nullptr);
+  avcodec_parameters_from_context(s.audioStream->codecpar, s.audio);
+  s.audioStream->time_base = s.audio->time_base;
+  // The renderer delivers sound at the encoder's rate, as planar floats in
+  // the asked channel count; only the sample format and layout change here.
+  s.inputRate = rate;
+  AVChannelLayout in;
+  av_channel_layout_default(&in, set.channels);
+  rc = swr_alloc_set_opts2(&s.swr, &s.audio->ch_layout, s.audio->sample_fmt, rate, &in, AV_SAMPLE_FMT_FLTP,
+                           rate, 0, nullptr);
+  av_channel_layout_uninit(&in);
+  if (rc < 0 || swr_init(s.swr) < 0) {
+    *error = "cannot convert sound for " + set.audioCodec;
+    return false;
+  }
+  s.fifo = av_audio_fifo_alloc(s.audio->sample_fmt, s.audio->ch_layout.nb_channels, 4096);
+  s.audioFrame = av_frame_alloc();
   return true;
 }
 
 bool Encoder::WriteVideo(const uint8_t* yuv, void (*release)(void*), void* opaque, std::string* error) {
   State& s = *s_;
+  if (!s.video) {
+    release(opaque);
+    *error = "this export writes no picture";
+    return false;
+  }
   int cw = (s.width + 1) / 2, ch = (s.height + 1) / 2;
   // Handed over by reference, with the caller's release as the buffer's
   // free: libavcodec would otherwise copy the picture before the encoder
@@ -341,7 +353,7 @@ bool Encoder::Finish(std::string* error) {
     }
     if (!s.DrainFifo(true, error) || !s.Encode(s.audio, s.audioStream, nullptr, error)) return false;
   }
-  if (!s.Encode(s.video, s.videoStream, nullptr, error)) return false;
+  if (s.video && !s.Encode(s.video, s.videoStream, nullptr, error)) return false;
   int rc = av_write_trailer(s.oc);
   s.trailerWritten = true;
   if (rc < 0) {

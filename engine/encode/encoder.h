@@ -15,9 +15,9 @@
 namespace orma {
 
 struct EncoderSettings {
-  std::string path;      ///< file to write (already the temporary name)
-  std::string container; ///< muxer name
-  std::string videoCodec;
+  std::string path;       ///< file to write (already the temporary name)
+  std::string container;  ///< muxer name
+  std::string videoCodec; ///< empty: no picture
   int width = 0, height = 0;
   int fpsNum = 25, fpsDen = 1;
   int videoKbits = 3000;
@@ -46,6 +46,8 @@ public:
   bool Finish(std::string* error);
 
 private:
+  bool OpenVideo(const EncoderSettings& settings, std::string* error);
+  bool OpenAudio(const EncoderSettings& settings, std::string* error);
   struct State;
   std::unique_ptr<State> s_;
 };

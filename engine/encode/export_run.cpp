@@ -101,11 +101,13 @@ int32_t Render(VirtualVideo& video) {
   const AVOutputFormat* container = av_guess_format(nullptr, target.c_str(), nullptr);
   if (!container) return Failure(kUnknownContainer, "no video container is known for the name " + target);
 
-  std::string videoCodec = s.videoCodec;
+  // A sound-only export has no picture encoder at all, a picture-only one no
+  // sound encoder (OrmaSetOutputStreams).
+  std::string videoCodec = s.writeVideo ? s.videoCodec : "";
   const AVCodec* videoEncoder = avcodec_find_encoder_by_name(videoCodec.c_str());
-  if (!videoEncoder || videoEncoder->type != AVMEDIA_TYPE_VIDEO)
+  if (s.writeVideo && (!videoEncoder || videoEncoder->type != AVMEDIA_TYPE_VIDEO))
     return Failure(kUnknownVideoEncoder, "unknown video encoder \"" + videoCodec + "\"");
-  if (s.hwEncoder != 0) {
+  if (s.writeVideo && s.hwEncoder != 0) {
     std::string hardware = HardwareEncoder(videoCodec);
     if (hardware.empty()) {
       LogOnce("hw-encoder",
@@ -133,6 +135,10 @@ int32_t Render(VirtualVideo& video) {
   } else {
     audioCodec = UsualAudioEncoder(container);
   }
+  if (!s.writeSound) audioCodec.clear();
+  if (!s.writeVideo && audioCodec.empty())
+    return Failure(kUnknownAudioEncoder, "a sound-only export needs an audio encoder, and " +
+                                             std::string(container->name) + " has none usual");
 
   // The video is written beside the target and moved into place only when
   // complete, so a failed or killed export never leaves a partial file at the
@@ -163,6 +169,7 @@ int32_t Render(VirtualVideo& video) {
   ctx.height = s.height;
   ctx.matrix = CanvasMatrix(s.height);
   ctx.fps = s.fps;
+  ctx.drawPictures = s.writeVideo;
   if (s.hwDecoder != 0) {
     if (access(kRenderNode, R_OK) == 0 && HardwareDevice(AV_HWDEVICE_TYPE_VAAPI, kRenderNode)) {
       ctx.hardwareDecoding = true;
@@ -185,7 +192,9 @@ int32_t Render(VirtualVideo& video) {
   mlt_producer producer = timeline->producer();
   mlt_producer_set_in_and_out(producer, static_cast<mlt_position>(first),
                               static_cast<mlt_position>(last - 1));
-  // Positions are counted from the in point: 0 is the first frame to export.
+  // A producer's position counts from its in point: seeking to `first` here
+  // would land `first` frames past the range's start (clamped to its last
+  // frame, which was then shown throughout).
   mlt_producer_seek(producer, 0);
   int64_t total = last - first;
 
@@ -216,6 +225,10 @@ int32_t Render(VirtualVideo& video) {
 
   mlt_consumer consumer = MakeFrameRenderer(profile.get(), rate, s.channels);
   if (!consumer) return Failure(kFrameworkUnavailable, "cannot create the frame renderer");
+  // The read-ahead thread then neither draws pictures nor mixes sound that
+  // nobody writes.
+  mlt_properties_set_int(MLT_CONSUMER_PROPERTIES(consumer), "video_off", s.writeVideo ? 0 : 1);
+  mlt_properties_set_int(MLT_CONSUMER_PROPERTIES(consumer), "audio_off", audioCodec.empty() ? 1 : 0);
   mlt_consumer_connect(consumer, MLT_PRODUCER_SERVICE(producer));
   mlt_consumer_start(consumer);
 
@@ -233,8 +246,10 @@ int32_t Render(VirtualVideo& video) {
     uint8_t* image = nullptr;
     mlt_image_format format = mlt_image_yuv420p;
     int w = s.width, h = s.height;
-    if (mlt_frame_get_image(frame, &image, &format, &w, &h, 0) != 0 || !image ||
-        format != mlt_image_yuv420p || w != s.width || h != s.height) {
+    if (!s.writeVideo) {
+      ok = !ctx.failed;
+    } else if (mlt_frame_get_image(frame, &image, &format, &w, &h, 0) != 0 || !image ||
+               format != mlt_image_yuv420p || w != s.width || h != s.height) {
       error = ctx.failed ? ctx.Error() : "a frame could not be rendered";
       ok = false;
     } else if (ctx.failed) {

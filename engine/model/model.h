@@ -239,6 +239,8 @@ struct ExportSettings {
   int hwDecoder = 0;
   int hwEncoder = 0;
   bool agentProcess = false;
+  bool writeVideo = true; ///< false: the sound alone (OrmaSetOutputStreams)
+  bool writeSound = true; ///< false: the picture alone
   int64_t limitStartUs = -1;
   int64_t limitEndUs = -1;
 };

@@ -57,6 +57,9 @@ struct RenderContext {
   int matrix = 601;
   Rational fps;
   bool hardwareDecoding = false; ///< decode clips with VA-API
+  /// False for an export of the sound alone: clips are then read for their
+  /// sound only, no picture is decoded or loaded.
+  bool drawPictures = true;
   ClipPool clips;
   std::atomic<bool> failed{false};
   std::mutex errorMutex;

@@ -158,6 +158,7 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
   }
 
   if (media_.probe.still) {
+    if (!ctx_.drawPictures) return frame;
     if (!still_) still_ = LoadStill();
     frame->still = still_;
     frame->visible = still_ != nullptr;
@@ -171,11 +172,12 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
   // A held frame (the same source position again) reuses the decoded
   // picture and plays no sound; the decoder itself also keeps its last
   // picture for a source frame shown at several positions.
-  bool fresh = position != lastPosition_ || (media_.probe.hasVideo && !last_);
+  const bool pictures = media_.probe.hasVideo && ctx_.drawPictures;
+  bool fresh = position != lastPosition_ || (pictures && !last_);
   if (!fresh) {
     frame->decoded = last_;
   } else {
-    if (media_.probe.hasVideo) {
+    if (pictures) {
       std::string error;
       DecodedPtr decoded = reader_.video->PictureAt(position, &error);
       if (!decoded) {
@@ -200,7 +202,7 @@ SourceFramePtr MediaSource::Fetch(int64_t t, bool withAudio) {
     frame->gainStart = GainAt(u);
     frame->gainEnd = GainAt(u + 1);
   }
-  if (look_ && frame->visible) frame->look = look_->Prepare(t - offset_, frame.get());
+  if (look_ && frame->visible && ctx_.drawPictures) frame->look = look_->Prepare(t - offset_, frame.get());
   return frame;
 }
 

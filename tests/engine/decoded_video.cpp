@@ -100,18 +100,22 @@ DecodedVideo DecodeVideo(const std::string& path) {
   avformat_find_stream_info(in.fmt, nullptr);
   int vs = av_find_best_stream(in.fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
   int as = av_find_best_stream(in.fmt, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
-  if (vs < 0) {
-    out.error = "no video stream in " + path;
+  // A sound-only file (an export of the sound alone) has no picture to
+  // decode; a file without either stream is no video at all.
+  if (vs < 0 && as < 0) {
+    out.error = "no video or audio stream in " + path;
     return out;
   }
-  AVStream* v = in.fmt->streams[vs];
-  out.videoCodec = avcodec_get_name(v->codecpar->codec_id);
-  out.width = v->codecpar->width;
-  out.height = v->codecpar->height;
-  out.fpsNum = v->r_frame_rate.num;
-  out.fpsDen = v->r_frame_rate.den;
-  if (v->duration != AV_NOPTS_VALUE) out.durationSeconds = v->duration * av_q2d(v->time_base);
-  in.video = OpenDecoder(v);
+  if (vs >= 0) {
+    AVStream* v = in.fmt->streams[vs];
+    out.videoCodec = avcodec_get_name(v->codecpar->codec_id);
+    out.width = v->codecpar->width;
+    out.height = v->codecpar->height;
+    out.fpsNum = v->r_frame_rate.num;
+    out.fpsDen = v->r_frame_rate.den;
+    if (v->duration != AV_NOPTS_VALUE) out.durationSeconds = v->duration * av_q2d(v->time_base);
+    in.video = OpenDecoder(v);
+  }
   if (as >= 0) {
     AVStream* a = in.fmt->streams[as];
     out.audioCodec = avcodec_get_name(a->codecpar->codec_id);

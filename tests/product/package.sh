@@ -86,9 +86,8 @@ check "the build folder's program finds the repository's resources" $(grep -qx "
 
 # The demo draft, seconds 0 to 5 (two scenes, a transition, a caption), by
 # the installed program and by the build folder's program. The draft is
-# copied here as an editor writes drafts, with absolute paths: the demo's own
-# paths are relative to its folder, and a scene background's picture path is
-# taken as it stands (relative to the current folder).
+# copied here as an editor writes drafts, with absolute paths (the demo's own
+# paths are relative to its folder).
 bash "$SOURCE/scripts/demo-media.sh" >/dev/null || fatal "demo media"
 python3 - "$SOURCE" <<'PY' || fatal "copying the demo draft"
 import sys

@@ -111,6 +111,15 @@ int32_t OrmaEnableHWEncoder(OrmaVideoHandle vv, int32_t mode) {
   return static_cast<int32_t>(r);
 }
 
+int32_t OrmaSetOutputStreams(OrmaVideoHandle vv, int32_t streams) {
+  Call c;
+  c.name = "OrmaSetOutputStreams";
+  c.args.push_back(HandleName(vv));
+  c.args.push_back(std::to_string(streams));
+  int64_t r = Finish(std::move(c));
+  return static_cast<int32_t>(r);
+}
+
 OrmaSceneHandle OrmaCreateScene(int64_t startUs, int64_t endUs) {
   Call c;
   c.name = "OrmaCreateScene";
@@ -189,7 +198,8 @@ int32_t OrmaSetSceneTransitionMode(OrmaVideoHandle vv, OrmaSceneHandle scene, in
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scene, const char* path, int64_t durationUs) {
+int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scene, const char* path,
+                               int64_t durationUs) {
   Call c;
   c.name = "OrmaSetSceneTransition";
   c.args.push_back(HandleName(vv));
@@ -511,7 +521,8 @@ int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath, int32_t type, int64_t startUs, int64_t durationUs) {
+int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath, int32_t type, int64_t startUs,
+                              int64_t durationUs) {
   Call c;
   c.name = "OrmaSetMediaAnimation";
   c.args.push_back(HandleName(m));
@@ -558,7 +569,8 @@ OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char* configP
   return static_cast<OrmaMaskHandle>(FinishHandle(std::move(c)));
 }
 
-int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHandle mask, const OrmaMaskKeyFrameBlock* frame) {
+int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHandle mask,
+                                          const OrmaMaskKeyFrameBlock* frame) {
   Call c;
   c.name = "OrmaMediaAddMaskKeyFrameAnimation";
   c.args.push_back(HandleName(m));
@@ -578,7 +590,8 @@ int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle m, OrmaMaskHandle mask, const O
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, int32_t green, int32_t blue, int32_t factor, int32_t alphaLower, int32_t alphaUpper, int32_t edgeSize) {
+int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, int32_t green, int32_t blue,
+                              int32_t factor, int32_t alphaLower, int32_t alphaUpper, int32_t edgeSize) {
   Call c;
   c.name = "OrmaSetMediaChromaKey";
   c.args.push_back(HandleName(m));
@@ -594,7 +607,8 @@ int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, in
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* configPath, int64_t startUs, int64_t durationUs) {
+int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* configPath, int64_t startUs,
+                                  int64_t durationUs) {
   Call c;
   c.name = "OrmaSetMediaSpecialEffect";
   c.args.push_back(HandleName(m));
@@ -605,7 +619,8 @@ int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* configPath, int
   return static_cast<int32_t>(r);
 }
 
-OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float intensity, int64_t fromUs, int64_t toUs) {
+OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float intensity, int64_t fromUs,
+                               int64_t toUs) {
   Call c;
   c.name = "OrmaAddMosaic";
   c.args.push_back(HandleName(vv));
@@ -616,7 +631,8 @@ OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float in
   return static_cast<OrmaEffectHandle>(FinishHandle(std::move(c)));
 }
 
-OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* region, float intensity, int64_t fromUs, int64_t toUs) {
+OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* region, float intensity, int64_t fromUs,
+                                  int64_t toUs) {
   Call c;
   c.name = "OrmaAddGaussBlur";
   c.args.push_back(HandleName(vv));
@@ -637,7 +653,8 @@ OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region, int64_t 
   return static_cast<OrmaEffectHandle>(FinishHandle(std::move(c)));
 }
 
-OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float intensity, int64_t fromUs, int64_t toUs) {
+OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float intensity, int64_t fromUs,
+                            int64_t toUs) {
   Call c;
   c.name = "OrmaAddLUT";
   c.args.push_back(HandleName(vv));
@@ -648,7 +665,8 @@ OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float intensit
   return static_cast<OrmaEffectHandle>(FinishHandle(std::move(c)));
 }
 
-OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const OrmaAdjustmentBlock* adjustment, int64_t fromUs, int64_t toUs) {
+OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const OrmaAdjustmentBlock* adjustment,
+                                         int64_t fromUs, int64_t toUs) {
   Call c;
   c.name = "OrmaAddFilterAdjustment";
   c.args.push_back(HandleName(vv));
@@ -658,7 +676,8 @@ OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const OrmaAdjustmen
   return static_cast<OrmaEffectHandle>(FinishHandle(std::move(c)));
 }
 
-OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* configPath, int32_t applyRange, int64_t fromUs, int64_t toUs) {
+OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* configPath, int32_t applyRange,
+                                      int64_t fromUs, int64_t toUs) {
   Call c;
   c.name = "OrmaAddSpecialEffect";
   c.args.push_back(HandleName(vv));
@@ -678,7 +697,8 @@ int32_t OrmaUpdateEffectLevel(void* handle, int32_t level) {
   return static_cast<int32_t>(r);
 }
 
-OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path, double volume, int64_t trimStartUs, int64_t trimEndUs, int64_t timelineFromUs, int64_t timelineToUs) {
+OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path, double volume, int64_t trimStartUs,
+                                  int64_t trimEndUs, int64_t timelineFromUs, int64_t timelineToUs) {
   Call c;
   c.name = "OrmaAddAudioMedia";
   c.args.push_back(HandleName(vv));
@@ -844,7 +864,8 @@ OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle caption, int32
   return static_cast<OrmaCaptionItemHandle>(FinishHandle(std::move(c)));
 }
 
-int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle caption, int32_t index, OrmaCaptionItemBlock* block) {
+int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle caption, int32_t index,
+                                       OrmaCaptionItemBlock* block) {
   Call c;
   c.name = "OrmaCaptionGetItemCaptionParam";
   c.args.push_back(HandleName(caption));
@@ -899,7 +920,8 @@ int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle item, const OrmaShadowBlo
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle item, int32_t enable, const OrmaCaptionBackgroundBlock* background) {
+int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle item, int32_t enable,
+                                     const OrmaCaptionBackgroundBlock* background) {
   Call c;
   c.name = "OrmaSetCaptionItemBackground";
   c.args.push_back(HandleName(item));
@@ -909,7 +931,8 @@ int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle item, int32_t enable,
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle item, const char* configPath, int32_t type, int64_t startUs, int64_t durationUs) {
+int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle item, const char* configPath, int32_t type,
+                                    int64_t startUs, int64_t durationUs) {
   Call c;
   c.name = "OrmaSetCaptionItemAnimation";
   c.args.push_back(HandleName(item));
@@ -989,7 +1012,8 @@ int64_t OrmaGetCurrentPlaybackTime(OrmaVideoHandle vv) {
   return static_cast<int64_t>(r);
 }
 
-int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, OrmaMediaPropertyBlock* audio, OrmaMediaPropertyBlock* video) {
+int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, OrmaMediaPropertyBlock* audio,
+                             OrmaMediaPropertyBlock* video) {
   Call c;
   c.name = "OrmaGetMediaInfoLite";
   c.args.push_back(Text(path));
@@ -1079,4 +1103,4 @@ int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
   return static_cast<int32_t>(r);
 }
 
-}  // extern "C"
+} // extern "C"

@@ -178,3 +178,22 @@ TEST_F(ExportSettingsFile, WholeNumbersAreReadAsIntegers) {
   EXPECT_EQ(s.videoBitrate, 2500);
   EXPECT_EQ(s.audioChannels, 2);
 }
+
+TEST_F(ExportSettingsFile, StreamsAreBothUnlessTheFileNamesPictureOrSoundAlone) {
+  EXPECT_EQ(DefaultExportSettings().streams, ORMA_STREAMS_BOTH);
+  EXPECT_EQ(Read(R"({"outUrl": "a.mp4"})").streams, ORMA_STREAMS_BOTH);
+  EXPECT_EQ(Read(R"({"streams": "both"})").streams, ORMA_STREAMS_BOTH);
+  EXPECT_EQ(Read(R"({"streams": "video"})").streams, ORMA_STREAMS_VIDEO);
+  EXPECT_EQ(Read(R"({"Streams": "AUDIO"})").streams, ORMA_STREAMS_SOUND);
+}
+
+TEST_F(ExportSettingsFile, UnknownStreamsValueIsMarkedAndNamedWithTheFile) {
+  for (const char* json : {R"({"streams": "sound"})", R"({"streams": 2})", R"({"streams": ""})"}) {
+    testing::internal::CaptureStdout();
+    const ExportSettings s = Read(json);
+    const std::string console = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(s.streams, 0) << json;
+    EXPECT_NE(console.find(folder.Join("out.json") + ": \"streams\" is "), std::string::npos) << console;
+    EXPECT_NE(console.find("it must be \"both\", \"video\" or \"audio\""), std::string::npos) << console;
+  }
+}
