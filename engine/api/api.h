@@ -21,6 +21,11 @@ enum ApiResult : int32_t {
   kBadState = -4,    ///< a call out of order (scene not added, export running ...)
 };
 
+/// Opens an entry point's body: `call` is the entry point's own name, for
+/// its trace line and its log lines (lambdas inside the body see it too), so
+/// the name is written once, in the signature.
+#define ORMA_ENTRY_NAME static const char* const call = __func__
+
 /// Returns `result` after writing the call to the trace (ORMA_TRACE).
 template <class R, class Args> R Traced(const char* function, Args&& args, R result) {
   if (TraceEnabled()) TraceCall(function, args(), TraceResult(result));

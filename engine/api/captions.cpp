@@ -120,20 +120,21 @@ void PieceDefaults(const Caption& caption, CaptionItem* item, const char* text) 
 extern "C" {
 
 ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath, int32_t kind) {
+  ORMA_ENTRY_NAME;
   Caption* caption = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(configPath, &error);
   const CaptionKindEntry* entry = FindCaptionKind(kind);
   if (!entry) {
-    Refuse("OrmaCreateCaptionFromConfigure", kBadArgument, "kind must be 0, 1 or 2");
+    Refuse(call, kBadArgument, "kind must be 0, 1 or 2");
   } else if (native.empty()) {
-    Refuse("OrmaCreateCaptionFromConfigure", kBadFile, error);
+    Refuse(call, kBadFile, error);
   } else {
     auto made = std::make_unique<Caption>();
     made->configPath = native;
     made->captionKind = kind;
     if (!entry->load(*made, &error)) {
-      Refuse("OrmaCreateCaptionFromConfigure", kBadFile, error);
+      Refuse(call, kBadFile, error);
     } else {
       caption = made.release();
       RegisterHandle(caption);
@@ -141,137 +142,145 @@ ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath
     }
   }
   return Traced(
-      "OrmaCreateCaptionFromConfigure",
-      [&] { return TraceArgs().Text("configPath", configPath).Int("kind", kind); },
+      call, [&] { return TraceArgs().Text("configPath", configPath).Int("kind", kind); },
       static_cast<OrmaCaptionHandle>(caption));
 }
 
 ORMA_API int32_t OrmaAddCaption(OrmaVideoHandle vv, OrmaCaptionHandle c) {
-  int32_t r = WithCaption("OrmaAddCaption", c, [&](Caption& caption) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithCaption(call, c, [&](Caption& caption) {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse("OrmaAddCaption", kBadHandle, "not a virtual video handle");
-    if (Exporting(v)) return Refuse("OrmaAddCaption", kBadState, "an export is running");
-    if (caption.video) return Refuse("OrmaAddCaption", kBadState, "the caption is already on a timeline");
+    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
+    if (Exporting(v)) return Refuse(call, kBadState, "an export is running");
+    if (caption.video) return Refuse(call, kBadState, "the caption is already on a timeline");
     AddElement(v, &caption);
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaAddCaption", [&] { return TraceArgs().Ptr("vv", vv).Ptr("caption", c); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv).Ptr("caption", c); }, r);
 }
 
 ORMA_API int32_t OrmaUpateCaptionLevel(OrmaCaptionHandle c, int32_t level) {
-  int32_t r = WithCaption("OrmaUpateCaptionLevel", c, [&](Caption& caption) {
-    if (level < 0) return Refuse("OrmaUpateCaptionLevel", kBadArgument, "negative level");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+    if (level < 0) return Refuse(call, kBadArgument, "negative level");
     caption.level = level;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaUpateCaptionLevel", [&] { return TraceArgs().Ptr("caption", c).Int("level", level); }, r);
+      call, [&] { return TraceArgs().Ptr("caption", c).Int("level", level); }, r);
 }
 
 ORMA_API int32_t OrmaUpdateCaptionTimeline(OrmaCaptionHandle c, int64_t startUs, int64_t endUs) {
-  int32_t r = WithCaption("OrmaUpdateCaptionTimeline", c, [&](Caption& caption) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithCaption(call, c, [&](Caption& caption) {
     // An empty span leaves the caption out until a later span gives it time.
-    caption.leftOut = EmptySpan("OrmaUpdateCaptionTimeline", startUs, endUs);
-    caption.startUs = caption.leftOut ? startUs : NotNegative("OrmaUpdateCaptionTimeline", "start", startUs);
+    caption.leftOut = EmptySpan(call, startUs, endUs);
+    caption.startUs = caption.leftOut ? startUs : NotNegative(call, "start", startUs);
     caption.endUs = endUs;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaUpdateCaptionTimeline",
-      [&] { return TraceArgs().Ptr("caption", c).Int("startUs", startUs).Int("endUs", endUs); }, r);
+      call, [&] { return TraceArgs().Ptr("caption", c).Int("startUs", startUs).Int("endUs", endUs); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionTransparency(OrmaCaptionHandle c, float opacity) {
-  int32_t r = WithCaption("OrmaSetCaptionTransparency", c, [&](Caption& caption) {
-    if (!std::isfinite(opacity)) return Refuse("OrmaSetCaptionTransparency", kBadArgument, "not a number");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+    if (!std::isfinite(opacity)) return Refuse(call, kBadArgument, "not a number");
     caption.opacity = opacity;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetCaptionTransparency", [&] { return TraceArgs().Ptr("caption", c).Dbl("opacity", opacity); }, r);
+      call, [&] { return TraceArgs().Ptr("caption", c).Dbl("opacity", opacity); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionPosition(OrmaCaptionHandle c, OrmaFloatPair center) {
-  int32_t r = WithCaption("OrmaSetCaptionPosition", c, [&](Caption& caption) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithCaption(call, c, [&](Caption& caption) {
     caption.center = center;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetCaptionPosition",
-      [&] { return TraceArgs().Ptr("caption", c).Dbl("x", center.first).Dbl("y", center.second); }, r);
+      call, [&] { return TraceArgs().Ptr("caption", c).Dbl("x", center.first).Dbl("y", center.second); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionSize(OrmaCaptionHandle c, OrmaFloatPair size) {
-  int32_t r = WithCaption("OrmaSetCaptionSize", c, [&](Caption& caption) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithCaption(call, c, [&](Caption& caption) {
     caption.size = size;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetCaptionSize",
-      [&] { return TraceArgs().Ptr("caption", c).Dbl("width", size.first).Dbl("height", size.second); }, r);
+      call, [&] { return TraceArgs().Ptr("caption", c).Dbl("width", size.first).Dbl("height", size.second); },
+      r);
 }
 
 ORMA_API int32_t OrmaSetCaptionScale(OrmaCaptionHandle c, float scale) {
-  int32_t r = WithCaption("OrmaSetCaptionScale", c, [&](Caption& caption) {
-    if (!std::isfinite(scale)) return Refuse("OrmaSetCaptionScale", kBadArgument, "not a number");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+    if (!std::isfinite(scale)) return Refuse(call, kBadArgument, "not a number");
     caption.scale = scale;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetCaptionScale", [&] { return TraceArgs().Ptr("caption", c).Dbl("scale", scale); }, r);
+      call, [&] { return TraceArgs().Ptr("caption", c).Dbl("scale", scale); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionAngle(OrmaCaptionHandle c, float degrees) {
-  int32_t r = WithCaption("OrmaSetCaptionAngle", c, [&](Caption& caption) {
-    if (!std::isfinite(degrees)) return Refuse("OrmaSetCaptionAngle", kBadArgument, "not a number");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+    if (!std::isfinite(degrees)) return Refuse(call, kBadArgument, "not a number");
     caption.angle = degrees;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetCaptionAngle", [&] { return TraceArgs().Ptr("caption", c).Dbl("degrees", degrees); }, r);
+      call, [&] { return TraceArgs().Ptr("caption", c).Dbl("degrees", degrees); }, r);
 }
 
 ORMA_API int32_t OrmaCaptionGetItemCount(OrmaCaptionHandle c) {
+  ORMA_ENTRY_NAME;
   // A count, not a status: 0 for a caption without items (or a bad handle).
   Caption* caption = CaptionOf(c);
   int32_t n = caption ? static_cast<int32_t>(caption->items.size()) : 0;
-  if (!caption) Refuse("OrmaCaptionGetItemCount", kBadHandle, "not a caption handle");
+  if (!caption) Refuse(call, kBadHandle, "not a caption handle");
   return Traced(
-      "OrmaCaptionGetItemCount", [&] { return TraceArgs().Ptr("caption", c); }, n);
+      call, [&] { return TraceArgs().Ptr("caption", c); }, n);
 }
 
 ORMA_API OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle c, int32_t index) {
+  ORMA_ENTRY_NAME;
   Caption* caption = CaptionOf(c);
   CaptionItem* item = nullptr;
   if (!caption)
-    Refuse("OrmaCaptionGetItemCaption", kBadHandle, "not a caption handle");
+    Refuse(call, kBadHandle, "not a caption handle");
   else if (index < 0 || index >= static_cast<int32_t>(caption->items.size()))
-    Refuse("OrmaCaptionGetItemCaption", kBadArgument, "no item " + std::to_string(index));
+    Refuse(call, kBadArgument, "no item " + std::to_string(index));
   else
     item = caption->items[index];
   return Traced(
-      "OrmaCaptionGetItemCaption", [&] { return TraceArgs().Ptr("caption", c).Int("index", index); },
+      call, [&] { return TraceArgs().Ptr("caption", c).Int("index", index); },
       static_cast<OrmaCaptionItemHandle>(item));
 }
 
 ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t index,
                                                 OrmaCaptionItemBlock* block) {
+  ORMA_ENTRY_NAME;
   int32_t r = [&] {
     Caption* caption = CaptionOf(c);
-    if (!caption) return Refuse("OrmaCaptionGetItemCaptionParam", kBadHandle, "not a caption handle");
-    if (!block) return Refuse("OrmaCaptionGetItemCaptionParam", kBadArgument, "no block");
+    if (!caption) return Refuse(call, kBadHandle, "not a caption handle");
+    if (!block) return Refuse(call, kBadArgument, "no block");
     if (index < 0 || index >= static_cast<int32_t>(caption->items.size()))
-      return Refuse("OrmaCaptionGetItemCaptionParam", kBadArgument, "no item " + std::to_string(index));
+      return Refuse(call, kBadArgument, "no item " + std::to_string(index));
     *block = caption->items[index]->block;
     return int32_t{kOk};
   }();
   return Traced(
-      "OrmaCaptionGetItemCaptionParam",
-      [&] { return TraceArgs().Ptr("caption", c).Int("index", index).Ptr("block", block); }, r);
+      call, [&] { return TraceArgs().Ptr("caption", c).Int("index", index).Ptr("block", block); }, r);
 }
 
 ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const char* text) {
+  ORMA_ENTRY_NAME;
   // The item showing `text`; a caption of styled pieces gets one item per
   // piece, made on first request. Pieces may share a text (a red "AB" and a
   // yellow "AB"): an item whose parameter block a caller has already written
@@ -279,11 +288,11 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
   Caption* caption = CaptionOf(c);
   CaptionItem* item = nullptr;
   if (!caption)
-    Refuse("OrmaGetCaptionItem", kBadHandle, "not a caption handle");
+    Refuse(call, kBadHandle, "not a caption handle");
   else if (!text)
-    Refuse("OrmaGetCaptionItem", kBadArgument, "no text");
+    Refuse(call, kBadArgument, "no text");
   else if (Exporting(caption->video))
-    Refuse("OrmaGetCaptionItem", kBadState, "an export is running");
+    Refuse(call, kBadState, "an export is running");
   else {
     for (CaptionItem* i : caption->items)
       if (!i->filled && Copied(i->block.text, sizeof i->block.text) == text) {
@@ -296,20 +305,21 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
     }
   }
   return Traced(
-      "OrmaGetCaptionItem", [&] { return TraceArgs().Ptr("caption", c).Text("text", text); },
+      call, [&] { return TraceArgs().Ptr("caption", c).Text("text", text); },
       static_cast<OrmaCaptionItemHandle>(item));
 }
 
 ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle i, const OrmaCaptionItemBlock* block) {
-  int32_t r = WithItem("OrmaUpdateCaptionItemParam", i, [&](CaptionItem& item) {
-    if (!block) return Refuse("OrmaUpdateCaptionItemParam", kBadArgument, "no block");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+    if (!block) return Refuse(call, kBadArgument, "no block");
     item.block = *block;
     item.block.text[sizeof item.block.text - 1] = '\0';
     item.filled = true;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaUpdateCaptionItemParam",
+      call,
       [&] {
         TraceArgs t;
         t.Ptr("item", i);
@@ -323,26 +333,28 @@ ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle i, const OrmaC
 }
 
 ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, const char* path) {
-  int32_t r = WithItem("OrmaSetCaptionItemEffectConfigure", i, [&](CaptionItem& item) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
     std::string error;
     std::string native = ResolveLocalFile(path, &error);
-    if (native.empty()) return Refuse("OrmaSetCaptionItemEffectConfigure", kBadFile, error);
-    if (!LoadWordArt(native, &error)) return Refuse("OrmaSetCaptionItemEffectConfigure", kBadFile, error);
+    if (native.empty()) return Refuse(call, kBadFile, error);
+    if (!LoadWordArt(native, &error)) return Refuse(call, kBadFile, error);
     item.attrs.wordArt = native;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetCaptionItemEffectConfigure", [&] { return TraceArgs().Ptr("item", i).Text("path", path); }, r);
+      call, [&] { return TraceArgs().Ptr("item", i).Text("path", path); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle i, const OrmaStrokeBlock* stroke) {
-  int32_t r = WithItem("OrmaSetCaptionItemStroke", i, [&](CaptionItem& item) {
-    if (!stroke) return Refuse("OrmaSetCaptionItemStroke", kBadArgument, "no block");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+    if (!stroke) return Refuse(call, kBadArgument, "no block");
     item.attrs.stroke = *stroke;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetCaptionItemStroke",
+      call,
       [&] {
         TraceArgs t;
         t.Ptr("item", i);
@@ -353,13 +365,14 @@ ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle i, const OrmaStr
 }
 
 ORMA_API int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle i, const OrmaShadowBlock* shadow) {
-  int32_t r = WithItem("OrmaSetCaptionItemShadow", i, [&](CaptionItem& item) {
-    if (!shadow) return Refuse("OrmaSetCaptionItemShadow", kBadArgument, "no block");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+    if (!shadow) return Refuse(call, kBadArgument, "no block");
     item.attrs.shadow = *shadow;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetCaptionItemShadow",
+      call,
       [&] {
         TraceArgs t;
         t.Ptr("item", i);
@@ -371,14 +384,15 @@ ORMA_API int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle i, const OrmaSha
 
 ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle i, int32_t enable,
                                               const OrmaCaptionBackgroundBlock* background) {
-  int32_t r = WithItem("OrmaSetCaptionItemBackground", i, [&](CaptionItem& item) {
-    if (enable && !background) return Refuse("OrmaSetCaptionItemBackground", kBadArgument, "no block");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+    if (enable && !background) return Refuse(call, kBadArgument, "no block");
     item.attrs.backgroundEnabled = enable != 0;
     if (background) item.attrs.background = *background;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetCaptionItemBackground",
+      call,
       [&] {
         TraceArgs t;
         t.Ptr("item", i).Int("enable", enable);
@@ -390,18 +404,18 @@ ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle i, int32_t e
 
 ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char* configPath, int32_t type,
                                              int64_t startUs, int64_t durationUs) {
-  int32_t r = WithItem("OrmaSetCaptionItemAnimation", i, [&](CaptionItem& item) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
     std::string error;
     std::string native = ResolveLocalFile(configPath, &error);
-    if (native.empty()) return Refuse("OrmaSetCaptionItemAnimation", kBadFile, error);
-    if (startUs < 0 || durationUs < 0)
-      return Refuse("OrmaSetCaptionItemAnimation", kBadArgument, "negative time");
-    if (!AnimationClip::Load(native, &error)) return Refuse("OrmaSetCaptionItemAnimation", kBadFile, error);
+    if (native.empty()) return Refuse(call, kBadFile, error);
+    if (startUs < 0 || durationUs < 0) return Refuse(call, kBadArgument, "negative time");
+    if (!AnimationClip::Load(native, &error)) return Refuse(call, kBadFile, error);
     item.attrs.animations.push_back({native, type, startUs, durationUs});
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetCaptionItemAnimation",
+      call,
       [&] {
         return TraceArgs()
             .Ptr("item", i)
@@ -414,25 +428,26 @@ ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char
 }
 
 ORMA_API int32_t OrmaSetCaptionItemAnimationCycleDuration(OrmaCaptionItemHandle i, int64_t cycleUs) {
-  int32_t r = WithItem("OrmaSetCaptionItemAnimationCycleDuration", i, [&](CaptionItem& item) {
-    if (cycleUs < 0) return Refuse("OrmaSetCaptionItemAnimationCycleDuration", kBadArgument, "negative time");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+    if (cycleUs < 0) return Refuse(call, kBadArgument, "negative time");
     item.attrs.animationCycle = cycleUs;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetCaptionItemAnimationCycleDuration",
-      [&] { return TraceArgs().Ptr("item", i).Int("cycleUs", cycleUs); }, r);
+      call, [&] { return TraceArgs().Ptr("item", i).Int("cycleUs", cycleUs); }, r);
 }
 
 ORMA_API int32_t OrmaCreateCaptionKeyFrameAniamtion(OrmaCaptionHandle c,
                                                     const OrmaCaptionKeyFrameBlock* frame) {
-  int32_t r = WithCaption("OrmaCreateCaptionKeyFrameAniamtion", c, [&](Caption& caption) {
-    if (!frame) return Refuse("OrmaCreateCaptionKeyFrameAniamtion", kBadArgument, "no key frame");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+    if (!frame) return Refuse(call, kBadArgument, "no key frame");
     caption.keyFrames.push_back(*frame);
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaCreateCaptionKeyFrameAniamtion",
+      call,
       [&] {
         TraceArgs t;
         t.Ptr("caption", c);

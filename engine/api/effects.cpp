@@ -53,9 +53,10 @@ extern "C" {
 
 ORMA_API OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float intensity,
                                         int64_t fromUs, int64_t toUs) {
-  OrmaEffectHandle h = Region("OrmaAddMosaic", vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
+  ORMA_ENTRY_NAME;
+  OrmaEffectHandle h = Region(call, vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
   return Traced(
-      "OrmaAddMosaic",
+      call,
       [&] {
         return TraceArgs()
             .Ptr("vv", vv)
@@ -69,9 +70,10 @@ ORMA_API OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region,
 
 ORMA_API OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* region, float intensity,
                                            int64_t fromUs, int64_t toUs) {
-  OrmaEffectHandle h = Region("OrmaAddGaussBlur", vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
+  ORMA_ENTRY_NAME;
+  OrmaEffectHandle h = Region(call, vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
   return Traced(
-      "OrmaAddGaussBlur",
+      call,
       [&] {
         return TraceArgs()
             .Ptr("vv", vv)
@@ -85,9 +87,10 @@ ORMA_API OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* regi
 
 ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region, int64_t fromUs,
                                         int64_t toUs) {
-  OrmaEffectHandle h = Region("OrmaAddDeLogo", vv, EffectKind::DeLogo, region, 0.0f, fromUs, toUs);
+  ORMA_ENTRY_NAME;
+  OrmaEffectHandle h = Region(call, vv, EffectKind::DeLogo, region, 0.0f, fromUs, toUs);
   return Traced(
-      "OrmaAddDeLogo",
+      call,
       [&] {
         return TraceArgs().Ptr("vv", vv).Floats("region", region, 4).Int("fromUs", fromUs).Int("toUs", toUs);
       },
@@ -96,6 +99,7 @@ ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region,
 
 ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float intensity, int64_t fromUs,
                                      int64_t toUs) {
+  ORMA_ENTRY_NAME;
   Effect* e = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(path, &error);
@@ -103,17 +107,17 @@ ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float
   // The table is read now so that a file that is not a table is refused
   // here (the caller skips that filter) rather than failing the export.
   if (native.empty())
-    Refuse("OrmaAddLUT", kBadFile, error);
+    Refuse(call, kBadFile, error);
   else if (!LoadLutFile(native, &table, &error))
-    Refuse("OrmaAddLUT", kBadFile, error);
+    Refuse(call, kBadFile, error);
   else if (!std::isfinite(intensity))
-    Refuse("OrmaAddLUT", kBadArgument, "intensity is not a number");
-  else if ((e = NewEffect("OrmaAddLUT", vv, EffectKind::Lut, fromUs, toUs))) {
+    Refuse(call, kBadArgument, "intensity is not a number");
+  else if ((e = NewEffect(call, vv, EffectKind::Lut, fromUs, toUs))) {
     e->path = native;
     e->intensity = intensity;
   }
   return Traced(
-      "OrmaAddLUT",
+      call,
       [&] {
         return TraceArgs()
             .Ptr("vv", vv)
@@ -127,13 +131,14 @@ ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float
 
 ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const OrmaAdjustmentBlock* adjustment,
                                                   int64_t fromUs, int64_t toUs) {
+  ORMA_ENTRY_NAME;
   Effect* e = nullptr;
   if (!adjustment)
-    Refuse("OrmaAddFilterAdjustment", kBadArgument, "no adjustment block");
-  else if ((e = NewEffect("OrmaAddFilterAdjustment", vv, EffectKind::Adjustment, fromUs, toUs)))
+    Refuse(call, kBadArgument, "no adjustment block");
+  else if ((e = NewEffect(call, vv, EffectKind::Adjustment, fromUs, toUs)))
     e->adjustment = *adjustment;
   return Traced(
-      "OrmaAddFilterAdjustment",
+      call,
       [&] {
         TraceArgs t;
         t.Ptr("vv", vv);
@@ -145,20 +150,21 @@ ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const Orma
 
 ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* configPath, int32_t applyRange,
                                                int64_t fromUs, int64_t toUs) {
+  ORMA_ENTRY_NAME;
   Effect* e = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(configPath, &error);
   std::shared_ptr<const SpecialEffect> chain;
   if (native.empty() || !(chain = SpecialEffect::Load(native, &error)))
-    Refuse("OrmaAddSpecialEffect", kBadFile, error);
-  else if ((e = NewEffect("OrmaAddSpecialEffect", vv, EffectKind::Special, fromUs, toUs))) {
+    Refuse(call, kBadFile, error);
+  else if ((e = NewEffect(call, vv, EffectKind::Special, fromUs, toUs))) {
     e->path = native;
     e->applyRange = applyRange;
     e->special = std::move(chain);
     e->underEveryLevel = applyRange == 1; // the main track only
   }
   return Traced(
-      "OrmaAddSpecialEffect",
+      call,
       [&] {
         return TraceArgs()
             .Ptr("vv", vv)
@@ -171,19 +177,20 @@ ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* c
 }
 
 ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level) {
+  ORMA_ENTRY_NAME;
   // Effects and picture-in-picture scenes take a stacking level.
   int32_t r = [&] {
     Handle* h = FindHandle(handle);
     if (!h || (h->type != HandleType::Effect && h->type != HandleType::Scene))
-      return Refuse("OrmaUpdateEffectLevel", kBadHandle, "not an effect or picture-in-picture scene handle");
+      return Refuse(call, kBadHandle, "not an effect or picture-in-picture scene handle");
     auto* e = static_cast<Element*>(h);
-    if (Exporting(e->video)) return Refuse("OrmaUpdateEffectLevel", kBadState, "an export is running");
-    if (level < 0) return Refuse("OrmaUpdateEffectLevel", kBadArgument, "negative level");
+    if (Exporting(e->video)) return Refuse(call, kBadState, "an export is running");
+    if (level < 0) return Refuse(call, kBadArgument, "negative level");
     e->level = level;
     return int32_t{kOk};
   }();
   return Traced(
-      "OrmaUpdateEffectLevel", [&] { return TraceArgs().Ptr("handle", handle).Int("level", level); }, r);
+      call, [&] { return TraceArgs().Ptr("handle", handle).Int("level", level); }, r);
 }
 
 } // extern "C"

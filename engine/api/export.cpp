@@ -9,69 +9,75 @@ using namespace orma;
 extern "C" {
 
 ORMA_API int32_t OrmaEditSetLimitTime(OrmaVideoHandle vv, int64_t startUs, int64_t endUs) {
+  ORMA_ENTRY_NAME;
   // Renders only [start, end); an end of 0 or less means "to the end".
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse("OrmaEditSetLimitTime", kBadHandle, "not a virtual video handle");
-    if (Exporting(v)) return Refuse("OrmaEditSetLimitTime", kBadState, "an export is running");
+    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
+    if (Exporting(v)) return Refuse(call, kBadState, "an export is running");
     if (startUs < 0 || (endUs > 0 && endUs <= startUs))
-      return Refuse("OrmaEditSetLimitTime", kBadArgument,
+      return Refuse(call, kBadArgument,
                     "range " + std::to_string(startUs) + ".." + std::to_string(endUs) + " us is empty");
     v->settings.limitStartUs = startUs;
     v->settings.limitEndUs = endUs;
     return int32_t{kOk};
   }();
   return Traced(
-      "OrmaEditSetLimitTime",
-      [&] { return TraceArgs().Ptr("vv", vv).Int("startUs", startUs).Int("endUs", endUs); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv).Int("startUs", startUs).Int("endUs", endUs); }, r);
 }
 
 ORMA_API int32_t OrmaEditMediaUseAgentProcess(OrmaVideoHandle vv) {
+  ORMA_ENTRY_NAME;
   // The export always runs in the calling process (on MLT's worker threads);
   // the request is recorded and has no further effect.
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse("OrmaEditMediaUseAgentProcess", kBadHandle, "not a virtual video handle");
+    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
     v->settings.agentProcess = true;
     return int32_t{kOk};
   }();
   return Traced(
-      "OrmaEditMediaUseAgentProcess", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int32_t OrmaEditMedia(OrmaVideoHandle vv) {
+  ORMA_ENTRY_NAME;
   VirtualVideo* v = VideoOf(vv);
-  int32_t r = v ? RunExport(*v) : Refuse("OrmaEditMedia", kBadHandle, "not a virtual video handle");
+  int32_t r = v ? RunExport(*v) : Refuse(call, kBadHandle, "not a virtual video handle");
   return Traced(
-      "OrmaEditMedia", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int32_t OrmaEditProgress(OrmaVideoHandle vv) {
+  ORMA_ENTRY_NAME;
   VirtualVideo* v = VideoOf(vv);
   int32_t r = v ? v->progress.load() : 0;
   return Traced(
-      "OrmaEditProgress", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int64_t OrmaGetTotalPlaybackTime(OrmaVideoHandle vv) {
+  ORMA_ENTRY_NAME;
   VirtualVideo* v = VideoOf(vv);
   int64_t r = v ? TimelineLengthUs(*v) : 0;
   return Traced(
-      "OrmaGetTotalPlaybackTime", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int64_t OrmaGetCurrentPlaybackTime(OrmaVideoHandle vv) {
+  ORMA_ENTRY_NAME;
   VirtualVideo* v = VideoOf(vv);
   int64_t r = v ? v->positionUs.load() : 0;
   return Traced(
-      "OrmaGetCurrentPlaybackTime", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, OrmaMediaPropertyBlock* audio,
                                       OrmaMediaPropertyBlock* video) {
+  ORMA_ENTRY_NAME;
   int32_t r = [&] {
     MediaProbe probe = ProbeMedia(path, false);
-    if (!probe.ok) return Refuse("OrmaGetMediaInfoLite", kBadFile, probe.error);
+    if (!probe.ok) return Refuse(call, kBadFile, probe.error);
     if (durationUs) *durationUs = probe.durationUs;
     if (video) {
       std::memset(video, 0, sizeof *video);
@@ -97,7 +103,7 @@ ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, Orm
     return int32_t{kOk};
   }();
   return Traced(
-      "OrmaGetMediaInfoLite",
+      call,
       [&] {
         TraceArgs t;
         t.Text("path", path);

@@ -61,92 +61,95 @@ std::string BlurText(const OrmaBlurBlock* b) {
 extern "C" {
 
 ORMA_API int32_t OrmaSetMediaFlip(OrmaMediaHandle m, int32_t mode) {
-  int32_t r = WithMedia("OrmaSetMediaFlip", m, [&](Media& media) {
-    if (mode < 0 || mode > 3) return Refuse("OrmaSetMediaFlip", kBadArgument, "flip mode must be 0 to 3");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    if (mode < 0 || mode > 3) return Refuse(call, kBadArgument, "flip mode must be 0 to 3");
     media.attrs.flip = mode;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaFlip", [&] { return TraceArgs().Ptr("media", m).Int("mode", mode); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Int("mode", mode); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_t durationUs) {
-  int32_t r = WithMedia("OrmaSetMediaTimeLine", m, [&](Media& media) {
-    media.attrs.timeline = {true, NotNegative("OrmaSetMediaTimeLine", "start", startUs),
-                            NotNegative("OrmaSetMediaTimeLine", "duration", durationUs)};
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    media.attrs.timeline = {true, NotNegative(call, "start", startUs),
+                            NotNegative(call, "duration", durationUs)};
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaTimeLine",
-      [&] { return TraceArgs().Ptr("media", m).Int("startUs", startUs).Int("durationUs", durationUs); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Int("startUs", startUs).Int("durationUs", durationUs); },
+      r);
 }
 
 ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int64_t trimEndUs) {
-  int32_t r = WithMedia("OrmaSetMediaCutTime", m, [&](Media& media) {
-    media.attrs.cut = {true, NotNegative("OrmaSetMediaCutTime", "trim start", trimStartUs),
-                       NotNegative("OrmaSetMediaCutTime", "trim end", trimEndUs)};
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    media.attrs.cut = {true, NotNegative(call, "trim start", trimStartUs),
+                       NotNegative(call, "trim end", trimEndUs)};
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaCutTime",
+      call,
       [&] { return TraceArgs().Ptr("media", m).Int("trimStartUs", trimStartUs).Int("trimEndUs", trimEndUs); },
       r);
 }
 
 ORMA_API int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle m, float volume) {
-  int32_t r = WithMedia("OrmaSetMediaAudioFactor", m, [&](Media& media) {
-    if (!std::isfinite(volume))
-      return Refuse("OrmaSetMediaAudioFactor", kBadArgument, "volume is not a number");
-    media.attrs.volume = AtLeast("OrmaSetMediaAudioFactor", "volume", volume, 0);
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    if (!std::isfinite(volume)) return Refuse(call, kBadArgument, "volume is not a number");
+    media.attrs.volume = AtLeast(call, "volume", volume, 0);
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaAudioFactor", [&] { return TraceArgs().Ptr("media", m).Dbl("volume", volume); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Dbl("volume", volume); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle m, int64_t fadeInUs, int64_t fadeOutUs) {
-  int32_t r = WithMedia("OrmaSetMediaAudioFadeTime", m, [&](Media& media) {
-    media.attrs.audioFade = {true, NotNegative("OrmaSetMediaAudioFadeTime", "fade-in", fadeInUs),
-                             NotNegative("OrmaSetMediaAudioFadeTime", "fade-out", fadeOutUs)};
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    media.attrs.audioFade = {true, NotNegative(call, "fade-in", fadeInUs),
+                             NotNegative(call, "fade-out", fadeOutUs)};
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaAudioFadeTime",
-      [&] { return TraceArgs().Ptr("media", m).Int("fadeInUs", fadeInUs).Int("fadeOutUs", fadeOutUs); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Int("fadeInUs", fadeInUs).Int("fadeOutUs", fadeOutUs); },
+      r);
 }
 
 ORMA_LEVEL_SETTER(OrmaSetMediaAudioEffect, &MediaAttributes::audioEffect)
 ORMA_LEVEL_SETTER(OrmaSetMediaAudioNsLevel, &MediaAttributes::audioNsLevel)
 
 ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float intensity) {
-  int32_t r = WithMedia("OrmaSetMediaLUT", m, [&](Media& media) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
     std::string native, error;
-    if (!std::isfinite(intensity))
-      return Refuse("OrmaSetMediaLUT", kBadArgument, "intensity is not a number");
+    if (!std::isfinite(intensity)) return Refuse(call, kBadArgument, "intensity is not a number");
     Lut3D lut;
     if (!Resource(path, &native, &error) || !LoadLutFile(native, &lut, &error))
-      return WithoutResource("OrmaSetMediaLUT", error);
-    intensity = static_cast<float>(AtLeast("OrmaSetMediaLUT", "intensity", intensity, 0));
+      return WithoutResource(call, error);
+    intensity = static_cast<float>(AtLeast(call, "intensity", intensity, 0));
     media.attrs.lutPath = native;
     media.attrs.lutIntensity = intensity;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaLUT",
-      [&] { return TraceArgs().Ptr("media", m).Text("path", path).Dbl("intensity", intensity); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Text("path", path).Dbl("intensity", intensity); }, r);
 }
 
 ORMA_LEVEL_SETTER(OrmaSetMediaDisplayMode, &MediaAttributes::displayMode)
 
 ORMA_API int32_t OrmaSetMediaBlur(OrmaMediaHandle m, const OrmaBlurBlock* blur) {
-  int32_t r = WithMedia("OrmaSetMediaBlur", m, [&](Media& media) {
-    if (!blur) return Refuse("OrmaSetMediaBlur", kBadArgument, "no blur block");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    if (!blur) return Refuse(call, kBadArgument, "no blur block");
     media.attrs.blur = *blur;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaBlur",
-      [&] { return TraceArgs().Ptr("media", m).Raw("blur", blur ? BlurText(blur) : "null"); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Raw("blur", blur ? BlurText(blur) : "null"); }, r);
 }
 
 ORMA_LEVEL_SETTER(OrmaSetMediaBeautyBlurIntensity, &MediaAttributes::beautyBlur)
@@ -156,15 +159,16 @@ ORMA_LEVEL_SETTER(OrmaSetMediaBigEyeIntensity, &MediaAttributes::bigEye)
 ORMA_LEVEL_SETTER(OrmaSetMediaThinFaceIntensity, &MediaAttributes::thinFace)
 
 ORMA_API int32_t OrmaGetMediaFaceCount(OrmaMediaHandle m, int32_t* count) {
+  ORMA_ENTRY_NAME;
   // The result is the number of faces too, so 0 (no face) tells callers to
   // skip face shaping; see face_count.h for the frames looked at.
-  int32_t r = WithMedia("OrmaGetMediaFaceCount", m, [&](Media& media) {
-    if (!count) return Refuse("OrmaGetMediaFaceCount", kBadArgument, "no count");
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    if (!count) return Refuse(call, kBadArgument, "no count");
     *count = CountMediaFaces(media.probe, media.attrs.cut.first, media.attrs.cut.second);
     return *count;
   });
   return Traced(
-      "OrmaGetMediaFaceCount", [&] { return TraceArgs().Ptr("media", m).Ptr("count", count); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Ptr("count", count); }, r);
 }
 
 ORMA_LEVEL_SETTER(OrmaSetMediaVignette, &MediaAttributes::vignette)
@@ -181,70 +185,75 @@ ORMA_LEVEL_SETTER(OrmaSetMediaLightSensation, &MediaAttributes::lightSensation)
 ORMA_LEVEL_SETTER(OrmaSetMediaFade, &MediaAttributes::fade)
 
 ORMA_API int32_t OrmaSetMediaTransparency(OrmaMediaHandle m, double opacity) {
-  int32_t r = WithMedia("OrmaSetMediaTransparency", m, [&](Media& media) {
-    if (!std::isfinite(opacity))
-      return Refuse("OrmaSetMediaTransparency", kBadArgument, "opacity is not a number");
-    media.attrs.opacity = Limited("OrmaSetMediaTransparency", "opacity", opacity, 0, 1);
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    if (!std::isfinite(opacity)) return Refuse(call, kBadArgument, "opacity is not a number");
+    media.attrs.opacity = Limited(call, "opacity", opacity, 0, 1);
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaTransparency", [&] { return TraceArgs().Ptr("media", m).Dbl("opacity", opacity); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Dbl("opacity", opacity); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaAnimationAngle(OrmaMediaHandle m, int32_t degrees) {
-  int32_t r = WithMedia("OrmaSetMediaAnimationAngle", m, [&](Media& media) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
     media.attrs.angle = degrees;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaAnimationAngle", [&] { return TraceArgs().Ptr("media", m).Int("degrees", degrees); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Int("degrees", degrees); }, r);
 }
 
 ORMA_LEVEL_SETTER(OrmaSetMediaBlendMode, &MediaAttributes::blendMode)
 
 ORMA_API int32_t OrmaSetMediaClip(OrmaMediaHandle m, const float* rect) {
-  int32_t r = WithMedia("OrmaSetMediaClip", m, [&](Media& media) {
-    if (!rect) return Refuse("OrmaSetMediaClip", kBadArgument, "no rectangle");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    if (!rect) return Refuse(call, kBadArgument, "no rectangle");
     for (int i = 0; i < 4; ++i)
-      if (!std::isfinite(rect[i])) return Refuse("OrmaSetMediaClip", kBadArgument, "not a number");
+      if (!std::isfinite(rect[i])) return Refuse(call, kBadArgument, "not a number");
     std::copy(rect, rect + 4, media.attrs.crop);
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaClip", [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaShowRect(OrmaMediaHandle m, const float* rect) {
-  int32_t r = WithMedia("OrmaSetMediaShowRect", m, [&](Media& media) {
-    if (!rect) return Refuse("OrmaSetMediaShowRect", kBadArgument, "no rectangle");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    if (!rect) return Refuse(call, kBadArgument, "no rectangle");
     for (int i = 0; i < 4; ++i)
-      if (!std::isfinite(rect[i])) return Refuse("OrmaSetMediaShowRect", kBadArgument, "not a number");
+      if (!std::isfinite(rect[i])) return Refuse(call, kBadArgument, "not a number");
     std::copy(rect, rect + 4, media.attrs.show);
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaShowRect", [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
+  ORMA_ENTRY_NAME;
   // 0 (a draft without speed) plays at normal speed.
-  int32_t r = WithMedia("OrmaSetMediaPlaySpeed", m, [&](Media& media) {
-    if (!std::isfinite(speed)) return Refuse("OrmaSetMediaPlaySpeed", kBadArgument, "speed is not a number");
-    media.attrs.speed = Limited("OrmaSetMediaPlaySpeed", "speed", speed, 0, 100);
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    if (!std::isfinite(speed)) return Refuse(call, kBadArgument, "speed is not a number");
+    media.attrs.speed = Limited(call, "speed", speed, 0, 100);
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaPlaySpeed", [&] { return TraceArgs().Ptr("media", m).Dbl("speed", speed); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Dbl("speed", speed); }, r);
 }
 
 ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath, int32_t type,
                                        int64_t startUs, int64_t durationUs) {
-  int32_t r = WithMedia("OrmaSetMediaAnimation", m, [&](Media& media) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
     std::string native, error;
     media.animationLeftOut = !Resource(configPath, &native, &error) || !AnimationClip::Load(native, &error);
-    if (media.animationLeftOut) return WithoutResource("OrmaSetMediaAnimation", error);
-    startUs = NotNegative("OrmaSetMediaAnimation", "start", startUs);
-    durationUs = NotNegative("OrmaSetMediaAnimation", "duration", durationUs);
+    if (media.animationLeftOut) return WithoutResource(call, error);
+    startUs = NotNegative(call, "start", startUs);
+    durationUs = NotNegative(call, "duration", durationUs);
     if (type < kAnimationIn || type > kAnimationLoop)
       LogOnce("animation-type",
               "animation types other than 0 (in), 1 (out) and 2 (loop) play as in-animations");
@@ -252,7 +261,7 @@ ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaAnimation",
+      call,
       [&] {
         return TraceArgs()
             .Ptr("media", m)
@@ -265,36 +274,36 @@ ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath
 }
 
 ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t cycleUs) {
-  int32_t r = WithMedia("OrmaSetMediaAnimationCycleDuration", m, [&](Media& media) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
     if (media.animationLeftOut) return int32_t{kOk}; // its animation was left out
-    cycleUs = NotNegative("OrmaSetMediaAnimationCycleDuration", "cycle", cycleUs);
+    cycleUs = NotNegative(call, "cycle", cycleUs);
     // The cycle belongs to the animation set just before it.
-    if (media.attrs.animations.empty())
-      return Refuse("OrmaSetMediaAnimationCycleDuration", kBadState, "no animation to set the cycle of");
+    if (media.attrs.animations.empty()) return Refuse(call, kBadState, "no animation to set the cycle of");
     media.attrs.animations.back().cycleUs = cycleUs;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaAnimationCycleDuration",
-      [&] { return TraceArgs().Ptr("media", m).Int("cycleUs", cycleUs); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Int("cycleUs", cycleUs); }, r);
 }
 
 ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyFrameBlock* frame) {
+  ORMA_ENTRY_NAME;
   // Returns the key frame's 1-based number (0 on failure).
   int64_t r = 0;
   Media* media = MediaOf(m);
   if (!media)
-    Refuse("OrmaMediaAddKeyFrameAnimation", kBadHandle, "not a media handle");
+    Refuse(call, kBadHandle, "not a media handle");
   else if (!frame)
-    Refuse("OrmaMediaAddKeyFrameAnimation", kBadArgument, "no key frame");
+    Refuse(call, kBadArgument, "no key frame");
   else if (media->scene && Exporting(media->scene->video))
-    Refuse("OrmaMediaAddKeyFrameAnimation", kBadState, "an export is running");
+    Refuse(call, kBadState, "an export is running");
   else {
     media->attrs.keyFrames.push_back(*frame);
     r = static_cast<int64_t>(media->attrs.keyFrames.size());
   }
   return Traced(
-      "OrmaMediaAddKeyFrameAnimation",
+      call,
       [&] {
         TraceArgs t;
         t.Ptr("media", m);
@@ -311,30 +320,32 @@ ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyF
 }
 
 ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path) {
-  int32_t r = WithMedia("OrmaSetMediaMaskVideo", m, [&](Media& media) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
     MediaProbe probe = ProbeMedia(path, true);
-    if (!probe.ok) return WithoutResource("OrmaSetMediaMaskVideo", probe.error);
-    if (!probe.hasVideo) return WithoutResource("OrmaSetMediaMaskVideo", probe.path + ": has no picture");
+    if (!probe.ok) return WithoutResource(call, probe.error);
+    if (!probe.hasVideo) return WithoutResource(call, probe.path + ": has no picture");
     media.attrs.maskVideo = probe.path;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaMaskVideo", [&] { return TraceArgs().Ptr("media", m).Text("path", path); }, r);
+      call, [&] { return TraceArgs().Ptr("media", m).Text("path", path); }, r);
 }
 
 ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char* configPath) {
+  ORMA_ENTRY_NAME;
   Mask* mask = nullptr;
   Media* media = MediaOf(m);
   std::string native, error;
   MaskConfig config;
   if (!media)
-    Refuse("OrmaAddMediaMaskFromConfig", kBadHandle, "not a media handle");
+    Refuse(call, kBadHandle, "not a media handle");
   else if (media->scene && Exporting(media->scene->video))
-    Refuse("OrmaAddMediaMaskFromConfig", kBadState, "an export is running");
+    Refuse(call, kBadState, "an export is running");
   else if (!Resource(configPath, &native, &error) || !LoadMaskConfig(native, &config, &error)) {
     // A mask that cannot be read is left out: its handle takes the shape and
     // key frames the caller sends, and the item is drawn unmasked.
-    WithoutResource("OrmaAddMediaMaskFromConfig", error);
+    WithoutResource(call, error);
     mask = new Mask();
     mask->media = media;
     RegisterHandle(mask);
@@ -346,26 +357,26 @@ ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char
     media->masks.push_back(mask);
   }
   return Traced(
-      "OrmaAddMediaMaskFromConfig",
-      [&] { return TraceArgs().Ptr("media", m).Text("configPath", configPath); },
+      call, [&] { return TraceArgs().Ptr("media", m).Text("configPath", configPath); },
       static_cast<OrmaMaskHandle>(mask));
 }
 
 ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHandle mask,
                                                    const OrmaMaskKeyFrameBlock* frame) {
+  ORMA_ENTRY_NAME;
   int64_t r = 0;
   Media* media = MediaOf(m);
   Mask* k = MaskOf(mask);
   if (!media || !k || k->media != media)
-    Refuse("OrmaMediaAddMaskKeyFrameAnimation", kBadHandle, "not a mask of the media");
+    Refuse(call, kBadHandle, "not a mask of the media");
   else if (!frame)
-    Refuse("OrmaMediaAddMaskKeyFrameAnimation", kBadArgument, "no key frame");
+    Refuse(call, kBadArgument, "no key frame");
   else {
     k->keyFrames.push_back(*frame);
     r = static_cast<int64_t>(k->keyFrames.size());
   }
   return Traced(
-      "OrmaMediaAddMaskKeyFrameAnimation",
+      call,
       [&] {
         TraceArgs t;
         t.Ptr("media", m).Ptr("mask", mask);
@@ -377,17 +388,17 @@ ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHa
 
 ORMA_API int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle m, OrmaMaskHandle mask,
                                           const OrmaMaskShapeBlock* shape) {
+  ORMA_ENTRY_NAME;
   int32_t r = [&] {
     Media* media = MediaOf(m);
     Mask* k = MaskOf(mask);
-    if (!media || !k || k->media != media)
-      return Refuse("OrmaUpdateMediaMaskParam", kBadHandle, "not a mask of the media");
-    if (!shape) return Refuse("OrmaUpdateMediaMaskParam", kBadArgument, "no shape");
+    if (!media || !k || k->media != media) return Refuse(call, kBadHandle, "not a mask of the media");
+    if (!shape) return Refuse(call, kBadArgument, "no shape");
     k->shape = *shape;
     return int32_t{kOk};
   }();
   return Traced(
-      "OrmaUpdateMediaMaskParam",
+      call,
       [&] {
         TraceArgs t;
         t.Ptr("media", m).Ptr("mask", mask);
@@ -404,14 +415,15 @@ ORMA_API int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle m, OrmaMaskHandle mask
 ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, int32_t green,
                                        int32_t blue, int32_t factor, int32_t alphaLower, int32_t alphaUpper,
                                        int32_t edgeSize) {
-  int32_t r = WithMedia("OrmaSetMediaChromaKey", m, [&](Media& media) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
     media.attrs.chromaKeyEnabled = enable != 0;
     const int32_t values[7] = {red, green, blue, factor, alphaLower, alphaUpper, edgeSize};
     std::copy(values, values + 7, media.attrs.chromaKey);
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaChromaKey",
+      call,
       [&] {
         return TraceArgs()
             .Ptr("media", m)
@@ -429,18 +441,19 @@ ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_
 
 ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* configPath, int64_t startUs,
                                            int64_t durationUs) {
-  int32_t r = WithMedia("OrmaSetMediaSpecialEffect", m, [&](Media& media) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithMedia(call, m, [&](Media& media) {
     std::string native, error;
     std::shared_ptr<const SpecialEffect> chain;
     if (!Resource(configPath, &native, &error) || !(chain = SpecialEffect::Load(native, &error)))
-      return WithoutResource("OrmaSetMediaSpecialEffect", error);
-    startUs = NotNegative("OrmaSetMediaSpecialEffect", "start", startUs);
-    durationUs = NotNegative("OrmaSetMediaSpecialEffect", "duration", durationUs);
+      return WithoutResource(call, error);
+    startUs = NotNegative(call, "start", startUs);
+    durationUs = NotNegative(call, "duration", durationUs);
     media.specialEffects.push_back({chain, startUs, durationUs});
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetMediaSpecialEffect",
+      call,
       [&] {
         return TraceArgs()
             .Ptr("media", m)

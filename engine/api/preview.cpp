@@ -18,73 +18,76 @@ int32_t Control(const char* function, OrmaVideoHandle vv, PreviewControl control
 extern "C" {
 
 ORMA_API int32_t OrmaSetDisplayRatio(OrmaVideoHandle vv, float ratio) {
+  ORMA_ENTRY_NAME;
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse("OrmaSetDisplayRatio", kBadHandle, "not a virtual video handle");
-    if (!(ratio > 0.0f) || !std::isfinite(ratio))
-      return Refuse("OrmaSetDisplayRatio", kBadArgument, "ratio must be positive");
+    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
+    if (!(ratio > 0.0f) || !std::isfinite(ratio)) return Refuse(call, kBadArgument, "ratio must be positive");
     v->preview.displayRatio = ratio;
     return int32_t{kOk};
   }();
   return Traced(
-      "OrmaSetDisplayRatio", [&] { return TraceArgs().Ptr("vv", vv).Dbl("ratio", ratio); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv).Dbl("ratio", ratio); }, r);
 }
 
 ORMA_API int32_t OrmaSetPreviewWindowsHwnd(OrmaVideoHandle vv, uint64_t window) {
+  ORMA_ENTRY_NAME;
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse("OrmaSetPreviewWindowsHwnd", kBadHandle, "not a virtual video handle");
+    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
     v->preview.window = window;
     return int32_t{kOk};
   }();
   return Traced(
-      "OrmaSetPreviewWindowsHwnd",
-      [&] { return TraceArgs().Ptr("vv", vv).Int("window", static_cast<int64_t>(window)); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv).Int("window", static_cast<int64_t>(window)); }, r);
 }
 
 ORMA_API int32_t OrmaPreviewInit(OrmaVideoHandle vv) {
+  ORMA_ENTRY_NAME;
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse("OrmaPreviewInit", kBadHandle, "not a virtual video handle");
+    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
     v->preview.initialised = true;
     AwaitPreview(*v);
     return int32_t{kOk};
   }();
   return Traced(
-      "OrmaPreviewInit", [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
 ORMA_API int32_t OrmaPreview(OrmaVideoHandle vv) {
+  ORMA_ENTRY_NAME;
   return Traced(
-      "OrmaPreview", [&] { return TraceArgs().Ptr("vv", vv); },
+      call, [&] { return TraceArgs().Ptr("vv", vv); },
       [&] {
         VirtualVideo* v = VideoOf(vv);
-        return v ? StartPreview(*v) : Refuse("OrmaPreview", kBadHandle, "not a virtual video handle");
+        return v ? StartPreview(*v) : Refuse(call, kBadHandle, "not a virtual video handle");
       }());
 }
 
 ORMA_API int32_t OrmaPreviewConintue(OrmaVideoHandle vv) {
+  ORMA_ENTRY_NAME;
   return Traced(
-      "OrmaPreviewConintue", [&] { return TraceArgs().Ptr("vv", vv); },
-      Control("OrmaPreviewConintue", vv, PreviewControl::Play));
+      call, [&] { return TraceArgs().Ptr("vv", vv); }, Control(call, vv, PreviewControl::Play));
 }
 
 ORMA_API int32_t OrmaPreviewPause(OrmaVideoHandle vv) {
+  ORMA_ENTRY_NAME;
   return Traced(
-      "OrmaPreviewPause", [&] { return TraceArgs().Ptr("vv", vv); },
-      Control("OrmaPreviewPause", vv, PreviewControl::Pause));
+      call, [&] { return TraceArgs().Ptr("vv", vv); }, Control(call, vv, PreviewControl::Pause));
 }
 
 ORMA_API int32_t OrmaPreviewStop(OrmaVideoHandle vv) {
+  ORMA_ENTRY_NAME;
   return Traced(
-      "OrmaPreviewStop", [&] { return TraceArgs().Ptr("vv", vv); },
-      Control("OrmaPreviewStop", vv, PreviewControl::Stop));
+      call, [&] { return TraceArgs().Ptr("vv", vv); }, Control(call, vv, PreviewControl::Stop));
 }
 
 ORMA_API int32_t OrmaPreviewSeek(OrmaVideoHandle vv, int64_t positionUs) {
+  ORMA_ENTRY_NAME;
   return Traced(
-      "OrmaPreviewSeek", [&] { return TraceArgs().Ptr("vv", vv).Int("positionUs", positionUs); },
-      Control("OrmaPreviewSeek", vv, PreviewControl::Seek, positionUs));
+      call, [&] { return TraceArgs().Ptr("vv", vv).Int("positionUs", positionUs); },
+      Control(call, vv, PreviewControl::Seek, positionUs));
 }
 
 } // extern "C"

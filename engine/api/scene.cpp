@@ -34,79 +34,84 @@ template <class Apply> int32_t WithScene(const char* function, OrmaSceneHandle s
 extern "C" {
 
 ORMA_API OrmaSceneHandle OrmaCreateScene(int64_t startUs, int64_t endUs) {
-  OrmaSceneHandle s = NewScene("OrmaCreateScene", startUs, endUs, false);
+  ORMA_ENTRY_NAME;
+  OrmaSceneHandle s = NewScene(call, startUs, endUs, false);
   return Traced(
-      "OrmaCreateScene", [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
+      call, [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
 }
 
 ORMA_API OrmaSceneHandle OrmaCreatePIPScene(int64_t startUs, int64_t endUs) {
-  OrmaSceneHandle s = NewScene("OrmaCreatePIPScene", startUs, endUs, true);
+  ORMA_ENTRY_NAME;
+  OrmaSceneHandle s = NewScene(call, startUs, endUs, true);
   return Traced(
-      "OrmaCreatePIPScene", [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
+      call, [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
 }
 
 ORMA_API int32_t OrmaAddScene(OrmaVideoHandle vv, OrmaSceneHandle scene) {
+  ORMA_ENTRY_NAME;
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
     Scene* s = SceneOf(scene);
-    if (!v || !s) return Refuse("OrmaAddScene", kBadHandle, "not a virtual video and a scene");
-    if (Exporting(v)) return Refuse("OrmaAddScene", kBadState, "an export is running");
-    if (s->video) return Refuse("OrmaAddScene", kBadState, "the scene is already on a timeline");
+    if (!v || !s) return Refuse(call, kBadHandle, "not a virtual video and a scene");
+    if (Exporting(v)) return Refuse(call, kBadState, "an export is running");
+    if (s->video) return Refuse(call, kBadState, "the scene is already on a timeline");
     AddElement(v, s);
     return int32_t{kOk};
   }();
   return Traced(
-      "OrmaAddScene", [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene); }, r);
 }
 
 ORMA_API OrmaMediaHandle OrmaSceneCreateMedia(const char* path) {
+  ORMA_ENTRY_NAME;
   // The file is opened and its first frame decoded now, so that a missing,
   // unreadable or undecodable file is reported here and not while rendering.
   MediaProbe probe = ProbeMedia(path, true);
   Media* m = nullptr;
   if (!probe.ok) {
-    Refuse("OrmaSceneCreateMedia", kBadFile, probe.error);
+    Refuse(call, kBadFile, probe.error);
   } else {
     m = new Media();
     m->probe = probe;
     RegisterHandle(m);
   }
   return Traced(
-      "OrmaSceneCreateMedia", [&] { return TraceArgs().Text("path", path); },
-      static_cast<OrmaMediaHandle>(m));
+      call, [&] { return TraceArgs().Text("path", path); }, static_cast<OrmaMediaHandle>(m));
 }
 
 ORMA_API int32_t OrmaSceneAddMediaHandle(OrmaSceneHandle scene, OrmaMediaHandle media) {
-  int32_t r = WithScene("OrmaSceneAddMediaHandle", scene, [&](Scene& s) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithScene(call, scene, [&](Scene& s) {
     Media* m = MediaOf(media);
-    if (!m) return Refuse("OrmaSceneAddMediaHandle", kBadHandle, "not a media handle");
-    if (m->scene) return Refuse("OrmaSceneAddMediaHandle", kBadState, "the media is already in a scene");
+    if (!m) return Refuse(call, kBadHandle, "not a media handle");
+    if (m->scene) return Refuse(call, kBadState, "the media is already in a scene");
     m->scene = &s;
     s.media.push_back(m);
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSceneAddMediaHandle", [&] { return TraceArgs().Ptr("scene", scene).Ptr("media", media); }, r);
+      call, [&] { return TraceArgs().Ptr("scene", scene).Ptr("media", media); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundImage(OrmaSceneHandle scene, const char* path) {
-  int32_t r = WithScene("OrmaSetSceneBackGroundImage", scene, [&](Scene& s) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithScene(call, scene, [&](Scene& s) {
     MediaProbe probe = ProbeMedia(path, true);
-    if (!probe.ok) return Refuse("OrmaSetSceneBackGroundImage", kBadFile, probe.error);
-    if (!probe.hasVideo)
-      return Refuse("OrmaSetSceneBackGroundImage", kBadFile, probe.path + ": not a picture");
+    if (!probe.ok) return Refuse(call, kBadFile, probe.error);
+    if (!probe.hasVideo) return Refuse(call, kBadFile, probe.path + ": not a picture");
     s.background = Background();
     s.background.kind = BackgroundKind::Picture;
     s.background.picture = probe;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetSceneBackGroundImage", [&] { return TraceArgs().Ptr("scene", scene).Text("path", path); }, r);
+      call, [&] { return TraceArgs().Ptr("scene", scene).Text("path", path); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundColor(OrmaSceneHandle scene, const float* rgba) {
-  int32_t r = WithScene("OrmaSetSceneBackGroundColor", scene, [&](Scene& s) {
-    if (!rgba) return Refuse("OrmaSetSceneBackGroundColor", kBadArgument, "no colour");
+  ORMA_ENTRY_NAME;
+  int32_t r = WithScene(call, scene, [&](Scene& s) {
+    if (!rgba) return Refuse(call, kBadArgument, "no colour");
     s.background = Background();
     s.background.kind = BackgroundKind::Color;
     for (int i = 0; i < 4; ++i)
@@ -114,16 +119,15 @@ ORMA_API int32_t OrmaSetSceneBackGroundColor(OrmaSceneHandle scene, const float*
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetSceneBackGroundColor", [&] { return TraceArgs().Ptr("scene", scene).Floats("rgba", rgba, 4); },
-      r);
+      call, [&] { return TraceArgs().Ptr("scene", scene).Floats("rgba", rgba, 4); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundGaussBlur(OrmaSceneHandle scene, float intensity) {
+  ORMA_ENTRY_NAME;
   // Intensity 0 (what a draft without a blurred background passes) leaves
   // the scene without background: black where no media is.
-  int32_t r = WithScene("OrmaSetSceneBackGroundGaussBlur", scene, [&](Scene& s) {
-    if (!std::isfinite(intensity))
-      return Refuse("OrmaSetSceneBackGroundGaussBlur", kBadArgument, "not a number");
+  int32_t r = WithScene(call, scene, [&](Scene& s) {
+    if (!std::isfinite(intensity)) return Refuse(call, kBadArgument, "not a number");
     s.background = Background();
     if (intensity > 0.0f) {
       s.background.kind = BackgroundKind::Blur;
@@ -132,43 +136,42 @@ ORMA_API int32_t OrmaSetSceneBackGroundGaussBlur(OrmaSceneHandle scene, float in
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetSceneBackGroundGaussBlur",
-      [&] { return TraceArgs().Ptr("scene", scene).Dbl("intensity", intensity); }, r);
+      call, [&] { return TraceArgs().Ptr("scene", scene).Dbl("intensity", intensity); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneTransitionMode(OrmaVideoHandle vv, OrmaSceneHandle scene, int32_t mode) {
-  int32_t r = WithScene("OrmaSetSceneTransitionMode", scene, [&](Scene& s) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithScene(call, scene, [&](Scene& s) {
     if (!VideoOf(vv) || s.video != VideoOf(vv))
-      return Refuse("OrmaSetSceneTransitionMode", kBadHandle, "the scene is not on this virtual video");
+      return Refuse(call, kBadHandle, "the scene is not on this virtual video");
     // Mode 3: the transition is centred on the cut and the timeline keeps
     // its length. It is the only mode the engine has.
-    if (mode != 3) return Refuse("OrmaSetSceneTransitionMode", kBadArgument, "only mode 3 is supported");
+    if (mode != 3) return Refuse(call, kBadArgument, "only mode 3 is supported");
     s.transitionMode = mode;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetSceneTransitionMode",
-      [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Int("mode", mode); }, r);
+      call, [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Int("mode", mode); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scene, const char* path,
                                         int64_t durationUs) {
-  int32_t r = WithScene("OrmaSetSceneTransition", scene, [&](Scene& s) {
+  ORMA_ENTRY_NAME;
+  int32_t r = WithScene(call, scene, [&](Scene& s) {
     if (!VideoOf(vv) || s.video != VideoOf(vv))
-      return Refuse("OrmaSetSceneTransition", kBadHandle, "the scene is not on this virtual video");
+      return Refuse(call, kBadHandle, "the scene is not on this virtual video");
     if (s.transitionMode != 3)
-      return Refuse("OrmaSetSceneTransition", kBadState,
-                    "the transition mode is not set (call with mode 3 first)");
-    if (durationUs < 0) return Refuse("OrmaSetSceneTransition", kBadArgument, "negative duration");
+      return Refuse(call, kBadState, "the transition mode is not set (call with mode 3 first)");
+    if (durationUs < 0) return Refuse(call, kBadArgument, "negative duration");
     TransitionStyle style;
     std::string error;
-    if (!LoadTransitionStyle(path, &style, &error)) return Refuse("OrmaSetSceneTransition", kBadFile, error);
+    if (!LoadTransitionStyle(path, &style, &error)) return Refuse(call, kBadFile, error);
     s.transition = style;
     s.transitionUs = durationUs;
     return int32_t{kOk};
   });
   return Traced(
-      "OrmaSetSceneTransition",
+      call,
       [&] {
         return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Text("path", path).Int("durationUs", durationUs);
       },

@@ -29,8 +29,9 @@ void WriteVersion(char* out, size_t size, unsigned packed) {
 extern "C" {
 
 ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
+  ORMA_ENTRY_NAME;
   int32_t r = [&] {
-    if (!versions) return Refuse("OrmaGetVersions", kBadArgument, "no version block");
+    if (!versions) return Refuse(call, kBadArgument, "no version block");
     *versions = OrmaVersionBlock{};
     std::snprintf(versions->core, sizeof versions->core, "%s", ORMA_CORE_VERSION);
     const char* mlt = mlt_version_get_string();
@@ -42,7 +43,7 @@ ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
     return int32_t{kOk};
   }();
   return Traced(
-      "OrmaGetVersions", [&] { return TraceArgs().Ptr("versions", versions); }, r);
+      call, [&] { return TraceArgs().Ptr("versions", versions); }, r);
 }
 
 } // extern "C"
