@@ -47,14 +47,10 @@ OrmaEffectHandle Region(const char* function, OrmaVideoHandle vv, EffectKind kin
   return e;
 }
 
-} // namespace
-
-extern "C" {
-
-ORMA_API OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float intensity,
-                                        int64_t fromUs, int64_t toUs) {
-  ORMA_ENTRY_NAME;
-  OrmaEffectHandle h = Region(call, vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
+// Mosaic and blurred regions differ only in their kind.
+OrmaEffectHandle TracedRegion(const char* call, OrmaVideoHandle vv, EffectKind kind, const float* region,
+                              float intensity, int64_t fromUs, int64_t toUs) {
+  OrmaEffectHandle h = Region(call, vv, kind, region, intensity, fromUs, toUs);
   return Traced(
       call,
       [&] {
@@ -68,21 +64,20 @@ ORMA_API OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region,
       h);
 }
 
+} // namespace
+
+extern "C" {
+
+ORMA_API OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float intensity,
+                                        int64_t fromUs, int64_t toUs) {
+  ORMA_ENTRY_NAME;
+  return TracedRegion(call, vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
+}
+
 ORMA_API OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* region, float intensity,
                                            int64_t fromUs, int64_t toUs) {
   ORMA_ENTRY_NAME;
-  OrmaEffectHandle h = Region(call, vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
-  return Traced(
-      call,
-      [&] {
-        return TraceArgs()
-            .Ptr("vv", vv)
-            .Floats("region", region, 4)
-            .Dbl("intensity", intensity)
-            .Int("fromUs", fromUs)
-            .Int("toUs", toUs);
-      },
-      h);
+  return TracedRegion(call, vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
 }
 
 ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region, int64_t fromUs,
