@@ -20,6 +20,7 @@ extern "C" {
 #include <mutex>
 
 #include "engine/core/libraries.h"
+#include "engine/media/av_handles.h"
 #include "engine/media/picture_limits.h"
 #include "platform/platform.h"
 
@@ -61,18 +62,6 @@ std::string ProtocolPrefix(const std::string& path) {
   return path.substr(0, n + 1);
 }
 
-struct FormatCloser {
-  void operator()(AVFormatContext* ctx) const {
-    if (ctx) avformat_close_input(&ctx);
-  }
-};
-
-struct CodecCloser {
-  void operator()(AVCodecContext* ctx) const {
-    if (ctx) avcodec_free_context(&ctx);
-  }
-};
-
 // Decodes packets of `stream` until one frame comes out.
 bool DecodesOneFrame(AVFormatContext* ctx, int stream, std::string* error) {
   AVCodecParameters* par = ctx->streams[stream]->codecpar;
@@ -81,7 +70,7 @@ bool DecodesOneFrame(AVFormatContext* ctx, int stream, std::string* error) {
     *error = "no decoder for codec " + std::string(avcodec_get_name(par->codec_id));
     return false;
   }
-  std::unique_ptr<AVCodecContext, CodecCloser> dec(avcodec_alloc_context3(codec));
+  CodecPtr dec(avcodec_alloc_context3(codec));
   if (!dec || avcodec_parameters_to_context(dec.get(), par) < 0) {
     *error = "cannot set up the decoder";
     return false;
@@ -92,8 +81,10 @@ bool DecodesOneFrame(AVFormatContext* ctx, int stream, std::string* error) {
     *error = "cannot open the decoder: " + AvError(rc);
     return false;
   }
-  AVPacket* pkt = av_packet_alloc();
-  AVFrame* frame = av_frame_alloc();
+  PacketPtr packet(av_packet_alloc());
+  FramePtr picture(av_frame_alloc());
+  AVPacket* pkt = packet.get();
+  AVFrame* frame = picture.get();
   bool got = false;
   int lastError = 0;
   for (int packets = 0; packets < 2000 && !got; ++packets) {
@@ -110,8 +101,6 @@ bool DecodesOneFrame(AVFormatContext* ctx, int stream, std::string* error) {
     }
     av_packet_unref(pkt);
   }
-  av_frame_free(&frame);
-  av_packet_free(&pkt);
   if (!got) *error = "no frame could be decoded" + (lastError ? ": " + AvError(lastError) : std::string());
   return got;
 }
@@ -200,7 +189,7 @@ MediaProbe ProbeFile(const std::string& file, bool decode) {
     probe.error = file + ": " + AvError(rc);
     return probe;
   }
-  std::unique_ptr<AVFormatContext, FormatCloser> ctx(raw);
+  FormatPtr ctx(raw);
   rc = avformat_find_stream_info(ctx.get(), nullptr);
   if (rc < 0) {
     probe.error = file + ": " + AvError(rc);
@@ -275,14 +264,13 @@ MediaProbe ProbeFile(const std::string& file, bool decode) {
   // A still picture is a video stream of one frame and no sound; count the
   // first video packets to tell it from a clip.
   if (video >= 0 && audio < 0) {
-    AVPacket* pkt = av_packet_alloc();
+    PacketPtr pkt(av_packet_alloc());
     int videoPackets = 0;
     for (int n = 0; n < 256 && videoPackets < 2; ++n) {
-      if (av_read_frame(ctx.get(), pkt) < 0) break;
+      if (av_read_frame(ctx.get(), pkt.get()) < 0) break;
       if (pkt->stream_index == video) ++videoPackets;
-      av_packet_unref(pkt);
+      av_packet_unref(pkt.get());
     }
-    av_packet_free(&pkt);
     probe.still = videoPackets <= 1;
     av_seek_frame(ctx.get(), -1, 0, AVSEEK_FLAG_BACKWARD);
   }
@@ -400,7 +388,7 @@ AVFormatContext* OpenMediaInput(const MediaProbe& probe, std::string* error) {
     *error = probe.path + ": " + AvError(rc);
     return nullptr;
   }
-  std::unique_ptr<AVFormatContext, FormatCloser> ctx(raw);
+  FormatPtr ctx(raw);
   if ((rc = avformat_find_stream_info(ctx.get(), nullptr)) < 0) {
     *error = probe.path + ": " + AvError(rc);
     return nullptr;

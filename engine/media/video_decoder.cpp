@@ -28,12 +28,6 @@ constexpr int kDecoderThreads = 1;
 constexpr int kMaxDecodeErrors = 50;
 const char* const kRenderNode = "/dev/dri/renderD128";
 
-struct FormatCloser {
-  void operator()(AVFormatContext* c) const {
-    if (c) avformat_close_input(&c);
-  }
-};
-
 // Clockwise quarter turns that show the picture upright, from the display
 // matrix the file carries (phones record sideways and say so there).
 int QuarterTurns(const AVStream* st) {
