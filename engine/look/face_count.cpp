@@ -14,6 +14,7 @@ extern "C" {
 
 #include "engine/core/libraries.h"
 #include "engine/core/log.h"
+#include "engine/media/picture_input.h"
 
 namespace orma {
 
@@ -42,33 +43,31 @@ bool ToGrey(const AVFrame* frame, GreyImage* out) {
 }
 
 struct Reader {
+  PictureInput in;
+  PacketPtr packet{av_packet_alloc()};
+  FramePtr picture{av_frame_alloc()};
   AVFormatContext* fmt = nullptr;
   AVCodecContext* dec = nullptr;
-  AVPacket* pkt = av_packet_alloc();
-  AVFrame* frame = av_frame_alloc();
+  AVPacket* pkt = packet.get();
+  AVFrame* frame = picture.get();
   int stream = -1;
-  ~Reader() {
-    av_frame_free(&frame);
-    av_packet_free(&pkt);
-    avcodec_free_context(&dec);
-    avformat_close_input(&fmt);
-  }
 
   bool Open(const MediaProbe& probe, std::string* error) {
-    fmt = OpenMediaInput(probe, error);
-    if (!fmt) return false;
-    stream = av_find_best_stream(fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    if (stream < 0) {
+    switch (in.Open(probe, error)) {
+    case PictureOpen::NoFile:
+      return false;
+    case PictureOpen::NoStream:
       *error = probe.path + ": has no picture";
       return false;
-    }
-    const AVCodec* codec = avcodec_find_decoder(fmt->streams[stream]->codecpar->codec_id);
-    dec = codec ? avcodec_alloc_context3(codec) : nullptr;
-    if (!dec || avcodec_parameters_to_context(dec, fmt->streams[stream]->codecpar) < 0 ||
-        avcodec_open2(dec, codec, nullptr) < 0) {
+    case PictureOpen::NoDecoder:
       *error = probe.path + ": cannot be decoded";
       return false;
+    case PictureOpen::Ok:
+      break;
     }
+    fmt = in.format.get();
+    dec = in.decoder.get();
+    stream = in.stream;
     return true;
   }
 

@@ -11,6 +11,7 @@ extern "C" {
 #include <memory>
 
 #include "engine/core/libraries.h"
+#include "engine/media/picture_input.h"
 #include "engine/media/probe.h"
 #include "engine/media/webp_frames.h"
 #include "platform/platform.h"
@@ -20,19 +21,14 @@ namespace orma {
 namespace {
 
 struct Decoder {
-  AVFormatContext* fmt = nullptr;
-  AVCodecContext* dec = nullptr;
-  AVPacket* pkt = av_packet_alloc();
-  AVFrame* frame = av_frame_alloc();
+  PictureInput in;
+  PacketPtr packet{av_packet_alloc()};
+  FramePtr picture{av_frame_alloc()};
+  AVPacket* pkt = packet.get();
+  AVFrame* frame = picture.get();
   SwsContext* sws = nullptr;
   std::vector<uint8_t> rgba;
-  ~Decoder() {
-    sws_freeContext(sws);
-    av_frame_free(&frame);
-    av_packet_free(&pkt);
-    avcodec_free_context(&dec);
-    avformat_close_input(&fmt);
-  }
+  ~Decoder() { sws_freeContext(sws); }
 };
 
 bool Convert(Decoder& d, AVRational timeBase, std::vector<PictureFrame>* frames) {
@@ -84,30 +80,27 @@ bool DecodePictureFrames(const std::string& path, size_t maxFrames, std::vector<
     return false;
   }
   Decoder d;
-  d.fmt = OpenMediaInput(probe, error);
-  if (!d.fmt) return false;
-  int stream = av_find_best_stream(d.fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  const AVCodec* codec =
-      stream >= 0 ? avcodec_find_decoder(d.fmt->streams[stream]->codecpar->codec_id) : nullptr;
-  d.dec = codec ? avcodec_alloc_context3(codec) : nullptr;
-  if (!d.dec || avcodec_parameters_to_context(d.dec, d.fmt->streams[stream]->codecpar) < 0 ||
-      avcodec_open2(d.dec, codec, nullptr) < 0) {
+  PictureOpen opened = d.in.Open(probe, error);
+  if (opened == PictureOpen::NoFile) return false;
+  if (opened != PictureOpen::Ok) {
     *error = probe.path + ": no decoder for its pictures";
     return false;
   }
-  AVRational timeBase = d.fmt->streams[stream]->time_base;
+  AVCodecContext* dec = d.in.decoder.get();
+  int stream = d.in.stream;
+  AVRational timeBase = d.in.Stream()->time_base;
   frames->clear();
   auto drain = [&] {
-    while (frames->size() < maxFrames && avcodec_receive_frame(d.dec, d.frame) >= 0) {
+    while (frames->size() < maxFrames && avcodec_receive_frame(dec, d.frame) >= 0) {
       Convert(d, timeBase, frames);
       av_frame_unref(d.frame);
     }
   };
-  while (frames->size() < maxFrames && av_read_frame(d.fmt, d.pkt) >= 0) {
-    if (d.pkt->stream_index == stream && avcodec_send_packet(d.dec, d.pkt) >= 0) drain();
+  while (frames->size() < maxFrames && av_read_frame(d.in.format.get(), d.pkt) >= 0) {
+    if (d.pkt->stream_index == stream && avcodec_send_packet(dec, d.pkt) >= 0) drain();
     av_packet_unref(d.pkt);
   }
-  avcodec_send_packet(d.dec, nullptr);
+  avcodec_send_packet(dec, nullptr);
   drain();
   if (frames->empty()) {
     *error = probe.path + ": no picture could be decoded";

@@ -12,6 +12,7 @@ extern "C" {
 
 #include "engine/core/libraries.h"
 #include "engine/media/exif_orientation.h"
+#include "engine/media/picture_input.h"
 #include "engine/media/still_image.h"
 
 namespace orma {
@@ -34,29 +35,24 @@ bool FullRange(const AVFrame* f) {
 } // namespace
 
 bool LoadRgba(const MediaProbe& probe, RgbaImage* out, std::string* error) {
-  AVFormatContext* fmt = OpenMediaInput(probe, error);
-  if (!fmt) return false;
-  AVCodecContext* dec = nullptr;
-  AVPacket* pkt = av_packet_alloc();
-  AVFrame* frame = av_frame_alloc();
+  PictureInput in;
+  PictureOpen opened = in.Open(probe, error);
+  if (opened == PictureOpen::NoFile) return false;
+  PacketPtr packet(av_packet_alloc());
+  FramePtr picture(av_frame_alloc());
+  AVPacket* pkt = packet.get();
+  AVFrame* frame = picture.get();
   bool got = false;
-  int stream = av_find_best_stream(fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  if (stream >= 0) {
-    const AVCodec* codec = avcodec_find_decoder(fmt->streams[stream]->codecpar->codec_id);
-    dec = codec ? avcodec_alloc_context3(codec) : nullptr;
-    if (dec && avcodec_parameters_to_context(dec, fmt->streams[stream]->codecpar) >= 0) {
-      dec->thread_count = 1;
-      if (avcodec_open2(dec, codec, nullptr) >= 0) {
-        while (!got && av_read_frame(fmt, pkt) >= 0) {
-          if (pkt->stream_index == stream && avcodec_send_packet(dec, pkt) >= 0)
-            got = avcodec_receive_frame(dec, frame) >= 0;
-          av_packet_unref(pkt);
-        }
-        if (!got) {
-          avcodec_send_packet(dec, nullptr);
-          got = avcodec_receive_frame(dec, frame) >= 0;
-        }
-      }
+  if (opened == PictureOpen::Ok) {
+    AVCodecContext* dec = in.decoder.get();
+    while (!got && av_read_frame(in.format.get(), pkt) >= 0) {
+      if (pkt->stream_index == in.stream && avcodec_send_packet(dec, pkt) >= 0)
+        got = avcodec_receive_frame(dec, frame) >= 0;
+      av_packet_unref(pkt);
+    }
+    if (!got) {
+      avcodec_send_packet(dec, nullptr);
+      got = avcodec_receive_frame(dec, frame) >= 0;
     }
   }
   if (got) {
@@ -81,10 +77,6 @@ bool LoadRgba(const MediaProbe& probe, RgbaImage* out, std::string* error) {
       got = false;
     }
   }
-  av_frame_free(&frame);
-  av_packet_free(&pkt);
-  avcodec_free_context(&dec);
-  avformat_close_input(&fmt);
   if (!got) *error = probe.path + ": cannot decode the picture";
   return got;
 }
