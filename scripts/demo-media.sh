@@ -8,6 +8,10 @@ cd "$(dirname "$0")/.."
 
 media=out/demo-media
 mkdir -p "$media"
+# Tests that run at the same time (the package test, the farm's demo test)
+# may both ask for the media: the first makes them, the others wait for it.
+exec 9>"$media/.lock"
+flock 9
 if [ ! -f "$media/.complete-3" ]; then
   echo "demo: making the demo media in $media"
   ff() { ffmpeg -v error -y "$@"; }
