@@ -32,8 +32,8 @@ import make_drafts  # noqa: E402
 
 def load_farm():
     loader = importlib.machinery.SourceFileLoader("ormadraft_farm", str(ROOT / "farm" / "ormadraft-farm"))
-    spec = importlib.util.spec_from_loader("ormadraft_farm", loader)
-    module = importlib.util.module_from_spec(spec)
+    module_spec = importlib.util.spec_from_loader("ormadraft_farm", loader)
+    module = importlib.util.module_from_spec(module_spec)
     loader.exec_module(module)
     return module
 
