@@ -6,6 +6,7 @@
 
 #include "engine/api/api.h"
 #include "engine/api/value_limits.h"
+#include "engine/core/registry.h"
 #include "engine/look/animation.h"
 #include "engine/look/sticker.h"
 #include "engine/text/caption_style.h"
@@ -95,9 +96,7 @@ const CaptionKindEntry kCaptionKinds[] = {
 };
 
 const CaptionKindEntry* FindCaptionKind(int32_t kind) {
-  for (const auto& k : kCaptionKinds)
-    if (k.kind == kind) return &k;
-  return nullptr;
+  return FindIn(kCaptionKinds, &CaptionKindEntry::kind, kind);
 }
 
 /// A piece's item before the program fills it: its text, white, centred in

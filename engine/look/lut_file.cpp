@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/core/registry.h"
 #include "engine/media/probe.h"
 #include "platform/platform.h"
 
@@ -113,10 +114,11 @@ bool LoadHald(const std::string& path, Lut3D* out, std::string* error) {
   return HaldLut(image.pixels.data(), image.width, image.height, path, out, error);
 }
 
-const struct {
+struct LutFormat {
   const char* extension;
   bool (*load)(const std::string&, Lut3D*, std::string*);
-} kFormats[] = {
+};
+const LutFormat kFormats[] = {
     {"cube", LoadCube}, {"3dl", Load3dl},   {"png", LoadHald},  {"bmp", LoadHald},
     {"tif", LoadHald},  {"tiff", LoadHald}, {"webp", LoadHald},
 };
@@ -300,8 +302,7 @@ bool HaldLut(const uint8_t* rgba, int width, int height, const std::string& wher
 
 bool LoadLutFile(const std::string& path, Lut3D* out, std::string* error) {
   std::string ext = Extension(path);
-  for (const auto& f : kFormats)
-    if (ext == f.extension) return f.load(path, out, error);
+  if (const LutFormat* f = FindIn(kFormats, &LutFormat::extension, ext)) return f->load(path, out, error);
   *error = path + ": not a look-up table (.cube, .3dl or a HALD CLUT picture)";
   return false;
 }

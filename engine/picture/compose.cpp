@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include "engine/core/registry.h"
 #include "engine/core/vector_clones.h"
 #include "engine/picture/geometry.h"
 
@@ -526,11 +527,7 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
 
 bool Placement::Invertible() const { return std::fabs(a * d - b * c) > 1e-6f; }
 
-const BlendModeInfo* FindBlendMode(int number) {
-  for (const auto& m : kModes)
-    if (m.number == number) return &m;
-  return nullptr;
-}
+const BlendModeInfo* FindBlendMode(int number) { return FindIn(kModes, &BlendModeInfo::number, number); }
 
 const BlendModeInfo* BlendModes(int* count) {
   *count = static_cast<int>(sizeof kModes / sizeof kModes[0]);

@@ -1,11 +1,11 @@
 #include "engine/render/transitions.h"
 
-#include <cjson/cJSON.h>
-
 #include <algorithm>
 #include <cctype>
 #include <cmath>
 
+#include "engine/core/config_fields.h"
+#include "engine/core/registry.h"
 #include "platform/platform.h"
 
 namespace orma {
@@ -25,9 +25,7 @@ const TransitionKind kTransitions[] = {
 };
 
 const TransitionKind* FindKind(const std::string& name) {
-  for (const auto& k : kTransitions)
-    if (name == k.name) return &k;
-  return nullptr;
+  return FindIn(kTransitions, &TransitionKind::name, name);
 }
 
 std::string Lower(std::string s) {
@@ -45,57 +43,44 @@ std::string Folder(const std::string& path) {
   return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 
+// A transition's config.json: which built-in transition, and its settings.
+struct TransitionFields {
+  std::string transition;
+  std::string direction;
+  float softness = 0.0f;
+  bool reverse = false;
+  std::string luma;
+};
+const FieldSpec<TransitionFields> kTransitionFields[] = {
+    {"transition", &TransitionFields::transition, Range(), true},
+    {"direction", &TransitionFields::direction, Choices("left|right|up|down")},
+    {"softness", &TransitionFields::softness, Range(0, 1)},
+    {"reverse", &TransitionFields::reverse},
+    {"luma", &TransitionFields::luma},
+};
+
 bool ReadConfig(const std::string& file, TransitionStyle* style, std::string* error) {
-  std::string text;
-  if (!platform::ReadWholeFile(file.c_str(), &text)) {
-    *error = file + ": cannot be read";
-    return false;
-  }
-  cJSON* root = cJSON_Parse(text.c_str());
-  if (!root || !cJSON_IsObject(root)) {
-    cJSON_Delete(root);
-    *error = file + ": not a JSON object";
-    return false;
-  }
-  bool ok = true;
-  const cJSON* name = cJSON_GetObjectItem(root, "transition");
-  if (!cJSON_IsString(name) || !FindKind(Lower(name->valuestring))) {
+  std::unique_ptr<ConfigFile> config = LoadConfigFile(file, error);
+  if (!config) return false;
+  TransitionFields fields;
+  if (!ReadFields(config->root, kTransitionFields, &fields, file, error)) return false;
+  style->kind = Lower(fields.transition);
+  if (!FindKind(style->kind)) {
     *error = file + ": \"transition\" must name one of the built-in transitions";
-    ok = false;
-  } else {
-    style->kind = Lower(name->valuestring);
+    return false;
   }
-  const cJSON* direction = cJSON_GetObjectItem(root, "direction");
-  if (ok && direction) {
-    std::string d = cJSON_IsString(direction) ? Lower(direction->valuestring) : "";
-    if (d != "left" && d != "right" && d != "up" && d != "down") {
-      *error = file + ": \"direction\" must be left, right, up or down";
-      ok = false;
-    }
-    style->direction = d;
-  }
-  const cJSON* softness = cJSON_GetObjectItem(root, "softness");
-  if (ok && softness) {
-    if (!cJSON_IsNumber(softness) || softness->valuedouble < 0 || softness->valuedouble > 1) {
-      *error = file + ": \"softness\" must be a number from 0 to 1";
-      ok = false;
-    }
-    style->softness = static_cast<float>(softness->valuedouble);
-  }
-  const cJSON* reverse = cJSON_GetObjectItem(root, "reverse");
-  if (ok && reverse) style->reverse = cJSON_IsTrue(reverse);
-  if (ok && style->kind == "luma") {
-    const cJSON* luma = cJSON_GetObjectItem(root, "luma");
-    if (!cJSON_IsString(luma) || !*luma->valuestring) {
+  style->direction = fields.direction;
+  style->softness = fields.softness;
+  style->reverse = fields.reverse;
+  if (style->kind == "luma") {
+    if (fields.luma.empty()) {
       *error = file + ": a luma transition needs \"luma\", the name of its picture";
-      ok = false;
-    } else {
-      std::string p = platform::NativePath(luma->valuestring);
-      style->lumaPath = platform::IsAbsolutePath(luma->valuestring) ? p : Folder(file) + "/" + p;
+      return false;
     }
+    std::string p = platform::NativePath(fields.luma.c_str());
+    style->lumaPath = platform::IsAbsolutePath(fields.luma.c_str()) ? p : Folder(file) + "/" + p;
   }
-  cJSON_Delete(root);
-  return ok;
+  return true;
 }
 
 } // namespace

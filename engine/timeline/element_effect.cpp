@@ -8,6 +8,7 @@
 // last.
 #include <algorithm>
 
+#include "engine/core/registry.h"
 #include "engine/render/span_effect.h"
 #include "engine/timeline/elements.h"
 #include "engine/timeline/timeline.h"
@@ -31,11 +32,7 @@ const EffectEntry kEffects[] = {
     {EffectKind::Special, "special effect", MakeSpecialEffect},
 };
 
-const EffectEntry* FindEffect(EffectKind kind) {
-  for (const auto& e : kEffects)
-    if (e.kind == kind) return &e;
-  return nullptr;
-}
+const EffectEntry* FindEffect(EffectKind kind) { return FindIn(kEffects, &EffectEntry::kind, kind); }
 
 class EffectSegment : public Segment {
 public:

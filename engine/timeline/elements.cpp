@@ -1,4 +1,5 @@
 #include "engine/timeline/elements.h"
+#include "engine/core/registry.h"
 
 namespace orma {
 
@@ -19,9 +20,8 @@ const BuilderEntry kBuilders[] = {
 } // namespace
 
 BuilderFactory FindBuilder(ElementKind kind) {
-  for (const auto& b : kBuilders)
-    if (b.kind == kind) return b.make;
-  return nullptr;
+  const BuilderEntry* entry = FindIn(kBuilders, &BuilderEntry::kind, kind);
+  return entry ? entry->make : nullptr;
 }
 
 const char* KindName(ElementKind kind) {
