@@ -12,13 +12,14 @@ mkdir -p "$media"
 # may both ask for the media: the first makes them, the others wait for it.
 exec 9>"$media/.lock"
 flock 9
-if [ ! -f "$media/.complete-3" ]; then
+if [ ! -f "$media/.complete-4" ]; then
   echo "demo: making the demo media in $media"
   ff() { ffmpeg -v error -y "$@"; }
-  # A moving test pattern with a tone, and moving colour gradients with another.
+  # A moving test pattern with a tone, and moving colour gradients with another
+  # (seeded, like the backdrop, so that every checkout renders the same demo).
   ff -f lavfi -i "testsrc2=s=1280x720:r=30:d=6" -f lavfi -i "sine=f=330:d=6:sample_rate=48000" \
      -c:v libx264 -preset veryfast -pix_fmt yuv420p -c:a aac -ac 2 -shortest "$media/pattern.mp4"
-  ff -f lavfi -i "gradients=s=1280x720:r=30:d=6:speed=0.03:n=4" -f lavfi -i "sine=f=523:d=6:sample_rate=48000" \
+  ff -f lavfi -i "gradients=s=1280x720:r=30:d=6:speed=0.03:n=4:seed=3" -f lavfi -i "sine=f=523:d=6:sample_rate=48000" \
      -c:v libx264 -preset veryfast -pix_fmt yuv420p -c:a aac -ac 2 -shortest "$media/gradients.mp4"
   # A portrait clip (for the blurred background) and a one-second clip.
   ff -f lavfi -i "testsrc=s=540x960:r=30:d=4" -c:v libx264 -preset veryfast -pix_fmt yuv420p "$media/portrait.mp4"
@@ -40,5 +41,5 @@ if [ ! -f "$media/.complete-3" ]; then
   ff -f lavfi -i "color=c=orange@0.85:s=224x64,format=rgba,drawbox=x=16:y=16:w=64:h=32:color=white:t=fill,pad=240:80:8:8:color=black@0" \
      -frames:v 1 "$media/logo.png"
   python3 scripts/make-cube.py "$media/warm.cube" 1.15 0.05 1.02 0.75
-  touch "$media/.complete-3"
+  touch "$media/.complete-4"
 fi
