@@ -49,6 +49,31 @@ std::string BlurText(const OrmaBlurBlock* b) {
          "}";
 }
 
+// The names a pair of times goes by: in log lines, and in the trace.
+struct TimeNames {
+  const char* first;
+  const char* second;
+  const char* firstArgument;
+  const char* secondArgument;
+};
+
+// An item's pairs of times (its place in the scene, its trim, its sound
+// fades) are set alike: each time is brought to 0 or more.
+int32_t SetTimes(const char* call, OrmaMediaHandle m, UsPair MediaAttributes::*pair, const TimeNames& names,
+                 int64_t first, int64_t second) {
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    UsPair& times = media.attrs.*pair;
+    times = {true, NotNegative(call, names.first, first), NotNegative(call, names.second, second)};
+    return int32_t{kOk};
+  });
+  return Traced(
+      call,
+      [&] {
+        return TraceArgs().Ptr("media", m).Int(names.firstArgument, first).Int(names.secondArgument, second);
+      },
+      r);
+}
+
 } // namespace
 
 #define ORMA_LEVEL_SETTER(Function, attribute)                                                               \
@@ -73,27 +98,14 @@ ORMA_API int32_t OrmaSetMediaFlip(OrmaMediaHandle m, int32_t mode) {
 
 ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_t durationUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithMedia(call, m, [&](Media& media) {
-    media.attrs.timeline = {true, NotNegative(call, "start", startUs),
-                            NotNegative(call, "duration", durationUs)};
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("media", m).Int("startUs", startUs).Int("durationUs", durationUs); },
-      r);
+  return SetTimes(call, m, &MediaAttributes::timeline, {"start", "duration", "startUs", "durationUs"},
+                  startUs, durationUs);
 }
 
 ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int64_t trimEndUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithMedia(call, m, [&](Media& media) {
-    media.attrs.cut = {true, NotNegative(call, "trim start", trimStartUs),
-                       NotNegative(call, "trim end", trimEndUs)};
-    return int32_t{kOk};
-  });
-  return Traced(
-      call,
-      [&] { return TraceArgs().Ptr("media", m).Int("trimStartUs", trimStartUs).Int("trimEndUs", trimEndUs); },
-      r);
+  return SetTimes(call, m, &MediaAttributes::cut, {"trim start", "trim end", "trimStartUs", "trimEndUs"},
+                  trimStartUs, trimEndUs);
 }
 
 ORMA_API int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle m, float volume) {
@@ -109,14 +121,8 @@ ORMA_API int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle m, float volume) {
 
 ORMA_API int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle m, int64_t fadeInUs, int64_t fadeOutUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithMedia(call, m, [&](Media& media) {
-    media.attrs.audioFade = {true, NotNegative(call, "fade-in", fadeInUs),
-                             NotNegative(call, "fade-out", fadeOutUs)};
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("media", m).Int("fadeInUs", fadeInUs).Int("fadeOutUs", fadeOutUs); },
-      r);
+  return SetTimes(call, m, &MediaAttributes::audioFade, {"fade-in", "fade-out", "fadeInUs", "fadeOutUs"},
+                  fadeInUs, fadeOutUs);
 }
 
 ORMA_LEVEL_SETTER(OrmaSetMediaAudioEffect, &MediaAttributes::audioEffect)
