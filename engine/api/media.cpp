@@ -74,6 +74,19 @@ int32_t SetTimes(const char* call, OrmaMediaHandle m, UsPair MediaAttributes::*p
       r);
 }
 
+// The crop and the show rectangle are set alike: four finite shares.
+int32_t SetRect(const char* call, OrmaMediaHandle m, float (MediaAttributes::*member)[4], const float* rect) {
+  int32_t r = WithMedia(call, m, [&](Media& media) {
+    if (!rect) return Refuse(call, kBadArgument, "no rectangle");
+    for (int i = 0; i < 4; ++i)
+      if (!std::isfinite(rect[i])) return Refuse(call, kBadArgument, "not a number");
+    std::copy(rect, rect + 4, media.attrs.*member);
+    return int32_t{kOk};
+  });
+  return Traced(
+      call, [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
+}
+
 } // namespace
 
 #define ORMA_LEVEL_SETTER(Function, attribute)                                                               \
@@ -215,28 +228,12 @@ ORMA_LEVEL_SETTER(OrmaSetMediaBlendMode, &MediaAttributes::blendMode)
 
 ORMA_API int32_t OrmaSetMediaClip(OrmaMediaHandle m, const float* rect) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithMedia(call, m, [&](Media& media) {
-    if (!rect) return Refuse(call, kBadArgument, "no rectangle");
-    for (int i = 0; i < 4; ++i)
-      if (!std::isfinite(rect[i])) return Refuse(call, kBadArgument, "not a number");
-    std::copy(rect, rect + 4, media.attrs.crop);
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
+  return SetRect(call, m, &MediaAttributes::crop, rect);
 }
 
 ORMA_API int32_t OrmaSetMediaShowRect(OrmaMediaHandle m, const float* rect) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithMedia(call, m, [&](Media& media) {
-    if (!rect) return Refuse(call, kBadArgument, "no rectangle");
-    for (int i = 0; i < 4; ++i)
-      if (!std::isfinite(rect[i])) return Refuse(call, kBadArgument, "not a number");
-    std::copy(rect, rect + 4, media.attrs.show);
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
+  return SetRect(call, m, &MediaAttributes::show, rect);
 }
 
 ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
