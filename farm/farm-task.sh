@@ -16,7 +16,7 @@
 # requeued once through Slurm (the job is submitted with --requeue); a second
 # failure is final and leaves status/KIND-INDEX.failed naming its log, which
 # the submitting side reports. Success leaves status/KIND-INDEX.done. Run by
-# another scheduler (no SLURM_JOB_ID: farm/kubernetes/render-job.yaml sets the
+# another scheduler (no SLURM_JOB_ID: farm/kubernetes/render-jobs.json sets the
 # array index itself), a failure just ends the run and that scheduler retries.
 set -u
 kind=$1

@@ -5,7 +5,7 @@ Plan: how ormadraft-farm splits a timeline (only between scenes that no
 transition joins, nearest to an even split, fewer parts when the draft has
 too few plain cuts, within the export settings' own range) and how its range
 arguments come back through the program's conversion; ormadraft-plan on the
-test draft. KubernetesManifest: farm/kubernetes/render-job.yaml, filled in as
+test draft. KubernetesManifest: farm/kubernetes/render-jobs.json, filled in as
 its header says, has the shape the split-and-join needs, and a prepared work
 folder (render --prepare, the dry run) holds everything its commands name.
 """
@@ -18,8 +18,6 @@ import subprocess
 import sys
 import unittest
 from pathlib import Path
-
-import yaml
 
 HERE = Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
@@ -136,11 +134,13 @@ class KubernetesManifest(unittest.TestCase):
                               capture_output=True, text=True)
         self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         self.parts = int(dict(l.split(" ", 1) for l in done.stdout.splitlines())["parts"])
-        text = (ROOT / "farm" / "kubernetes" / "render-job.yaml").read_text()
+        text = (ROOT / "farm" / "kubernetes" / "render-jobs.json").read_text()
         filled = string.Template(text).safe_substitute(WORK=str(self.work), PARTS=str(self.parts),
                                                        NAME="test-1", IMAGE="ormadraft:test")
         self.assertNotRegex(filled, r"\$\{(WORK|PARTS|NAME|IMAGE)\}")
-        self.jobs = {d["metadata"]["name"]: d for d in yaml.safe_load_all(filled)}
+        manifest = json.loads(filled)
+        self.assertEqual(manifest["kind"], "List")
+        self.jobs = {d["metadata"]["name"]: d for d in manifest["items"]}
 
     def test_the_manifest_is_an_indexed_parts_job_a_sound_job_and_a_waiting_join(self):
         self.assertEqual(set(self.jobs), {"ormadraft-parts-test-1", "ormadraft-sound-test-1", "ormadraft-join-test-1"})
