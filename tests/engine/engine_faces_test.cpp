@@ -152,13 +152,7 @@ protected:
     std::string command = "cd '" + folder() + "' && ORMA_TRACE='" + Path("trace.txt") + "' " + environment +
                           " '" + ORMADRAFT_EXE + "' '" + Path("draft.json") + "' '" + Path("export.json") +
                           "' 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return output;
-    char buffer[4096];
-    size_t n;
-    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-      output.append(buffer, n);
-    pclose(pipe);
+    output = CommandOutput(command);
 #endif
     return output;
   }

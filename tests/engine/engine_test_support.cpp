@@ -1,9 +1,11 @@
 #include "tests/engine/engine_test_support.h"
 
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -75,6 +77,20 @@ OrmaKeyFrameBlock KeyFrame(double seconds, const Rect4* show) {
     k.opacity = 1.0f;
   }
   return k;
+}
+
+std::string CommandOutput(const std::string& command, int* status) {
+  std::string output;
+  if (status) *status = -1;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (!pipe) return output;
+  char buffer[4096];
+  size_t n;
+  while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
+    output.append(buffer, n);
+  int result = pclose(pipe);
+  if (status && WIFEXITED(result)) *status = WEXITSTATUS(result);
+  return output;
 }
 
 bool FileExists(const std::string& path) {

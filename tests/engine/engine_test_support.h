@@ -52,6 +52,11 @@ struct Rect4 {
 /// opacity.
 OrmaKeyFrameBlock KeyFrame(double seconds, const Rect4* show = nullptr);
 
+/// What a shell command prints on standard output (and on standard error
+/// where it redirects it there); `status` gets its exit status (-1 when it
+/// did not exit).
+std::string CommandOutput(const std::string& command, int* status = nullptr);
+
 bool FileExists(const std::string& path);
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& text);

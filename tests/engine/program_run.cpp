@@ -1,6 +1,5 @@
 #include "tests/engine/program_run.h"
 
-#include <sys/wait.h>
 
 #include <cstdio>
 #include <sstream>
@@ -27,14 +26,7 @@ ProgramRun ProgramTest::Run(const std::string& arguments, const std::string& cwd
 #ifdef ORMADRAFT_EXE
   std::string command = "cd " + Quoted(cwd.empty() ? folder() : cwd) + " && " + environment + " " +
                         Quoted(ORMADRAFT_EXE) + " " + arguments + " 2>&1";
-  FILE* pipe = popen(command.c_str(), "r");
-  if (!pipe) return run;
-  char buffer[4096];
-  size_t n;
-  while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0)
-    run.output.append(buffer, n);
-  int status = pclose(pipe);
-  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  run.output = CommandOutput(command, &run.status);
 #endif
   return run;
 }
