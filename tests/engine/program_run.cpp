@@ -1,6 +1,5 @@
 #include "tests/engine/program_run.h"
 
-
 #include <cstdio>
 #include <sstream>
 
