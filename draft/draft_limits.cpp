@@ -109,15 +109,19 @@ int NestingDepth(std::string_view text, int limit, size_t* where) {
   return deepest;
 }
 
-cJSON* ParseDraftWithinLimits(const char* path) {
+cJSON* ParseDraftWithinLimits(const char* utf8Path) {
+  // Lines name the file as the file system and the console have it (GBK
+  // bytes under a GBK locale), as the driver's own lines do.
+  const std::string native = platform::NativePath(utf8Path);
+  const char* path = native.empty() ? utf8Path : native.c_str();
   std::error_code error;
-  const uintmax_t bytes = std::filesystem::file_size(platform::NativePath(path), error);
+  const uintmax_t bytes = std::filesystem::file_size(native, error);
   if (!error && bytes > kMaxDraftBytes) {
     LogLine("draft %s: %ju bytes; a draft may have %ju\n", path, bytes, kMaxDraftBytes);
     return nullptr;
   }
   std::string text;
-  if (!platform::ReadWholeFile(path, &text)) {
+  if (!platform::ReadWholeFile(utf8Path, &text)) {
     LogLine("draft %s: cannot be read\n", path);
     return nullptr;
   }

@@ -37,9 +37,9 @@ inline constexpr int kMaxTotalElements = 500000;
 /// offset of that place. Returns the depth reached (at most limit + 1).
 int NestingDepth(std::string_view text, int limit, size_t* where);
 
-/// Reads and parses the draft file at `path` (UTF-8); null, after one log
+/// Reads and parses the draft file at `utf8Path`; null, after one log
 /// line saying why, when it cannot be read, is not JSON or passes a limit.
 /// The caller owns the tree (cJSON_Delete).
-cJSON* ParseDraftWithinLimits(const char* path);
+cJSON* ParseDraftWithinLimits(const char* utf8Path);
 
 } // namespace draftlimits

@@ -76,6 +76,17 @@ accepted near_total total 495000
 printf '{"scenes": [ {"media": [' >"$WORK/lim/cut.json"
 run "$WORK/lim/cut.json"
 check "cut: names the byte" $(has_line "${PREFIX}draft .*/lim/cut\.json: not JSON \(at byte [0-9]+\)$"; echo $?)
+# Under a GBK locale the file is named in GBK bytes, as on the command line.
+if locale -a | grep -qix 'zh_CN.gbk'; then
+  gbk=$(printf '草稿' | iconv -f UTF-8 -t GBK)
+  make_draft scenes scenes 10001
+  mv "$WORK/lim/scenes.json" "$WORK/lim/$gbk.json"
+  ( cd "$WORK" && LC_CTYPE=zh_CN.GBK "$PROGRAM" "$WORK/lim/$gbk.json" >"$WORK/out.txt" 2>&1 )
+  check "GBK name: named in GBK bytes" $(LC_ALL=C grep -qF "lim/$gbk.json: \"scenes\" has 10001" "$WORK/out.txt"; echo $?)
+  rm -f "$WORK/lim/$gbk.json"
+else
+  check "zh_CN.GBK locale is installed" 1
+fi
 run "$WORK/lim/missing.json"
 check "missing: cannot be read" $(has_line "${PREFIX}draft .*/lim/missing\.json: cannot be read$"; echo $?)
 finish
