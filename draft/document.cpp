@@ -9,8 +9,10 @@
 #include <string>
 
 #include "draft/draft.h"
+#include "draft/draft_limits.h"
 #include "draft/json_read.h"
 #include "draft/record_lists.h"
+#include "driver/log_line.h"
 #include "platform/platform.h"
 
 using namespace draftjson;
@@ -198,9 +200,13 @@ DraftDocument* loadDraft(const char* draftPath, const char* auxiliaryPath, int t
   // the record would name another folder once cut, so it is refused.
   std::string path(draftPath);
   std::replace_if(path.begin(), path.end(), platform::IsSeparator, platform::kSeparator);
-  if (path.size() >= sizeof(DraftDocument::draftPath)) return nullptr;
+  if (path.size() >= sizeof(DraftDocument::draftPath)) {
+    LogLine("draft path of %zu bytes; a draft path may have %zu\n", path.size(),
+            sizeof(DraftDocument::draftPath) - 1);
+    return nullptr;
+  }
 
-  cJSON* root = ParseFile(draftPath);
+  cJSON* root = draftlimits::ParseDraftWithinLimits(draftPath);
   if (!root) return nullptr;
   DraftDocument* document = NewRecord<DraftDocument>();
   if (!document) return Fail(nullptr, root);

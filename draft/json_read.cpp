@@ -4,6 +4,8 @@
 #include <cstring>
 #include <limits>
 
+#include "driver/log_line.h"
+
 namespace draftjson {
 
 // Narrowing a double to float is well defined only because float is IEEE 754
@@ -112,6 +114,17 @@ bool ReadText(const cJSON* object, const char* key, char* buffer, size_t size) {
   const char* text = StringOf(Item(object, key));
   if (!text) return false;
   CopyText(buffer, size, text);
+  if (size == 0 || text[strnlen(text, size - 1)] == '\0') return true;
+  // Too long for its field (a caption piece holds 1023 bytes): cut before a
+  // character that would not fit whole, so the text stays UTF-8, and said.
+  size_t kept = size - 1;
+  size_t back = 0;
+  while (back < 3 && kept > back && (static_cast<unsigned char>(text[kept - back]) & 0xC0) == 0x80)
+    ++back;
+  if ((static_cast<unsigned char>(text[kept - back]) & 0xC0) == 0xC0)
+    std::memset(buffer + kept - back, 0, back);
+  LogLine("draft text \"%s\" of %zu bytes cut to %zu, the most the field holds\n", key, std::strlen(text),
+          std::strlen(buffer));
   return true;
 }
 

@@ -46,10 +46,13 @@ public:
     }
     elapsed_ += n;
     if (f >= end - 1) {
-      // Past the span: let go of the file, the decoder and the filters.
+      // Past the span: let go of the file, the decoder, the filters and the
+      // buffers, so that a long draft does not keep them for every sound
+      // effect it has played (a seek back makes them again).
       reader_.reset();
       chain_.reset();
       next_ = -1;
+      ReleaseBuffers();
     }
   }
 
@@ -61,6 +64,13 @@ private:
     planes.resize(channels);
     for (int c = 0; c < channels; ++c)
       planes[c] = buffer.data() + static_cast<size_t>(c) * n;
+  }
+
+  void ReleaseBuffers() {
+    std::vector<float>().swap(input_);
+    std::vector<float>().swap(output_);
+    std::vector<float*>().swap(inputPlanes_);
+    std::vector<float*>().swap(outputPlanes_);
   }
 
   // Reads up to n samples of the trimmed source.

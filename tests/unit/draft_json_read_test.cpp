@@ -85,6 +85,26 @@ TEST(DraftJsonRead, TextIsTruncatedToItsBufferAndNonStringsAreNotCopied) {
   EXPECT_STREQ(text, "%s%s%n");
 }
 
+TEST(DraftJsonRead, AnOverLongTextIsCutBeforeACharacterThatDoesNotFitAndTheCutIsLogged) {
+  std::string accents;
+  for (int i = 0; i < 600; ++i)
+    accents += "\xC3\xA9"; // é, two bytes
+  Json root = Parse(R"({"text": ")" + accents + R"("})");
+  char text[1024];
+  testing::internal::CaptureStdout();
+  EXPECT_TRUE(ReadText(root.get(), "text", text));
+  const std::string log = testing::internal::GetCapturedStdout();
+  // 1023 bytes would end inside the 512th "é".
+  EXPECT_EQ(std::string(text), accents.substr(0, 1022));
+  EXPECT_NE(log.find("draft text \"text\" of 1200 bytes cut to 1022, the most the field holds"),
+            std::string::npos)
+      << log;
+  testing::internal::CaptureStdout();
+  char roomy[1201];
+  EXPECT_TRUE(ReadText(root.get(), "text", roomy));
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << "a text that fits is not reported";
+}
+
 TEST(DraftJsonRead, RectangleEdgesAreSummedInDoublePrecision) {
   Json root = Parse(R"({"r": {"x": 0.1, "y": 0.2, "width": 16777217, "height": 0.3}})");
   RectF rect{};
