@@ -19,8 +19,8 @@ extern "C" {
 #include <memory>
 #include <mutex>
 
+#include "engine/core/av_handles.h"
 #include "engine/core/libraries.h"
-#include "engine/media/av_handles.h"
 #include "engine/media/picture_limits.h"
 #include "platform/platform.h"
 

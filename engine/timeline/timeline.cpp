@@ -12,6 +12,7 @@ extern "C" {
 #include <cstring>
 #include <iterator>
 
+#include "engine/core/av_handles.h"
 #include "engine/core/log.h"
 #include "engine/sound/limiter.h"
 #include "engine/timeline/elements.h"
@@ -51,8 +52,7 @@ bool ConvertCanvas(const uint8_t* src, int w, int h, mlt_image_format to, uint8_
   }
   *size = mlt_image_format_size(to, w, h, nullptr);
   uint8_t* buffer = static_cast<uint8_t*>(mlt_pool_alloc(*size));
-  SwsContext* ctx =
-      sws_getContext(w, h, AV_PIX_FMT_YUV420P, w, h, target, SWS_BILINEAR, nullptr, nullptr, nullptr);
+  SwsPtr ctx(sws_getContext(w, h, AV_PIX_FMT_YUV420P, w, h, target, SWS_BILINEAR, nullptr, nullptr, nullptr));
   if (!ctx) {
     mlt_pool_release(buffer);
     return false;
@@ -63,8 +63,7 @@ bool ConvertCanvas(const uint8_t* src, int w, int h, mlt_image_format to, uint8_
   uint8_t* dst[4];
   int dstStrides[4];
   mlt_image_format_planes(to, w, h, buffer, dst, dstStrides);
-  sws_scale(ctx, planes, strides, 0, h, dst, dstStrides);
-  sws_freeContext(ctx);
+  sws_scale(ctx.get(), planes, strides, 0, h, dst, dstStrides);
   *out = buffer;
   return true;
 }
