@@ -223,8 +223,9 @@ int32_t Render(VirtualVideo& video) {
     LogOnce("rate-" + audioCodec, audioCodec + " takes no " + std::to_string(s.sampleRate) +
                                       " Hz sound; it is written at " + std::to_string(rate) + " Hz");
 
-  mlt_consumer consumer = MakeFrameRenderer(profile.get(), rate, s.channels);
-  if (!consumer) return Failure(kFrameworkUnavailable, "cannot create the frame renderer");
+  ConsumerPtr renderer = MakeFrameRenderer(profile.get(), rate, s.channels);
+  if (!renderer) return Failure(kFrameworkUnavailable, "cannot create the frame renderer");
+  mlt_consumer consumer = renderer.get();
   // The read-ahead thread then neither draws pictures nor mixes sound that
   // nobody writes.
   mlt_properties_set_int(MLT_CONSUMER_PROPERTIES(consumer), "video_off", s.writeVideo ? 0 : 1);
@@ -237,7 +238,8 @@ int32_t Render(VirtualVideo& video) {
   std::vector<const float*> planes(s.channels);
   bool ok = true;
   for (int64_t done = 0; done < total && ok; ++done) {
-    mlt_frame frame = mlt_consumer_rt_frame(consumer);
+    MltFramePtr owner(mlt_consumer_rt_frame(consumer));
+    mlt_frame frame = owner.get();
     if (!frame) {
       error = "the renderer stopped early";
       ok = false;
@@ -275,13 +277,14 @@ int32_t Render(VirtualVideo& video) {
         planes[c] = static_cast<const float*>(pcm) + static_cast<size_t>(c) * n;
       if (!encoder.WriteAudio(planes.data(), n, &error)) ok = false;
     }
-    mlt_frame_close(frame);
+    owner.reset();
     video.positionUs = FramesToUs(first + done + 1, s.fps);
     int percent = static_cast<int>(std::min<int64_t>(99, (done + 1) * 100 / total));
     if (percent > video.progress) video.progress = percent;
   }
-  mlt_consumer_stop(consumer);
-  mlt_consumer_close(consumer);
+  // The renderer stops before the graph it reads goes, and the decoders
+  // that graph holds are released before the encoder finishes.
+  renderer.reset();
   timeline.reset();
 
   if (!ok) return Failure(ctx.failed ? kMediaFailed : kEncodingFailed, ctx.failed ? ctx.Error() : error);
@@ -294,8 +297,9 @@ int32_t Render(VirtualVideo& video) {
 
 } // namespace
 
-mlt_consumer MakeFrameRenderer(mlt_profile profile, int sampleRate, int channels) {
-  mlt_consumer consumer = mlt_consumer_new(profile);
+ConsumerPtr MakeFrameRenderer(mlt_profile profile, int sampleRate, int channels) {
+  ConsumerPtr owner(mlt_consumer_new(profile));
+  mlt_consumer consumer = owner.get();
   if (!consumer) return nullptr;
   // A consumer made with mlt_consumer_new has no service of its own behind
   // it: without a stopped state mlt_consumer_start returns at once, before
@@ -318,7 +322,7 @@ mlt_consumer MakeFrameRenderer(mlt_profile profile, int sampleRate, int channels
   mlt_properties_set_int(cp, "frequency", sampleRate);
   mlt_properties_set_int(cp, "channels", channels);
   mlt_properties_set_int(cp, "terminate_on_pause", 1);
-  return consumer;
+  return owner;
 }
 
 int32_t RunExport(VirtualVideo& video) {

@@ -5,6 +5,7 @@
 
 #include <mlt-7/framework/mlt.h>
 
+#include "engine/core/mlt_handles.h"
 #include "engine/model/model.h"
 
 namespace orma {
@@ -33,7 +34,7 @@ enum ExportResult : int32_t {
 /// mlt_consumer_rt_frame once started: a read-ahead thread renders them
 /// (fetching, drawing and mixing) while the caller encodes. Null when MLT
 /// cannot make one.
-mlt_consumer MakeFrameRenderer(mlt_profile profile, int sampleRate, int channels);
+ConsumerPtr MakeFrameRenderer(mlt_profile profile, int sampleRate, int channels);
 
 /// Blocks until the video is written (or the export failed).
 int32_t RunExport(VirtualVideo& video);

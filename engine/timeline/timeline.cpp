@@ -199,29 +199,22 @@ Segment* ClipSegment(mlt_frame frame, std::shared_ptr<void>* job) {
 }
 
 Timeline::Timeline(VirtualVideo& v, RenderContext& c) : video(v), ctx(c) {
-  tractor_ = mlt_tractor_new();
-  mlt_service_set_profile(MLT_TRACTOR_SERVICE(tractor_), ctx.profile);
+  tractor_.reset(mlt_tractor_new());
+  mlt_service_set_profile(MLT_TRACTOR_SERVICE(tractor_.get()), ctx.profile);
   Track(0);
 }
 
-Timeline::~Timeline() {
-  if (tractor_) mlt_tractor_close(tractor_);
-  for (mlt_playlist p : tracks_)
-    mlt_playlist_close(p);
-  held_.clear();
-  renderers_.clear();
-  segments_.clear();
-}
+Timeline::~Timeline() = default;
 
 mlt_playlist Timeline::Track(int index) {
   while (static_cast<int>(tracks_.size()) <= index) {
-    mlt_playlist p = mlt_playlist_new(ctx.profile);
-    mlt_tractor_set_track(tractor_, MLT_PLAYLIST_PRODUCER(p), static_cast<int>(tracks_.size()));
-    tracks_.push_back(p);
+    PlaylistPtr p(mlt_playlist_new(ctx.profile));
+    mlt_tractor_set_track(tractor_.get(), MLT_PLAYLIST_PRODUCER(p.get()), static_cast<int>(tracks_.size()));
+    tracks_.push_back(std::move(p));
     trackEnds_.push_back(0);
     busy_.emplace_back();
   }
-  return tracks_[index];
+  return tracks_[index].get();
 }
 
 int Timeline::AllocateTrack(int64_t start, int64_t end) {
@@ -273,7 +266,9 @@ bool Timeline::AppendClip(int track, std::unique_ptr<Segment> segment) {
   if (segment->start < trackEnds_[track]) return false;
   if (segment->start > trackEnds_[track])
     mlt_playlist_blank(playlist, static_cast<int>(segment->start - trackEnds_[track] - 1));
-  mlt_producer producer = mlt_producer_new(ctx.profile);
+  // The playlist takes a reference of its own; this one goes at the return.
+  ProducerPtr owner(mlt_producer_new(ctx.profile));
+  mlt_producer producer = owner.get();
   if (!producer) return false;
   auto* clip = new ClipState{this, segment.get()};
   producer->child = clip;
@@ -284,9 +279,7 @@ bool Timeline::AppendClip(int track, std::unique_ptr<Segment> segment) {
   mlt_properties_set(props, "mlt_service", "orma.clip");
   mlt_properties_set_position(props, "length", static_cast<mlt_position>(length));
   mlt_producer_set_in_and_out(producer, 0, static_cast<mlt_position>(length - 1));
-  int rc = mlt_playlist_append(playlist, producer);
-  mlt_producer_close(producer);
-  if (rc != 0) return false;
+  if (mlt_playlist_append(playlist, producer) != 0) return false;
   trackEnds_[track] = segment->end;
   length_ = std::max(length_, segment->end);
   segments_.push_back(std::move(segment));
