@@ -19,6 +19,7 @@
 #include "engine/core/log.h"
 #include "engine/core/mlt_handles.h"
 #include "engine/encode/export_run.h"
+#include "engine/encode/frame_pump.h"
 #include "engine/preview/playback_clock.h"
 #include "engine/preview/preview_format.h"
 #include "engine/preview/sound_output.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "engine/core/libraries.h"
-#include "engine/encode/export_run.h"
+#include "engine/encode/frame_pump.h"
 #include "engine/timeline/timeline.h"
 
 namespace {
