@@ -49,7 +49,7 @@ void AudioReader::Close() {
 
 bool AudioReader::Open(std::string* error) {
   auto impl = std::make_unique<Impl>();
-  impl->format.reset(OpenMediaInput(probe_, error));
+  impl->format = OpenMediaInput(probe_, error);
   if (!impl->format) return false;
   int rc = 0;
   const AVCodec* codec = nullptr;

@@ -8,7 +8,7 @@ extern "C" {
 namespace orma {
 
 PictureOpen PictureInput::Prepare(const MediaProbe& probe, bool decodableOnly, std::string* error) {
-  format.reset(OpenMediaInput(probe, error));
+  format = OpenMediaInput(probe, error);
   if (!format) return PictureOpen::NoFile;
   const AVCodec* codec = nullptr;
   stream = av_find_best_stream(format.get(), AVMEDIA_TYPE_VIDEO, -1, -1, decodableOnly ? &codec : nullptr, 0);
