@@ -15,24 +15,23 @@ extern "C" {
 #include <cstdlib>
 #include <vector>
 
+#include "engine/core/av_handles.h"
 #include "engine/core/libraries.h"
 
 namespace orma {
 
-namespace {} // namespace
-
 struct Encoder::State {
-  AVFormatContext* oc = nullptr;
-  AVCodecContext* video = nullptr;
+  OutputPtr oc;
+  CodecPtr video;
   AVStream* videoStream = nullptr;
-  AVCodecContext* audio = nullptr;
+  CodecPtr audio;
   AVStream* audioStream = nullptr;
-  SwsContext* convert = nullptr; // canvas to the encoder's pixel format, when it differs
-  AVFrame* converted = nullptr;
-  SwrContext* swr = nullptr;
-  AVAudioFifo* fifo = nullptr;
-  AVFrame* audioFrame = nullptr;
-  AVPacket* packet = nullptr;
+  SwsPtr convert; // canvas to the encoder's pixel format, when it differs
+  FramePtr converted;
+  SwrPtr swr;
+  AudioFifoPtr fifo;
+  FramePtr audioFrame;
+  PacketPtr packet;
   int width = 0, height = 0;
   int channels = 2;
   int inputRate = 44100;
@@ -41,20 +40,11 @@ struct Encoder::State {
   bool headerWritten = false;
   bool trailerWritten = false;
 
+  // A file that was started is ended even when the export fails, so that
+  // what was written is a complete (if short) file until it is removed;
+  // the owners above then close the rest, the file last.
   ~State() {
-    if (headerWritten && !trailerWritten) av_write_trailer(oc);
-    avcodec_free_context(&video);
-    avcodec_free_context(&audio);
-    sws_freeContext(convert);
-    av_frame_free(&converted);
-    swr_free(&swr);
-    if (fifo) av_audio_fifo_free(fifo);
-    av_frame_free(&audioFrame);
-    av_packet_free(&packet);
-    if (oc) {
-      if (oc->pb && !(oc->oformat->flags & AVFMT_NOFILE)) avio_closep(&oc->pb);
-      avformat_free_context(oc);
-    }
+    if (headerWritten && !trailerWritten) av_write_trailer(oc.get());
   }
 
   // Sends a frame (or null to flush) and writes every packet that comes out.
@@ -65,15 +55,15 @@ struct Encoder::State {
       return false;
     }
     for (;;) {
-      rc = avcodec_receive_packet(ctx, packet);
+      rc = avcodec_receive_packet(ctx, packet.get());
       if (rc == AVERROR(EAGAIN) || rc == AVERROR_EOF) return true;
       if (rc < 0) {
         *error = std::string(ctx->codec->name) + " failed: " + AvError(rc);
         return false;
       }
-      av_packet_rescale_ts(packet, ctx->time_base, stream->time_base);
+      av_packet_rescale_ts(packet.get(), ctx->time_base, stream->time_base);
       packet->stream_index = stream->index;
-      rc = av_interleaved_write_frame(oc, packet);
+      rc = av_interleaved_write_frame(oc.get(), packet.get());
       if (rc < 0) {
         *error = "cannot write to the output file: " + AvError(rc);
         return false;
@@ -83,9 +73,9 @@ struct Encoder::State {
 
   bool DrainFifo(bool final, std::string* error) {
     int frameSize = audio->frame_size > 0 ? audio->frame_size : 1024;
-    while (av_audio_fifo_size(fifo) >= frameSize || (final && av_audio_fifo_size(fifo) > 0)) {
-      int n = std::min(frameSize, av_audio_fifo_size(fifo));
-      av_frame_unref(audioFrame);
+    while (av_audio_fifo_size(fifo.get()) >= frameSize || (final && av_audio_fifo_size(fifo.get()) > 0)) {
+      int n = std::min(frameSize, av_audio_fifo_size(fifo.get()));
+      av_frame_unref(audioFrame.get());
       audioFrame->format = audio->sample_fmt;
       av_channel_layout_copy(&audioFrame->ch_layout, &audio->ch_layout);
       audioFrame->sample_rate = audio->sample_rate;
@@ -93,17 +83,17 @@ struct Encoder::State {
                       (audio->codec->capabilities & AV_CODEC_CAP_VARIABLE_FRAME_SIZE) ||
                       (audio->codec->capabilities & AV_CODEC_CAP_SMALL_LAST_FRAME);
       audioFrame->nb_samples = variable ? n : frameSize;
-      if (av_frame_get_buffer(audioFrame, 0) < 0) {
+      if (av_frame_get_buffer(audioFrame.get(), 0) < 0) {
         *error = "out of memory for sound";
         return false;
       }
       if (n < audioFrame->nb_samples)
         av_samples_set_silence(audioFrame->data, n, audioFrame->nb_samples - n, audio->ch_layout.nb_channels,
                                audio->sample_fmt);
-      av_audio_fifo_read(fifo, reinterpret_cast<void**>(audioFrame->data), n);
+      av_audio_fifo_read(fifo.get(), reinterpret_cast<void**>(audioFrame->data), n);
       audioFrame->pts = audioPts;
       audioPts += audioFrame->nb_samples;
-      if (!Encode(audio, audioStream, audioFrame, error)) return false;
+      if (!Encode(audio.get(), audioStream, audioFrame.get(), error)) return false;
     }
     return true;
   }
@@ -118,8 +108,10 @@ bool Encoder::Open(const EncoderSettings& set, std::string* error) {
   State& s = *s_;
   s.width = set.width;
   s.height = set.height;
-  s.packet = av_packet_alloc();
-  int rc = avformat_alloc_output_context2(&s.oc, nullptr, set.container.c_str(), set.path.c_str());
+  s.packet.reset(av_packet_alloc());
+  AVFormatContext* oc = nullptr;
+  int rc = avformat_alloc_output_context2(&oc, nullptr, set.container.c_str(), set.path.c_str());
+  s.oc.reset(oc);
   if (rc < 0 || !s.oc) {
     *error = "cannot set up the " + set.container + " container: " + AvError(rc);
     return false;
@@ -138,7 +130,7 @@ bool Encoder::Open(const EncoderSettings& set, std::string* error) {
       return false;
     }
   }
-  rc = avformat_write_header(s.oc, nullptr);
+  rc = avformat_write_header(s.oc.get(), nullptr);
   if (rc < 0) {
     *error = "cannot start the " + set.container + " file: " + AvError(rc);
     return false;
@@ -154,7 +146,7 @@ bool Encoder::OpenVideo(const EncoderSettings& set, std::string* error) {
     *error = "unknown video encoder \"" + set.videoCodec + "\"";
     return false;
   }
-  s.video = avcodec_alloc_context3(vcodec);
+  s.video.reset(avcodec_alloc_context3(vcodec));
   s.video->width = set.width;
   s.video->height = set.height;
   s.video->time_base = AVRational{set.fpsDen, set.fpsNum};
@@ -175,23 +167,23 @@ bool Encoder::OpenVideo(const EncoderSettings& set, std::string* error) {
   s.video->color_trc = hd ? AVCOL_TRC_BT709 : AVCOL_TRC_SMPTE170M;
   s.video->color_range = AVCOL_RANGE_MPEG;
   if (s.oc->oformat->flags & AVFMT_GLOBALHEADER) s.video->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  int rc = avcodec_open2(s.video, vcodec, nullptr);
+  int rc = avcodec_open2(s.video.get(), vcodec, nullptr);
   if (rc < 0) {
     *error = "cannot open the video encoder " + set.videoCodec + ": " + AvError(rc);
     return false;
   }
-  s.videoStream = avformat_new_stream(s.oc, nullptr);
-  avcodec_parameters_from_context(s.videoStream->codecpar, s.video);
+  s.videoStream = avformat_new_stream(s.oc.get(), nullptr);
+  avcodec_parameters_from_context(s.videoStream->codecpar, s.video.get());
   s.videoStream->time_base = s.video->time_base;
   s.videoStream->avg_frame_rate = s.video->framerate;
   if (s.video->pix_fmt != AV_PIX_FMT_YUV420P) {
-    s.convert = sws_getContext(set.width, set.height, AV_PIX_FMT_YUV420P, set.width, set.height,
-                               s.video->pix_fmt, SWS_BICUBIC, nullptr, nullptr, nullptr);
-    s.converted = av_frame_alloc();
+    s.convert.reset(sws_getContext(set.width, set.height, AV_PIX_FMT_YUV420P, set.width, set.height,
+                                   s.video->pix_fmt, SWS_BICUBIC, nullptr, nullptr, nullptr));
+    s.converted.reset(av_frame_alloc());
     s.converted->format = s.video->pix_fmt;
     s.converted->width = set.width;
     s.converted->height = set.height;
-    if (!s.convert || av_frame_get_buffer(s.converted, 0) < 0) {
+    if (!s.convert || av_frame_get_buffer(s.converted.get(), 0) < 0) {
       *error = "cannot convert pictures for " + set.videoCodec;
       return false;
     }
@@ -206,7 +198,7 @@ bool Encoder::OpenAudio(const EncoderSettings& set, std::string* error) {
     *error = "unknown audio encoder \"" + set.audioCodec + "\"";
     return false;
   }
-  s.audio = avcodec_alloc_context3(acodec);
+  s.audio.reset(avcodec_alloc_context3(acodec));
   s.audio->sample_fmt = acodec->sample_fmts ? acodec->sample_fmts[0] : AV_SAMPLE_FMT_FLTP;
   if (acodec->sample_fmts)
     for (const AVSampleFormat* f = acodec->sample_fmts; *f != AV_SAMPLE_FMT_NONE; ++f)
@@ -233,28 +225,30 @@ bool Encoder::OpenAudio(const EncoderSettings& set, std::string* error) {
   s.audio->bit_rate = static_cast<int64_t>(set.audioKbits) * 1000;
   s.audio->time_base = AVRational{1, rate};
   if (s.oc->oformat->flags & AVFMT_GLOBALHEADER) s.audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  int rc = avcodec_open2(s.audio, acodec, nullptr);
+  int rc = avcodec_open2(s.audio.get(), acodec, nullptr);
   if (rc < 0) {
     *error = "cannot open the audio encoder " + set.audioCodec + ": " + AvError(rc);
     return false;
   }
-  s.audioStream = avformat_new_stream(s.oc, nullptr);
-  avcodec_parameters_from_context(s.audioStream->codecpar, s.audio);
+  s.audioStream = avformat_new_stream(s.oc.get(), nullptr);
+  avcodec_parameters_from_context(s.audioStream->codecpar, s.audio.get());
   s.audioStream->time_base = s.audio->time_base;
   // The renderer delivers sound at the encoder's rate, as planar floats in
   // the asked channel count; only the sample format and layout change here.
   s.inputRate = rate;
   AVChannelLayout in;
   av_channel_layout_default(&in, set.channels);
-  rc = swr_alloc_set_opts2(&s.swr, &s.audio->ch_layout, s.audio->sample_fmt, rate, &in, AV_SAMPLE_FMT_FLTP,
+  SwrContext* swr = nullptr;
+  rc = swr_alloc_set_opts2(&swr, &s.audio->ch_layout, s.audio->sample_fmt, rate, &in, AV_SAMPLE_FMT_FLTP,
                            rate, 0, nullptr);
+  s.swr.reset(swr);
   av_channel_layout_uninit(&in);
-  if (rc < 0 || swr_init(s.swr) < 0) {
+  if (rc < 0 || swr_init(s.swr.get()) < 0) {
     *error = "cannot convert sound for " + set.audioCodec;
     return false;
   }
-  s.fifo = av_audio_fifo_alloc(s.audio->sample_fmt, s.audio->ch_layout.nb_channels, 4096);
-  s.audioFrame = av_frame_alloc();
+  s.fifo.reset(av_audio_fifo_alloc(s.audio->sample_fmt, s.audio->ch_layout.nb_channels, 4096));
+  s.audioFrame.reset(av_frame_alloc());
   return true;
 }
 
@@ -289,7 +283,7 @@ bool Encoder::WriteVideo(const uint8_t* yuv, void (*release)(void*), void* opaqu
     *error = "out of memory for a picture";
     return false;
   }
-  AVFrame* frame = av_frame_alloc();
+  FramePtr frame(av_frame_alloc());
   frame->format = AV_PIX_FMT_YUV420P;
   frame->width = s.width;
   frame->height = s.height;
@@ -300,33 +294,32 @@ bool Encoder::WriteVideo(const uint8_t* yuv, void (*release)(void*), void* opaqu
   frame->linesize[0] = s.width;
   frame->linesize[1] = cw;
   frame->linesize[2] = cw;
-  AVFrame* send = frame;
+  AVFrame* send = frame.get();
   if (s.convert) {
-    av_frame_make_writable(s.converted);
-    sws_scale(s.convert, frame->data, frame->linesize, 0, s.height, s.converted->data, s.converted->linesize);
-    send = s.converted;
+    av_frame_make_writable(s.converted.get());
+    sws_scale(s.convert.get(), frame->data, frame->linesize, 0, s.height, s.converted->data,
+              s.converted->linesize);
+    send = s.converted.get();
   }
   send->pts = s.videoPts++;
-  bool ok = s.Encode(s.video, s.videoStream, send, error);
-  av_frame_free(&frame);
-  return ok;
+  return s.Encode(s.video.get(), s.videoStream, send, error);
 }
 
 bool Encoder::WriteAudio(const float* const* planes, int samples, std::string* error) {
   State& s = *s_;
   if (!s.audio || samples <= 0) return true;
-  int capacity = swr_get_out_samples(s.swr, samples);
+  int capacity = swr_get_out_samples(s.swr.get(), samples);
   uint8_t** buffers = nullptr;
   if (av_samples_alloc_array_and_samples(&buffers, nullptr, s.audio->ch_layout.nb_channels, capacity,
                                          s.audio->sample_fmt, 0) < 0) {
     *error = "out of memory for sound";
     return false;
   }
-  int n = swr_convert(s.swr, buffers, capacity,
+  int n = swr_convert(s.swr.get(), buffers, capacity,
                       const_cast<const uint8_t**>(reinterpret_cast<uint8_t**>(const_cast<float**>(planes))),
                       samples);
   bool ok = n >= 0;
-  if (ok && n > 0) av_audio_fifo_write(s.fifo, reinterpret_cast<void**>(buffers), n);
+  if (ok && n > 0) av_audio_fifo_write(s.fifo.get(), reinterpret_cast<void**>(buffers), n);
   av_freep(&buffers[0]);
   av_freep(&buffers);
   if (!ok) {
@@ -340,21 +333,21 @@ bool Encoder::Finish(std::string* error) {
   State& s = *s_;
   if (s.audio) {
     // What the converter still holds, then the rest of the queue.
-    int capacity = swr_get_out_samples(s.swr, 0);
+    int capacity = swr_get_out_samples(s.swr.get(), 0);
     if (capacity > 0) {
       uint8_t** buffers = nullptr;
       if (av_samples_alloc_array_and_samples(&buffers, nullptr, s.audio->ch_layout.nb_channels, capacity,
                                              s.audio->sample_fmt, 0) >= 0) {
-        int n = swr_convert(s.swr, buffers, capacity, nullptr, 0);
-        if (n > 0) av_audio_fifo_write(s.fifo, reinterpret_cast<void**>(buffers), n);
+        int n = swr_convert(s.swr.get(), buffers, capacity, nullptr, 0);
+        if (n > 0) av_audio_fifo_write(s.fifo.get(), reinterpret_cast<void**>(buffers), n);
         av_freep(&buffers[0]);
         av_freep(&buffers);
       }
     }
-    if (!s.DrainFifo(true, error) || !s.Encode(s.audio, s.audioStream, nullptr, error)) return false;
+    if (!s.DrainFifo(true, error) || !s.Encode(s.audio.get(), s.audioStream, nullptr, error)) return false;
   }
-  if (s.video && !s.Encode(s.video, s.videoStream, nullptr, error)) return false;
-  int rc = av_write_trailer(s.oc);
+  if (s.video && !s.Encode(s.video.get(), s.videoStream, nullptr, error)) return false;
+  int rc = av_write_trailer(s.oc.get());
   s.trailerWritten = true;
   if (rc < 0) {
     *error = "cannot finish the output file: " + AvError(rc);

@@ -1,9 +1,15 @@
-// Rendering a virtual video to its output file.
+// The export run: rendering a virtual video to its output file, step by
+// step, each step in a file of its own. The settings are checked and the
+// encoders chosen (codec_choice.h); the video is written to a temporary
+// file beside the target (output_file.h); the MLT graph of the timeline is
+// built (timeline/) in a profile of the video's size and rate; the frames of
+// the limit range are rendered and encoded (frame_pump.h, encoder.h); and
+// the finished file is moved onto the target. Any failure ends the run with
+// one of the result codes below and one log line naming its cause, and
+// leaves the target as it was.
 #pragma once
 
 #include <cstdint>
-
-#include <mlt-7/framework/mlt.h>
 
 #include "engine/model/model.h"
 
@@ -28,12 +34,6 @@ enum ExportResult : int32_t {
   kCannotPlaceOutput = -32,
   kExportBusy = -33,
 };
-
-/// The consumer an export takes its frames from, in order, with
-/// mlt_consumer_rt_frame once started: a read-ahead thread renders them
-/// (fetching, drawing and mixing) while the caller encodes. Null when MLT
-/// cannot make one.
-mlt_consumer MakeFrameRenderer(mlt_profile profile, int sampleRate, int channels);
 
 /// Blocks until the video is written (or the export failed).
 int32_t RunExport(VirtualVideo& video);

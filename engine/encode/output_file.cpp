@@ -1,10 +1,14 @@
 #include "engine/encode/output_file.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -46,6 +50,13 @@ bool Running(long pid) { return pid > 0 && (kill(static_cast<pid_t>(pid), 0) == 
 
 } // namespace
 
+std::string AbsolutePath(const std::string& path) {
+  if (!path.empty() && path[0] == '/') return path;
+  char cwd[PATH_MAX];
+  if (!getcwd(cwd, sizeof cwd)) return path;
+  return std::string(cwd) + "/" + path;
+}
+
 std::string TemporaryOutputPath(const std::string& target) {
   TargetParts p = Split(target);
   return p.folder + "/." + p.base + "." + std::to_string(getpid()) + ".part" + p.extension;
@@ -68,6 +79,38 @@ int RemoveStaleTemporaries(const std::string& target) {
   }
   closedir(dir);
   return removed;
+}
+
+PartFile::~PartFile() {
+  if (!path_.empty() && !placed_) ::unlink(path_.c_str());
+}
+
+bool PartFile::Create(const std::string& target, std::string* cause) {
+  struct stat st;
+  if (stat(target.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+    *cause = "cannot write " + target + ": it is a folder";
+    return false;
+  }
+  RemoveStaleTemporaries(target);
+  std::string temp = TemporaryOutputPath(target);
+  int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (fd < 0) {
+    *cause = "cannot write " + target + ": " + std::strerror(errno);
+    return false;
+  }
+  ::close(fd);
+  target_ = target;
+  path_ = temp;
+  return true;
+}
+
+bool PartFile::Place(std::string* cause) {
+  if (std::rename(path_.c_str(), target_.c_str()) != 0) {
+    *cause = "cannot move the video to " + target_ + ": " + std::strerror(errno);
+    return false;
+  }
+  placed_ = true;
+  return true;
 }
 
 } // namespace orma

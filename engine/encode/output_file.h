@@ -6,11 +6,42 @@
 // temporary file; a killed one cannot, so the next export to the same target
 // removes the temporaries of processes that no longer run. A previous video
 // at the target is thus either replaced whole or left untouched.
+//
+//   PartFile part;
+//   if (!part.Create(AbsolutePath(outPath), &cause)) ...   // write part.path()
+//   if (!part.Place(&cause)) ...                           // else it is removed
 #pragma once
 
 #include <string>
 
 namespace orma {
+
+/// `path` as an absolute path: a relative one is taken from the working
+/// folder (the export runs with the caller's).
+std::string AbsolutePath(const std::string& path);
+
+/// The temporary file one export writes its video to. Removed again when
+/// it goes, unless Place has put it at the target.
+class PartFile {
+public:
+  PartFile() = default;
+  PartFile(const PartFile&) = delete;
+  PartFile& operator=(const PartFile&) = delete;
+  ~PartFile();
+
+  /// Creates the (empty) temporary of `target`, an absolute path, after
+  /// removing stale ones; false with *cause naming the target when it is a
+  /// folder or cannot be written.
+  bool Create(const std::string& target, std::string* cause);
+  const std::string& path() const { return path_; }
+  /// Moves the finished video onto the target; false with *cause.
+  bool Place(std::string* cause);
+
+private:
+  std::string target_;
+  std::string path_; ///< empty until created
+  bool placed_ = false;
+};
 
 /// The temporary file the current process writes `target` through.
 std::string TemporaryOutputPath(const std::string& target);

@@ -12,6 +12,7 @@ extern "C" {
 #include <mutex>
 #include <tuple>
 
+#include "engine/core/av_handles.h"
 #include "engine/core/libraries.h"
 #include "engine/core/log.h"
 #include "engine/media/picture_input.h"
@@ -29,16 +30,15 @@ bool ToGrey(const AVFrame* frame, GreyImage* out) {
   if (w <= 0 || h <= 0) return false;
   double k = std::min(1.0, static_cast<double>(kFaceCountSide) / std::max(w, h));
   int gw = std::max(1, static_cast<int>(w * k)), gh = std::max(1, static_cast<int>(h * k));
-  SwsContext* sws = sws_getContext(w, h, static_cast<AVPixelFormat>(frame->format), gw, gh, AV_PIX_FMT_GRAY8,
-                                   SWS_AREA, nullptr, nullptr, nullptr);
+  SwsPtr sws(sws_getContext(w, h, static_cast<AVPixelFormat>(frame->format), gw, gh, AV_PIX_FMT_GRAY8,
+                            SWS_AREA, nullptr, nullptr, nullptr));
   if (!sws) return false;
   out->width = gw;
   out->height = gh;
   out->pixels.assign(static_cast<size_t>(gw) * gh, 0);
   uint8_t* dst[4] = {out->pixels.data(), nullptr, nullptr, nullptr};
   int strides[4] = {gw, 0, 0, 0};
-  sws_scale(sws, frame->data, frame->linesize, 0, h, dst, strides);
-  sws_freeContext(sws);
+  sws_scale(sws.get(), frame->data, frame->linesize, 0, h, dst, strides);
   return true;
 }
 

@@ -11,29 +11,23 @@ extern "C" {
 #include <algorithm>
 #include <cstring>
 
+#include "engine/core/av_handles.h"
 #include "engine/core/libraries.h"
 
 namespace orma {
 
 struct AudioReader::Impl {
-  AVFormatContext* format = nullptr;
-  AVCodecContext* decoder = nullptr;
-  SwrContext* resampler = nullptr;
-  AVPacket* packet = nullptr;
-  AVFrame* frame = nullptr;
+  FormatPtr format;
+  CodecPtr decoder;
+  SwrPtr resampler; ///< made for the first frame after each seek
+  PacketPtr packet;
+  FramePtr frame;
   int stream = -1;
   int64_t startPts = 0;   ///< the stream's first time stamp (source time 0)
   bool firstFrame = true; ///< the next decoded frame is the first after a seek
   int64_t targetUs = 0;   ///< where the last seek asked to be
   bool draining = false;  ///< the file is read to its end; the decoder is being emptied
   std::vector<float> out; ///< resampler output, planar
-  ~Impl() {
-    swr_free(&resampler);
-    avcodec_free_context(&decoder);
-    if (format) avformat_close_input(&format);
-    av_packet_free(&packet);
-    av_frame_free(&frame);
-  }
 };
 
 AudioReader::AudioReader(const MediaProbe& probe, int sampleRate, int channels)
@@ -59,7 +53,7 @@ bool AudioReader::Open(std::string* error) {
   if (!impl->format) return false;
   int rc = 0;
   const AVCodec* codec = nullptr;
-  impl->stream = av_find_best_stream(impl->format, AVMEDIA_TYPE_AUDIO, -1, -1, &codec, 0);
+  impl->stream = av_find_best_stream(impl->format.get(), AVMEDIA_TYPE_AUDIO, -1, -1, &codec, 0);
   if (impl->stream < 0 || !codec) {
     *error = probe_.path + ": no sound to decode";
     return false;
@@ -67,20 +61,20 @@ bool AudioReader::Open(std::string* error) {
   AVStream* st = impl->format->streams[impl->stream];
   for (unsigned i = 0; i < impl->format->nb_streams; ++i)
     if (static_cast<int>(i) != impl->stream) impl->format->streams[i]->discard = AVDISCARD_ALL;
-  impl->decoder = avcodec_alloc_context3(codec);
-  if (!impl->decoder || avcodec_parameters_to_context(impl->decoder, st->codecpar) < 0) {
+  impl->decoder.reset(avcodec_alloc_context3(codec));
+  if (!impl->decoder || avcodec_parameters_to_context(impl->decoder.get(), st->codecpar) < 0) {
     *error = probe_.path + ": cannot set up the sound decoder";
     return false;
   }
   impl->decoder->thread_count = 1;
   impl->decoder->pkt_timebase = st->time_base;
-  if ((rc = avcodec_open2(impl->decoder, codec, nullptr)) < 0) {
+  if ((rc = avcodec_open2(impl->decoder.get(), codec, nullptr)) < 0) {
     *error = probe_.path + ": cannot open the sound decoder: " + AvError(rc);
     return false;
   }
   impl->startPts = st->start_time != AV_NOPTS_VALUE ? st->start_time : 0;
-  impl->packet = av_packet_alloc();
-  impl->frame = av_frame_alloc();
+  impl->packet.reset(av_packet_alloc());
+  impl->frame.reset(av_frame_alloc());
   if (!impl->packet || !impl->frame) {
     *error = "out of memory";
     return false;
@@ -94,10 +88,10 @@ bool AudioReader::Seek(int64_t us, std::string* error) {
   Impl& d = *impl_;
   AVStream* st = d.format->streams[d.stream];
   int64_t ts = d.startPts + av_rescale_q(std::max<int64_t>(us, 0), AV_TIME_BASE_Q, st->time_base);
-  if (av_seek_frame(d.format, d.stream, ts, AVSEEK_FLAG_BACKWARD) < 0)
-    av_seek_frame(d.format, d.stream, d.startPts, AVSEEK_FLAG_BACKWARD);
-  avcodec_flush_buffers(d.decoder);
-  swr_free(&d.resampler);
+  if (av_seek_frame(d.format.get(), d.stream, ts, AVSEEK_FLAG_BACKWARD) < 0)
+    av_seek_frame(d.format.get(), d.stream, d.startPts, AVSEEK_FLAG_BACKWARD);
+  avcodec_flush_buffers(d.decoder.get());
+  d.resampler.reset();
   d.firstFrame = true;
   d.targetUs = std::max<int64_t>(us, 0);
   d.draining = false;
@@ -114,21 +108,21 @@ bool AudioReader::Seek(int64_t us, std::string* error) {
 bool AudioReader::Refill() {
   Impl& d = *impl_;
   for (;;) {
-    int rc = avcodec_receive_frame(d.decoder, d.frame);
+    int rc = avcodec_receive_frame(d.decoder.get(), d.frame.get());
     if (rc == 0) break;
     if (rc == AVERROR_EOF) return false;
     if (rc != AVERROR(EAGAIN)) return false;
     if (d.draining) return false;
-    rc = av_read_frame(d.format, d.packet);
+    rc = av_read_frame(d.format.get(), d.packet.get());
     if (rc < 0) {
       d.draining = true;
-      avcodec_send_packet(d.decoder, nullptr);
+      avcodec_send_packet(d.decoder.get(), nullptr);
       continue;
     }
-    if (d.packet->stream_index == d.stream) avcodec_send_packet(d.decoder, d.packet);
-    av_packet_unref(d.packet);
+    if (d.packet->stream_index == d.stream) avcodec_send_packet(d.decoder.get(), d.packet.get());
+    av_packet_unref(d.packet.get());
   }
-  AVFrame* f = d.frame;
+  AVFrame* f = d.frame.get();
   if (!d.resampler) {
     AVChannelLayout outLayout = {};
     av_channel_layout_default(&outLayout, channels_);
@@ -137,14 +131,16 @@ bool AudioReader::Refill() {
       av_channel_layout_copy(&inLayout, &f->ch_layout);
     else
       av_channel_layout_default(&inLayout, std::max(1, d.decoder->ch_layout.nb_channels));
-    int rc = swr_alloc_set_opts2(&d.resampler, &outLayout, AV_SAMPLE_FMT_FLTP, rate_, &inLayout,
+    SwrContext* resampler = nullptr;
+    int rc = swr_alloc_set_opts2(&resampler, &outLayout, AV_SAMPLE_FMT_FLTP, rate_, &inLayout,
                                  static_cast<AVSampleFormat>(f->format), f->sample_rate, 0, nullptr);
+    d.resampler.reset(resampler);
     // Channel layouts are mapped by FFmpeg's usual rules (a mono source
     // goes to both sides of stereo at -3 dB each, as the scenes' sound does).
     av_channel_layout_uninit(&inLayout);
     av_channel_layout_uninit(&outLayout);
-    if (rc < 0 || swr_init(d.resampler) < 0) {
-      swr_free(&d.resampler);
+    if (rc < 0 || swr_init(d.resampler.get()) < 0) {
+      d.resampler.reset();
       av_frame_unref(f);
       return false;
     }
@@ -165,7 +161,7 @@ bool AudioReader::Refill() {
       skip_ = 0;
     }
   }
-  int capacity = swr_get_out_samples(d.resampler, f->nb_samples);
+  int capacity = swr_get_out_samples(d.resampler.get(), f->nb_samples);
   if (capacity <= 0) {
     av_frame_unref(f);
     return true;
@@ -174,7 +170,7 @@ bool AudioReader::Refill() {
   uint8_t* planes[8];
   for (int c = 0; c < channels_; ++c)
     planes[c] = reinterpret_cast<uint8_t*>(d.out.data() + static_cast<size_t>(c) * capacity);
-  int made = swr_convert(d.resampler, planes, capacity, const_cast<const uint8_t**>(f->extended_data),
+  int made = swr_convert(d.resampler.get(), planes, capacity, const_cast<const uint8_t**>(f->extended_data),
                          f->nb_samples);
   av_frame_unref(f);
   if (made <= 0) return true;

@@ -10,6 +10,7 @@ extern "C" {
 #include <cstdio>
 #include <memory>
 
+#include "engine/core/av_handles.h"
 #include "engine/core/libraries.h"
 #include "engine/media/picture_input.h"
 #include "engine/media/probe.h"
@@ -26,23 +27,23 @@ struct Decoder {
   FramePtr picture{av_frame_alloc()};
   AVPacket* pkt = packet.get();
   AVFrame* frame = picture.get();
-  SwsContext* sws = nullptr;
+  SwsPtr sws;
   std::vector<uint8_t> rgba;
-  ~Decoder() { sws_freeContext(sws); }
 };
 
 bool Convert(Decoder& d, AVRational timeBase, std::vector<PictureFrame>* frames) {
   AVFrame* f = d.frame;
   int w = f->width, h = f->height;
   if (w <= 0 || h <= 0) return false;
-  d.sws =
-      sws_getCachedContext(d.sws, w, h, static_cast<AVPixelFormat>(f->format), w, h, AV_PIX_FMT_RGBA,
-                           SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr);
+  // The cached context is handed over: a new one replaces (and frees) it.
+  d.sws.reset(sws_getCachedContext(d.sws.release(), w, h, static_cast<AVPixelFormat>(f->format), w, h,
+                                   AV_PIX_FMT_RGBA, SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT,
+                                   nullptr, nullptr, nullptr));
   if (!d.sws) return false;
   d.rgba.assign(static_cast<size_t>(w) * h * 4, 0);
   uint8_t* dst[4] = {d.rgba.data(), nullptr, nullptr, nullptr};
   int strides[4] = {w * 4, 0, 0, 0};
-  sws_scale(d.sws, f->data, f->linesize, 0, h, dst, strides);
+  sws_scale(d.sws.get(), f->data, f->linesize, 0, h, dst, strides);
   PictureFrame out;
   out.sprite = std::make_shared<Sprite>(w, h);
   for (int y = 0; y < h; ++y)

@@ -19,8 +19,8 @@ extern "C" {
 #include <memory>
 #include <mutex>
 
+#include "engine/core/av_handles.h"
 #include "engine/core/libraries.h"
-#include "engine/media/av_handles.h"
 #include "engine/media/picture_limits.h"
 #include "platform/platform.h"
 
@@ -373,7 +373,7 @@ MediaProbe ProbeMedia(const char* path, bool decode) {
   return probe;
 }
 
-AVFormatContext* OpenMediaInput(const MediaProbe& probe, std::string* error) {
+FormatPtr OpenMediaInput(const MediaProbe& probe, std::string* error) {
   QuietLibraries();
   const AVInputFormat* demuxer =
       probe.container.empty() ? nullptr : av_find_input_format(probe.container.c_str());
@@ -393,7 +393,7 @@ AVFormatContext* OpenMediaInput(const MediaProbe& probe, std::string* error) {
     *error = probe.path + ": " + AvError(rc);
     return nullptr;
   }
-  return ctx.release();
+  return ctx;
 }
 
 } // namespace orma

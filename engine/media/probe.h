@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string>
 
-struct AVFormatContext;
+#include "engine/core/av_handles.h"
 
 namespace orma {
 
@@ -45,8 +45,7 @@ MediaProbe ProbeMedia(const char* path, bool decode);
 /// Opens a file the probe accepted for reading, under the same rules: FFmpeg
 /// limited to the "file" protocol, the demuxer the probe found (never one
 /// guessed again from the name), no file-name patterns; its streams are
-/// read. Null, with *error naming the file and the cause, on failure; close
-/// with avformat_close_input.
-AVFormatContext* OpenMediaInput(const MediaProbe& probe, std::string* error);
+/// read. Null, with *error naming the file and the cause, on failure.
+FormatPtr OpenMediaInput(const MediaProbe& probe, std::string* error);
 
 } // namespace orma

@@ -10,6 +10,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include "engine/core/av_handles.h"
 #include "engine/core/libraries.h"
 #include "engine/media/exif_orientation.h"
 #include "engine/media/picture_input.h"
@@ -57,20 +58,19 @@ bool LoadRgba(const MediaProbe& probe, RgbaImage* out, std::string* error) {
   }
   if (got) {
     int w = frame->width, h = frame->height;
-    SwsContext* sws =
-        sws_getContext(w, h, static_cast<AVPixelFormat>(frame->format), w, h, AV_PIX_FMT_RGBA,
-                       SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr);
+    SwsPtr sws(sws_getContext(w, h, static_cast<AVPixelFormat>(frame->format), w, h, AV_PIX_FMT_RGBA,
+                              SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr,
+                              nullptr));
     if (sws) {
       int space = frame->colorspace == AVCOL_SPC_BT709 ? SWS_CS_ITU709 : SWS_CS_ITU601;
-      sws_setColorspaceDetails(sws, sws_getCoefficients(space), FullRange(frame) ? 1 : 0,
+      sws_setColorspaceDetails(sws.get(), sws_getCoefficients(space), FullRange(frame) ? 1 : 0,
                                sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, 1 << 16, 1 << 16);
       out->width = w;
       out->height = h;
       out->pixels.assign(static_cast<size_t>(w) * h * 4, 0);
       uint8_t* dst[4] = {out->pixels.data(), nullptr, nullptr, nullptr};
       int strides[4] = {w * 4, 0, 0, 0};
-      sws_scale(sws, frame->data, frame->linesize, 0, h, dst, strides);
-      sws_freeContext(sws);
+      sws_scale(sws.get(), frame->data, frame->linesize, 0, h, dst, strides);
       // A camera's picture stored sideways says in its EXIF data how to turn it.
       TurnRgba(ExifQuarterTurns(frame), &out->width, &out->height, &out->pixels);
     } else {

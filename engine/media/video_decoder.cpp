@@ -14,6 +14,7 @@ extern "C" {
 #include <cstring>
 
 #include "engine/core/libraries.h"
+#include "engine/media/picture_input.h"
 
 namespace orma {
 
@@ -91,18 +92,14 @@ AVPixelFormat PickVaapi(AVCodecContext*, const AVPixelFormat* offered) {
 
 } // namespace
 
-Decoded::~Decoded() { av_frame_free(&frame); }
-
 struct VideoDecoder::State {
   MediaProbe probe;
-  AVFormatContext* format = nullptr;
-  AVCodecContext* decoder = nullptr;
-  AVBufferRef* hwDevice = nullptr;
-  AVPacket* packet = nullptr;
-  AVFrame* frame = nullptr;
-  AVFrame* passed = nullptr; ///< the last picture decoded short of the wanted one
-  SwsContext* sws = nullptr;
-  int stream = -1;
+  PictureInput in; ///< the file, its picture stream and its decoder
+  BufferPtr hwDevice;
+  PacketPtr packet{av_packet_alloc()};
+  FramePtr frame{av_frame_alloc()};
+  FramePtr passed{av_frame_alloc()}; ///< the last picture decoded short of the wanted one
+  SwsPtr sws;
   AVRational timeBase{1, 1};
   int64_t firstPts = 0;
   AVRational sourceRate{25, 1}; ///< the file's own frame rate
@@ -119,16 +116,6 @@ struct VideoDecoder::State {
   bool sought = false;     ///< no picture has come out since the last seek
   bool inputEnded = false; ///< the file is read to its end
   bool drained = false;    ///< and the decoder has given its last picture
-
-  ~State() {
-    sws_freeContext(sws);
-    av_frame_free(&frame);
-    av_frame_free(&passed);
-    av_packet_free(&packet);
-    avcodec_free_context(&decoder);
-    av_buffer_unref(&hwDevice);
-    if (format) avformat_close_input(&format);
-  }
 
   // Picture indices follow the file's own rate: a picture's time rounded to
   // the nearest of its frames; a position asks for the source frame nearest
@@ -150,10 +137,10 @@ struct VideoDecoder::State {
 
   void Seek(int64_t index) {
     int64_t ts = std::max(firstPts, TimestampOf(index));
-    if (av_seek_frame(format, stream, ts, AVSEEK_FLAG_BACKWARD) < 0)
-      av_seek_frame(format, stream, firstPts, AVSEEK_FLAG_BACKWARD);
-    avcodec_flush_buffers(decoder);
-    av_frame_unref(passed);
+    if (av_seek_frame(in.format.get(), in.stream, ts, AVSEEK_FLAG_BACKWARD) < 0)
+      av_seek_frame(in.format.get(), in.stream, firstPts, AVSEEK_FLAG_BACKWARD);
+    avcodec_flush_buffers(in.decoder.get());
+    av_frame_unref(passed.get());
     readDts = AV_NOPTS_VALUE;
     started = sought = true;
     inputEnded = drained = false;
@@ -163,7 +150,7 @@ struct VideoDecoder::State {
   // reading on would decode.
   bool SeekingAheadPays(int64_t index) {
     if (!started) return false;
-    AVStream* st = format->streams[stream];
+    AVStream* st = in.format->streams[in.stream];
     int entry = av_index_search_timestamp(st, TimestampOf(index), AVSEEK_FLAG_BACKWARD);
     if (entry >= 0) {
       const AVIndexEntry* e = avformat_index_get_entry(st, entry);
@@ -181,21 +168,21 @@ struct VideoDecoder::State {
     int64_t before = INT64_MIN; // index of the last picture passed over
     int errors = 0;
     for (;;) {
-      int rc = avcodec_receive_frame(decoder, frame);
+      int rc = avcodec_receive_frame(in.decoder.get(), frame.get());
       if (rc == 0) {
         int64_t pts = frame->best_effort_timestamp;
         int64_t at = pts != AV_NOPTS_VALUE ? IndexOfPts(pts) : (before == INT64_MIN ? index : before + 1);
         *landed = sought;
         sought = false;
         if (at >= index) {
-          *found = frame;
+          *found = frame.get();
           *foundIndex = at;
-          av_frame_unref(passed);
+          av_frame_unref(passed.get());
           return true;
         }
         before = at;
-        av_frame_unref(passed);
-        av_frame_move_ref(passed, frame);
+        av_frame_unref(passed.get());
+        av_frame_move_ref(passed.get(), frame.get());
         continue;
       }
       if (rc == AVERROR_EOF) {
@@ -207,14 +194,14 @@ struct VideoDecoder::State {
         if (rc == AVERROR(EAGAIN)) break;
         continue;
       }
-      rc = av_read_frame(format, packet);
+      rc = av_read_frame(in.format.get(), packet.get());
       if (rc < 0) {
         inputEnded = true;
-        avcodec_send_packet(decoder, nullptr);
+        avcodec_send_packet(in.decoder.get(), nullptr);
         continue;
       }
-      if (packet->stream_index != stream) {
-        av_packet_unref(packet);
+      if (packet->stream_index != in.stream) {
+        av_packet_unref(packet.get());
         continue;
       }
       if (packet->dts != AV_NOPTS_VALUE) readDts = packet->dts;
@@ -223,14 +210,14 @@ struct VideoDecoder::State {
       // file it is kept, as the last picture may have to stand in.
       bool passedOver = packet->pts != AV_NOPTS_VALUE && IndexOfPts(packet->pts) < index &&
                         lastFrame != INT64_MIN && index <= lastFrame;
-      decoder->skip_frame = passedOver ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
-      rc = avcodec_send_packet(decoder, packet);
-      av_packet_unref(packet);
+      in.decoder->skip_frame = passedOver ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+      rc = avcodec_send_packet(in.decoder.get(), packet.get());
+      av_packet_unref(packet.get());
       if (rc < 0 && rc != AVERROR(EAGAIN) && ++errors > kMaxDecodeErrors) break;
       if (rc >= 0) errors = 0;
     }
     if (passed->buf[0]) {
-      *found = passed;
+      *found = passed.get();
       *foundIndex = before;
       return true;
     }
@@ -241,30 +228,30 @@ struct VideoDecoder::State {
   bool ConvertTo(const AVFrame* f, AVPixelFormat to, bool fullRange, int matrix, uint8_t* const planes[4],
                  const int strides[4]) {
     AVPixelFormat from = WithoutFullRangeName(static_cast<AVPixelFormat>(f->format));
-    sws = sws_getCachedContext(sws, f->width, f->height, from, f->width, f->height, to, SWS_BICUBIC, nullptr,
-                               nullptr, nullptr);
+    // The cached context is handed over: a new one replaces (and frees) it.
+    sws.reset(sws_getCachedContext(sws.release(), f->width, f->height, from, f->width, f->height, to,
+                                   SWS_BICUBIC, nullptr, nullptr, nullptr));
     if (!sws) return false;
     const int* coefficients = sws_getCoefficients(matrix == 709 ? SWS_CS_ITU709 : SWS_CS_ITU601);
     // The range stays as it is for 4:2:0 (the compositor converts it with
     // everything else); RGB is full range.
-    sws_setColorspaceDetails(sws, coefficients, fullRange ? 1 : 0, coefficients,
+    sws_setColorspaceDetails(sws.get(), coefficients, fullRange ? 1 : 0, coefficients,
                              to == AV_PIX_FMT_RGBA ? 1 : (fullRange ? 1 : 0), 0, 1 << 16, 1 << 16);
-    sws_scale(sws, f->data, f->linesize, 0, f->height, planes, strides);
+    sws_scale(sws.get(), f->data, f->linesize, 0, f->height, planes, strides);
     return true;
   }
 
   std::shared_ptr<Decoded> Wrap(AVFrame* picture, std::string* error) {
     AVFrame* f = picture;
-    AVFrame* fromHardware = nullptr;
+    FramePtr fromHardware;
     if (f->format == AV_PIX_FMT_VAAPI) {
-      fromHardware = av_frame_alloc();
-      if (!fromHardware || av_hwframe_transfer_data(fromHardware, f, 0) < 0) {
-        av_frame_free(&fromHardware);
+      fromHardware.reset(av_frame_alloc());
+      if (!fromHardware || av_hwframe_transfer_data(fromHardware.get(), f, 0) < 0) {
         *error = probe.path + ": cannot fetch a picture from the hardware decoder";
         return nullptr;
       }
-      av_frame_copy_props(fromHardware, f);
-      f = fromHardware;
+      av_frame_copy_props(fromHardware.get(), f);
+      f = fromHardware.get();
     }
     auto d = std::make_shared<Decoded>();
     d->color.matrix = probe.matrix ? probe.matrix : canvasMatrix;
@@ -281,8 +268,8 @@ struct VideoDecoder::State {
       ok = ConvertTo(f, AV_PIX_FMT_RGBA, d->color.fullRange, d->color.matrix, planes, strides);
       d->rgbaPixels = std::move(pixels);
     } else if (f->format == AV_PIX_FMT_YUV420P || f->format == AV_PIX_FMT_YUVJ420P) {
-      d->frame = av_frame_alloc();
-      ok = d->frame && av_frame_ref(d->frame, f) >= 0;
+      d->frame.reset(av_frame_alloc());
+      ok = d->frame && av_frame_ref(d->frame.get(), f) >= 0;
       if (ok)
         for (int k = 0; k < 3; ++k) {
           d->yuv.p[k] = d->frame->data[k];
@@ -296,7 +283,7 @@ struct VideoDecoder::State {
       ok = ConvertTo(f, AV_PIX_FMT_YUV420P, d->color.fullRange, d->color.matrix, planes, strides);
       d->yuv = v;
     }
-    av_frame_free(&fromHardware);
+    fromHardware.reset();
     if (!ok) {
       *error = probe.path + ": cannot convert a picture of format " +
                (desc ? desc->name : std::to_string(f->format));
@@ -326,7 +313,7 @@ struct VideoDecoder::State {
       TurnPlane(d.yuv.p[k], d.yuv.s[k], (w + 1) / 2, (h + 1) / 2, 1, turns, v.p[k], v.s[k]);
     d.converted = std::move(picture);
     d.yuv = v;
-    av_frame_free(&d.frame);
+    d.frame.reset();
   }
 };
 
@@ -339,44 +326,43 @@ std::unique_ptr<VideoDecoder> VideoDecoder::Open(const MediaProbe& probe, Ration
   s->probe = probe;
   s->fps = fps;
   s->canvasMatrix = canvasMatrix;
-  s->format = OpenMediaInput(probe, error);
-  if (!s->format) return nullptr;
-  const AVCodec* codec = nullptr;
-  s->stream = av_find_best_stream(s->format, AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
-  if (s->stream < 0 || !codec) {
+  switch (s->in.Prepare(probe, true, error)) {
+  case PictureOpen::NoFile:
+    return nullptr;
+  case PictureOpen::NoStream:
     *error = probe.path + ": no picture to decode";
     return nullptr;
-  }
-  for (unsigned i = 0; i < s->format->nb_streams; ++i)
-    if (static_cast<int>(i) != s->stream) s->format->streams[i]->discard = AVDISCARD_ALL;
-  AVStream* st = s->format->streams[s->stream];
-  s->decoder = avcodec_alloc_context3(codec);
-  if (!s->decoder || avcodec_parameters_to_context(s->decoder, st->codecpar) < 0) {
+  case PictureOpen::NoDecoder:
     *error = probe.path + ": cannot set up the picture decoder";
     return nullptr;
+  case PictureOpen::Ok:
+    break;
   }
-  s->decoder->thread_count = kDecoderThreads;
-  s->decoder->pkt_timebase = st->time_base;
-  if (hardware &&
-      av_hwdevice_ctx_create(&s->hwDevice, AV_HWDEVICE_TYPE_VAAPI, kRenderNode, nullptr, 0) >= 0) {
-    s->decoder->hw_device_ctx = av_buffer_ref(s->hwDevice);
-    s->decoder->get_format = PickVaapi;
+  AVFormatContext* format = s->in.format.get();
+  AVCodecContext* decoder = s->in.decoder.get();
+  for (unsigned i = 0; i < format->nb_streams; ++i)
+    if (static_cast<int>(i) != s->in.stream) format->streams[i]->discard = AVDISCARD_ALL;
+  AVStream* st = format->streams[s->in.stream];
+  decoder->thread_count = kDecoderThreads;
+  decoder->pkt_timebase = st->time_base;
+  AVBufferRef* device = nullptr;
+  if (hardware && av_hwdevice_ctx_create(&device, AV_HWDEVICE_TYPE_VAAPI, kRenderNode, nullptr, 0) >= 0) {
+    s->hwDevice.reset(device);
+    decoder->hw_device_ctx = av_buffer_ref(device);
+    decoder->get_format = PickVaapi;
   }
-  int rc = avcodec_open2(s->decoder, codec, nullptr);
+  int rc = s->in.Start();
   if (rc < 0) {
     *error = probe.path + ": cannot open the picture decoder: " + AvError(rc);
     return nullptr;
   }
-  s->packet = av_packet_alloc();
-  s->frame = av_frame_alloc();
-  s->passed = av_frame_alloc();
   if (!s->packet || !s->frame || !s->passed) {
     *error = "out of memory";
     return nullptr;
   }
   s->timeBase = st->time_base;
   s->firstPts = st->start_time != AV_NOPTS_VALUE ? st->start_time : 0;
-  AVRational rate = av_guess_frame_rate(s->format, st, nullptr);
+  AVRational rate = av_guess_frame_rate(format, st, nullptr);
   s->sourceRate = rate.num > 0 && rate.den > 0 ? rate : AVRational{fps.num, fps.den};
   if (st->duration != AV_NOPTS_VALUE && st->duration > 0)
     s->lastFrame = s->IndexOfPts(s->firstPts + st->duration) - 1;

@@ -14,11 +14,10 @@
 #include <memory>
 #include <string>
 
+#include "engine/core/av_handles.h"
 #include "engine/core/rational.h"
 #include "engine/media/probe.h"
 #include "engine/picture/image.h"
-
-struct AVFrame;
 
 namespace orma {
 
@@ -29,12 +28,11 @@ struct Decoded {
   Decoded() = default;
   Decoded(const Decoded&) = delete;
   Decoded& operator=(const Decoded&) = delete;
-  ~Decoded();
   Yuv yuv;                       ///< the picture, when 4:2:0
   const uint8_t* rgba = nullptr; ///< the picture, when RGBA (stride width * 4)
   int width = 0, height = 0;
   Colorimetry color;
-  AVFrame* frame = nullptr;              ///< the decoder's picture the planes belong to, if any
+  FramePtr frame;                        ///< the decoder's picture the planes belong to, if any
   std::unique_ptr<Picture> converted;    ///< or a 4:2:0 copy owned here
   std::unique_ptr<uint8_t[]> rgbaPixels; ///< or RGBA owned here
 };

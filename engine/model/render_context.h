@@ -13,6 +13,7 @@
 
 #include <mlt-7/framework/mlt.h>
 
+#include "engine/core/mlt_handles.h"
 #include "engine/core/rational.h"
 #include "engine/media/video_decoder.h"
 
@@ -72,11 +73,6 @@ struct RenderContext {
 
 /// Colour matrix the engine works in for a frame height.
 int CanvasMatrix(int height);
-
-struct ProfileCloser {
-  void operator()(mlt_profile p) const { mlt_profile_close(p); }
-};
-using ProfilePtr = std::unique_ptr<mlt_profile_s, ProfileCloser>;
 
 /// A profile for the video's frame size and exact frame rate (null when MLT
 /// cannot make one).

@@ -1,5 +1,6 @@
 #include "engine/picture/image.h"
 
+#include "engine/core/av_handles.h"
 #include "engine/core/vector_clones.h"
 #include "engine/picture/geometry.h"
 
@@ -112,25 +113,21 @@ struct ScalerKey {
 struct ScalerCache {
   struct Entry {
     ScalerKey key;
-    SwsContext* ctx;
+    SwsPtr ctx;
     uint64_t used;
   };
   std::vector<Entry> entries;
   uint64_t clock = 0;
-  ~ScalerCache() {
-    for (auto& e : entries)
-      sws_freeContext(e.ctx);
-  }
   SwsContext* Get(const ScalerKey& key) {
     ++clock;
     for (auto& e : entries)
       if (e.key == key) {
         e.used = clock;
-        return e.ctx;
+        return e.ctx.get();
       }
-    SwsContext* ctx =
-        sws_getContext(key.sw, key.sh, static_cast<AVPixelFormat>(key.sfmt), key.dw, key.dh,
-                       static_cast<AVPixelFormat>(key.dfmt), key.flags, nullptr, nullptr, nullptr);
+    SwsPtr owner(sws_getContext(key.sw, key.sh, static_cast<AVPixelFormat>(key.sfmt), key.dw, key.dh,
+                                static_cast<AVPixelFormat>(key.dfmt), key.flags, nullptr, nullptr, nullptr));
+    SwsContext* ctx = owner.get();
     if (!ctx) return nullptr;
     int srcSpace = key.matrixFrom == 709 ? SWS_CS_ITU709 : SWS_CS_ITU601;
     int dstSpace = key.matrixTo == 709 ? SWS_CS_ITU709 : SWS_CS_ITU601;
@@ -139,10 +136,9 @@ struct ScalerCache {
     if (entries.size() >= 6) {
       auto oldest = std::min_element(entries.begin(), entries.end(),
                                      [](const Entry& a, const Entry& b) { return a.used < b.used; });
-      sws_freeContext(oldest->ctx);
       entries.erase(oldest);
     }
-    entries.push_back({key, ctx, clock});
+    entries.push_back({key, std::move(owner), clock});
     return ctx;
   }
 };

@@ -17,7 +17,9 @@
 
 #include "engine/core/libraries.h"
 #include "engine/core/log.h"
+#include "engine/core/mlt_handles.h"
 #include "engine/encode/export_run.h"
+#include "engine/encode/frame_pump.h"
 #include "engine/preview/playback_clock.h"
 #include "engine/preview/preview_format.h"
 #include "engine/preview/sound_output.h"
@@ -53,15 +55,15 @@ private:
     uint64_t ticket;
   };
   struct Ahead {
-    mlt_frame frame;
+    MltFramePtr frame;
     int64_t index;
   };
 
   void Run();
   bool Apply(const Pending& command); // false for "stop"
   bool ReadOne();
-  void Show(Ahead& frame);
-  void Drop(Ahead& frame);
+  void Show(const Ahead& frame); // the frame closes as it leaves ahead_
+  void Drop(const Ahead& frame);
   void ClearAhead();
   /// Shows the frame at `index` at once and sets the clock there.
   void Reposition(int64_t index);
@@ -75,7 +77,7 @@ private:
   ProfilePtr profile_;
   RenderContext ctx_;
   std::unique_ptr<Timeline> timeline_;
-  mlt_consumer consumer_ = nullptr;
+  ConsumerPtr consumer_;
   Rational fps_{25, 1};
   int rate_ = 44100;
   int channels_ = 2;
@@ -102,11 +104,10 @@ private:
 Player::~Player() {
   if (thread_.joinable()) Command(PreviewControl::Stop, 0);
   if (thread_.joinable()) thread_.join();
+  // The frames, then the renderer that made them, then the graph it reads,
+  // before the window and the sound device go.
   ClearAhead();
-  if (consumer_) {
-    mlt_consumer_stop(consumer_);
-    mlt_consumer_close(consumer_);
-  }
+  consumer_.reset();
   timeline_.reset();
   view_.Close();
   sound_.Close();
@@ -160,7 +161,7 @@ int32_t Player::Start() {
   if (!consumer_) return Failure(kFrameworkUnavailable, "cannot create the frame renderer");
   mlt_producer producer = timeline_->producer();
   mlt_producer_set_in_and_out(producer, 0, static_cast<mlt_position>(length_ - 1));
-  mlt_consumer_connect(consumer_, MLT_PRODUCER_SERVICE(producer));
+  mlt_consumer_connect(consumer_.get(), MLT_PRODUCER_SERVICE(producer));
   video_.exporting = true; // the model must hold still while it is played
 
   playing_ = true;
@@ -216,7 +217,7 @@ bool Player::Apply(const Pending& command) {
 }
 
 bool Player::ReadOne() {
-  mlt_frame frame = mlt_consumer_rt_frame(consumer_);
+  MltFramePtr frame(mlt_consumer_rt_frame(consumer_.get()));
   if (!frame) return false;
   const int64_t index = next_++;
   // Every frame's sound is queued, also when its picture is skipped later.
@@ -226,7 +227,7 @@ bool Player::ReadOne() {
     void* pcm = nullptr;
     mlt_audio_format format = mlt_audio_float;
     int frequency = rate_, channels = channels_, n = samples;
-    if (mlt_frame_get_audio(frame, &pcm, &format, &frequency, &channels, &n) != 0 || !pcm ||
+    if (mlt_frame_get_audio(frame.get(), &pcm, &format, &frequency, &channels, &n) != 0 || !pcm ||
         format != mlt_audio_float || channels != channels_ || n <= 0) {
       silence_.assign(static_cast<size_t>(samples) * channels_, 0.0f);
       pcm = silence_.data();
@@ -234,15 +235,15 @@ bool Player::ReadOne() {
     }
     sound_.Queue(static_cast<const float*>(pcm), n);
   }
-  ahead_.push_back({frame, index});
+  ahead_.push_back({std::move(frame), index});
   return true;
 }
 
-void Player::Show(Ahead& frame) {
+void Player::Show(const Ahead& frame) {
   uint8_t* image = nullptr;
   mlt_image_format format = mlt_image_yuv420p;
   int w = ctx_.width, h = ctx_.height;
-  if (mlt_frame_get_image(frame.frame, &image, &format, &w, &h, 0) == 0 && image &&
+  if (mlt_frame_get_image(frame.frame.get(), &image, &format, &w, &h, 0) == 0 && image &&
       format == mlt_image_yuv420p)
     view_.Show(image, w, h, ctx_.matrix);
   if (ctx_.failed && !mediaFailureLogged_) {
@@ -251,27 +252,21 @@ void Player::Show(Ahead& frame) {
   }
   ++shown_;
   video_.positionUs = FramesToUs(frame.index, fps_);
-  mlt_frame_close(frame.frame);
 }
 
-void Player::Drop(Ahead& frame) {
+void Player::Drop(const Ahead& frame) {
   ++dropped_;
   video_.positionUs = FramesToUs(frame.index, fps_);
-  mlt_frame_close(frame.frame);
 }
 
-void Player::ClearAhead() {
-  for (Ahead& a : ahead_)
-    mlt_frame_close(a.frame);
-  ahead_.clear();
-}
+void Player::ClearAhead() { ahead_.clear(); }
 
 void Player::Reposition(int64_t index) {
   ClearAhead();
   sound_.Clear();
-  mlt_consumer_stop(consumer_);
+  mlt_consumer_stop(consumer_.get());
   mlt_producer_seek(timeline_->producer(), static_cast<mlt_position>(index));
-  mlt_consumer_start(consumer_);
+  mlt_consumer_start(consumer_.get());
   next_ = index;
   atEnd_ = false;
   sound_.Pause(!playing_);

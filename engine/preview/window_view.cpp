@@ -17,6 +17,7 @@ extern "C" {
 #include <cstdlib>
 #include <cstring>
 
+#include "engine/core/av_handles.h"
 #include "engine/core/log.h"
 
 namespace orma {
@@ -64,7 +65,7 @@ struct WindowView::State {
   XShmSegmentInfo shm{};
   XImage* image = nullptr;
   AVPixelFormat layout = AV_PIX_FMT_NONE;
-  SwsContext* scaler = nullptr;
+  SwsPtr scaler;
   // The last canvas shown, kept to draw it again after a resize.
   std::vector<uint8_t> canvas;
   int canvasW = 0, canvasH = 0, matrix = 601;
@@ -145,11 +146,12 @@ struct WindowView::State {
     if (gone || canvas.empty()) return;
     Fit();
     if (!image) return;
-    scaler = sws_getCachedContext(scaler, canvasW, canvasH, AV_PIX_FMT_YUV420P, w, h, layout, SWS_BILINEAR,
-                                  nullptr, nullptr, nullptr);
+    // The cached context is handed over: a new one replaces (and frees) it.
+    scaler.reset(sws_getCachedContext(scaler.release(), canvasW, canvasH, AV_PIX_FMT_YUV420P, w, h, layout,
+                                      SWS_BILINEAR, nullptr, nullptr, nullptr));
     if (!scaler) return;
     const int* coefficients = sws_getCoefficients(matrix == 709 ? SWS_CS_ITU709 : SWS_CS_ITU601);
-    sws_setColorspaceDetails(scaler, coefficients, 0, coefficients, 1, 0, 1 << 16, 1 << 16);
+    sws_setColorspaceDetails(scaler.get(), coefficients, 0, coefficients, 1, 0, 1 << 16, 1 << 16);
     const int cw = (canvasW + 1) / 2, ch = (canvasH + 1) / 2;
     const uint8_t* planes[3] = {canvas.data(), canvas.data() + static_cast<size_t>(canvasW) * canvasH,
                                 canvas.data() + static_cast<size_t>(canvasW) * canvasH +
@@ -157,7 +159,7 @@ struct WindowView::State {
     const int strides[3] = {canvasW, cw, cw};
     uint8_t* out[1] = {reinterpret_cast<uint8_t*>(image->data)};
     const int outStrides[1] = {image->bytes_per_line};
-    sws_scale(scaler, planes, strides, 0, canvasH, out, outStrides);
+    sws_scale(scaler.get(), planes, strides, 0, canvasH, out, outStrides);
     const int before = xErrors;
     if (useShm)
       XShmPutImage(display, child, gc, image, 0, 0, x, y, w, h, False);
@@ -197,8 +199,7 @@ struct WindowView::State {
     display = nullptr;
     child = 0;
     gc = nullptr;
-    sws_freeContext(scaler);
-    scaler = nullptr;
+    scaler.reset();
   }
 };
 

@@ -105,7 +105,7 @@ const VoiceEffectInfo* VoiceEffects(int* count) {
 }
 
 AudioChain::AudioChain() = default;
-AudioChain::~AudioChain() { Close(); }
+AudioChain::~AudioChain() = default;
 
 bool AudioChain::Changes(const Settings& s) {
   return std::fabs(ClampedSpeed(s.speed) - 1.0) > 1e-9 || !EffectFilters(s.effect, s.sampleRate).empty() ||
@@ -127,9 +127,9 @@ std::string AudioChain::Description(const Settings& s) {
 }
 
 void AudioChain::Close() {
-  avfilter_graph_free(&graph_);
+  graph_.reset();
   source_ = sink_ = nullptr;
-  av_frame_free(&frame_);
+  frame_.reset();
   ready_.clear();
   pts_ = 0;
   finished_ = false;
@@ -140,8 +140,8 @@ bool AudioChain::Open(const Settings& s, std::string* error) {
   settings_ = s;
   settings_.channels = std::clamp(s.channels, 1, 8);
   settings_.sampleRate = std::max(8000, s.sampleRate);
-  graph_ = avfilter_graph_alloc();
-  frame_ = av_frame_alloc();
+  graph_.reset(avfilter_graph_alloc());
+  frame_.reset(av_frame_alloc());
   if (!graph_ || !frame_) {
     *error = "out of memory for the sound filters";
     return false;
@@ -151,10 +151,10 @@ bool AudioChain::Open(const Settings& s, std::string* error) {
                      ":sample_fmt=fltp:channel_layout=" + LayoutName(settings_.channels) + ":time_base=1/" +
                      std::to_string(settings_.sampleRate);
   int rc = avfilter_graph_create_filter(&source_, avfilter_get_by_name("abuffer"), "in", args.c_str(),
-                                        nullptr, graph_);
+                                        nullptr, graph_.get());
   if (rc >= 0)
     rc = avfilter_graph_create_filter(&sink_, avfilter_get_by_name("abuffersink"), "out", nullptr, nullptr,
-                                      graph_);
+                                      graph_.get());
   if (rc < 0) {
     *error = "cannot create the sound filters: " + AvError(rc);
     return false;
@@ -170,10 +170,10 @@ bool AudioChain::Open(const Settings& s, std::string* error) {
   inputs->pad_idx = 0;
   inputs->next = nullptr;
   std::string chain = Description(settings_);
-  rc = avfilter_graph_parse_ptr(graph_, chain.c_str(), &inputs, &outputs, nullptr);
+  rc = avfilter_graph_parse_ptr(graph_.get(), chain.c_str(), &inputs, &outputs, nullptr);
   avfilter_inout_free(&inputs);
   avfilter_inout_free(&outputs);
-  if (rc >= 0) rc = avfilter_graph_config(graph_, nullptr);
+  if (rc >= 0) rc = avfilter_graph_config(graph_.get(), nullptr);
   if (rc < 0) {
     *error = "cannot set up the sound filters \"" + chain + "\": " + AvError(rc);
     return false;
@@ -184,7 +184,7 @@ bool AudioChain::Open(const Settings& s, std::string* error) {
 
 bool AudioChain::Push(const float* const* planes, int samples) {
   if (!graph_ || finished_ || samples <= 0) return graph_ != nullptr;
-  AVFrame* in = av_frame_alloc();
+  FramePtr in(av_frame_alloc());
   if (!in) return false;
   in->nb_samples = samples;
   in->format = AV_SAMPLE_FMT_FLTP;
@@ -192,13 +192,12 @@ bool AudioChain::Push(const float* const* planes, int samples) {
   av_channel_layout_default(&in->ch_layout, settings_.channels);
   in->pts = pts_;
   pts_ += samples;
-  bool ok = av_frame_get_buffer(in, 0) >= 0;
+  bool ok = av_frame_get_buffer(in.get(), 0) >= 0;
   if (ok) {
     for (int c = 0; c < settings_.channels; ++c)
       std::memcpy(in->extended_data[c], planes[c], sizeof(float) * static_cast<size_t>(samples));
-    ok = av_buffersrc_add_frame(source_, in) >= 0;
+    ok = av_buffersrc_add_frame(source_, in.get()) >= 0;
   }
-  av_frame_free(&in);
   Drain();
   return ok;
 }
@@ -219,14 +218,14 @@ void AudioChain::Finish() {
 }
 
 void AudioChain::Drain() {
-  while (graph_ && av_buffersink_get_frame(sink_, frame_) >= 0) {
+  while (graph_ && av_buffersink_get_frame(sink_, frame_.get()) >= 0) {
     int n = frame_->nb_samples;
     int channels = std::min(frame_->ch_layout.nb_channels, settings_.channels);
     for (int c = 0; c < settings_.channels; ++c) {
       const float* src = reinterpret_cast<const float*>(frame_->extended_data[std::min(c, channels - 1)]);
       ready_[c].insert(ready_[c].end(), src, src + n);
     }
-    av_frame_unref(frame_);
+    av_frame_unref(frame_.get());
   }
 }
 

@@ -17,9 +17,9 @@
 #include <string>
 #include <vector>
 
-struct AVFilterGraph;
+#include "engine/core/av_handles.h"
+
 struct AVFilterContext;
-struct AVFrame;
 
 namespace orma {
 
@@ -87,10 +87,10 @@ private:
   void Close();
   void Drain();
   Settings settings_;
-  AVFilterGraph* graph_ = nullptr;
-  AVFilterContext* source_ = nullptr;
-  AVFilterContext* sink_ = nullptr;
-  AVFrame* frame_ = nullptr;
+  FilterGraphPtr graph_;
+  AVFilterContext* source_ = nullptr; ///< belongs to the graph
+  AVFilterContext* sink_ = nullptr;   ///< belongs to the graph
+  FramePtr frame_;
   int64_t pts_ = 0;
   bool finished_ = false;
   std::vector<std::deque<float>> ready_; ///< per channel

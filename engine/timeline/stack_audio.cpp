@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "engine/core/log.h"
+#include "engine/core/mlt_handles.h"
 #include "engine/sound/limiter.h"
 #include "engine/timeline/timeline.h"
 
@@ -110,7 +111,8 @@ bool Timeline::FinishStack(std::string* error) {
     }
   }
   for (int track : soundTracks_) {
-    mlt_transition mix = mlt_transition_new();
+    TransitionPtr owner(mlt_transition_new());
+    mlt_transition mix = owner.get();
     if (!mix) {
       *error = "cannot create a sound mixing transition";
       return false;
@@ -125,14 +127,14 @@ bool Timeline::FinishStack(std::string* error) {
     mlt_service_set_profile(MLT_TRANSITION_SERVICE(mix), ctx.profile);
     mlt_transition_set_in_and_out(mix, 0,
                                   static_cast<mlt_position>(std::max<int64_t>(trackEnds_[track], 1) - 1));
-    int rc = mlt_field_plant_transition(field(), mix, 0, track);
-    mlt_transition_close(mix);
-    if (rc != 0) {
+    // The field holds a reference of its own.
+    if (mlt_field_plant_transition(field(), mix, 0, track) != 0) {
       *error = "cannot plant a sound mixing transition";
       return false;
     }
   }
-  mlt_filter limit = mlt_filter_new();
+  FilterPtr owner(mlt_filter_new());
+  mlt_filter limit = owner.get();
   if (!limit) {
     *error = "cannot create the limiter";
     return false;
@@ -141,9 +143,7 @@ bool Timeline::FinishStack(std::string* error) {
   limit->process = LimitProcess;
   mlt_properties_set(MLT_FILTER_PROPERTIES(limit), "mlt_service", "orma.limiter");
   mlt_service_set_profile(MLT_FILTER_SERVICE(limit), ctx.profile);
-  int rc = mlt_field_plant_filter(field(), limit, 0);
-  mlt_filter_close(limit);
-  if (rc != 0) {
+  if (mlt_field_plant_filter(field(), limit, 0) != 0) {
     *error = "cannot plant the limiter";
     return false;
   }

@@ -6,6 +6,7 @@
 // it. A frame therefore costs what the element covers, not a canvas.
 #include <mlt-7/framework/mlt.h>
 
+#include "engine/core/mlt_handles.h"
 #include "engine/timeline/timeline.h"
 
 namespace orma {
@@ -37,7 +38,8 @@ mlt_frame OverlayProcess(mlt_transition transition, mlt_frame a, mlt_frame b) {
 } // namespace
 
 bool Timeline::PlantOverlay(int track, const Segment& segment, std::string* error) {
-  mlt_transition transition = mlt_transition_new();
+  TransitionPtr owner(mlt_transition_new());
+  mlt_transition transition = owner.get();
   if (!transition) {
     *error = "cannot create an overlay transition";
     return false;
@@ -50,9 +52,8 @@ bool Timeline::PlantOverlay(int track, const Segment& segment, std::string* erro
   mlt_service_set_profile(MLT_TRANSITION_SERVICE(transition), ctx.profile);
   mlt_transition_set_in_and_out(transition, static_cast<mlt_position>(segment.start),
                                 static_cast<mlt_position>(segment.end - 1));
-  int rc = mlt_field_plant_transition(field(), transition, 0, track);
-  mlt_transition_close(transition); // the field holds its own reference
-  if (rc != 0) {
+  // The field holds a reference of its own.
+  if (mlt_field_plant_transition(field(), transition, 0, track) != 0) {
     *error = "cannot plant an overlay transition";
     return false;
   }

@@ -12,6 +12,7 @@ extern "C" {
 #include <cstring>
 #include <iterator>
 
+#include "engine/core/av_handles.h"
 #include "engine/core/log.h"
 #include "engine/sound/limiter.h"
 #include "engine/timeline/elements.h"
@@ -51,8 +52,7 @@ bool ConvertCanvas(const uint8_t* src, int w, int h, mlt_image_format to, uint8_
   }
   *size = mlt_image_format_size(to, w, h, nullptr);
   uint8_t* buffer = static_cast<uint8_t*>(mlt_pool_alloc(*size));
-  SwsContext* ctx =
-      sws_getContext(w, h, AV_PIX_FMT_YUV420P, w, h, target, SWS_BILINEAR, nullptr, nullptr, nullptr);
+  SwsPtr ctx(sws_getContext(w, h, AV_PIX_FMT_YUV420P, w, h, target, SWS_BILINEAR, nullptr, nullptr, nullptr));
   if (!ctx) {
     mlt_pool_release(buffer);
     return false;
@@ -63,8 +63,7 @@ bool ConvertCanvas(const uint8_t* src, int w, int h, mlt_image_format to, uint8_
   uint8_t* dst[4];
   int dstStrides[4];
   mlt_image_format_planes(to, w, h, buffer, dst, dstStrides);
-  sws_scale(ctx, planes, strides, 0, h, dst, dstStrides);
-  sws_freeContext(ctx);
+  sws_scale(ctx.get(), planes, strides, 0, h, dst, dstStrides);
   *out = buffer;
   return true;
 }
@@ -200,29 +199,22 @@ Segment* ClipSegment(mlt_frame frame, std::shared_ptr<void>* job) {
 }
 
 Timeline::Timeline(VirtualVideo& v, RenderContext& c) : video(v), ctx(c) {
-  tractor_ = mlt_tractor_new();
-  mlt_service_set_profile(MLT_TRACTOR_SERVICE(tractor_), ctx.profile);
+  tractor_.reset(mlt_tractor_new());
+  mlt_service_set_profile(MLT_TRACTOR_SERVICE(tractor_.get()), ctx.profile);
   Track(0);
 }
 
-Timeline::~Timeline() {
-  if (tractor_) mlt_tractor_close(tractor_);
-  for (mlt_playlist p : tracks_)
-    mlt_playlist_close(p);
-  held_.clear();
-  renderers_.clear();
-  segments_.clear();
-}
+Timeline::~Timeline() = default;
 
 mlt_playlist Timeline::Track(int index) {
   while (static_cast<int>(tracks_.size()) <= index) {
-    mlt_playlist p = mlt_playlist_new(ctx.profile);
-    mlt_tractor_set_track(tractor_, MLT_PLAYLIST_PRODUCER(p), static_cast<int>(tracks_.size()));
-    tracks_.push_back(p);
+    PlaylistPtr p(mlt_playlist_new(ctx.profile));
+    mlt_tractor_set_track(tractor_.get(), MLT_PLAYLIST_PRODUCER(p.get()), static_cast<int>(tracks_.size()));
+    tracks_.push_back(std::move(p));
     trackEnds_.push_back(0);
     busy_.emplace_back();
   }
-  return tracks_[index];
+  return tracks_[index].get();
 }
 
 int Timeline::AllocateTrack(int64_t start, int64_t end) {
@@ -274,7 +266,9 @@ bool Timeline::AppendClip(int track, std::unique_ptr<Segment> segment) {
   if (segment->start < trackEnds_[track]) return false;
   if (segment->start > trackEnds_[track])
     mlt_playlist_blank(playlist, static_cast<int>(segment->start - trackEnds_[track] - 1));
-  mlt_producer producer = mlt_producer_new(ctx.profile);
+  // The playlist takes a reference of its own; this one goes at the return.
+  ProducerPtr owner(mlt_producer_new(ctx.profile));
+  mlt_producer producer = owner.get();
   if (!producer) return false;
   auto* clip = new ClipState{this, segment.get()};
   producer->child = clip;
@@ -285,9 +279,7 @@ bool Timeline::AppendClip(int track, std::unique_ptr<Segment> segment) {
   mlt_properties_set(props, "mlt_service", "orma.clip");
   mlt_properties_set_position(props, "length", static_cast<mlt_position>(length));
   mlt_producer_set_in_and_out(producer, 0, static_cast<mlt_position>(length - 1));
-  int rc = mlt_playlist_append(playlist, producer);
-  mlt_producer_close(producer);
-  if (rc != 0) return false;
+  if (mlt_playlist_append(playlist, producer) != 0) return false;
   trackEnds_[track] = segment->end;
   length_ = std::max(length_, segment->end);
   segments_.push_back(std::move(segment));

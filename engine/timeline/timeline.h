@@ -22,6 +22,7 @@
 
 #include <mlt-7/framework/mlt.h>
 
+#include "engine/core/mlt_handles.h"
 #include "engine/model/model.h"
 #include "engine/render/scene.h"
 #include "engine/render/segment.h"
@@ -41,7 +42,7 @@ public:
   /// Runs every element builder; false with *error on failure.
   bool Build(std::string* error);
 
-  mlt_producer producer() const { return MLT_TRACTOR_PRODUCER(tractor_); }
+  mlt_producer producer() const { return MLT_TRACTOR_PRODUCER(tractor_.get()); }
   int64_t length() const { return length_; }
 
   // Used by the element builders.
@@ -54,7 +55,7 @@ public:
   /// A track for an element over [start, end): the first stacked track free
   /// over that time, whatever lies before or after it, or a new one.
   int AllocateTrack(int64_t start, int64_t end);
-  mlt_field field() const { return mlt_tractor_field(tractor_); }
+  mlt_field field() const { return mlt_tractor_field(tractor_.get()); }
   /// Plants, above everything planted so far, a transition that draws the
   /// overlay segment onto the picture of the tracks below over its span
   /// (stack_overlay.cpp).
@@ -90,8 +91,6 @@ private:
   bool FinishStack(std::string* error);
   std::vector<int> soundTracks_;
   std::unique_ptr<Limiter> limiter_;
-  mlt_tractor tractor_ = nullptr;
-  std::vector<mlt_playlist> tracks_;
   std::vector<int64_t> trackEnds_;
   std::vector<std::unique_ptr<Segment>> segments_;
   std::vector<std::unique_ptr<SceneRenderer>> renderers_;
@@ -101,6 +100,11 @@ private:
     bool released;
   };
   std::vector<Held> held_;
+  // The MLT graph is declared after what its clips, transitions and filters
+  // point at (segments, renderers, what they hold, the limiter), so that it
+  // is closed first: the tractor, then the tracks it took from here.
+  std::vector<PlaylistPtr> tracks_;
+  TractorPtr tractor_;
   std::mutex retireMutex_;
   int64_t length_ = 0;
 };

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "engine/core/libraries.h"
-#include "engine/encode/export_run.h"
+#include "engine/encode/frame_pump.h"
 #include "engine/timeline/timeline.h"
 
 namespace {
@@ -54,24 +54,24 @@ TEST(FrameRenderer, RendersTheFramesInOrderOnAThreadOfItsOwn) {
     auto segment = std::make_unique<Recorder>(0, 12);
     Recorder* recorder = segment.get();
     ASSERT_TRUE(timeline.Append(0, std::move(segment)));
-    mlt_consumer consumer = orma::MakeFrameRenderer(profile.get(), 44100, 2);
-    ASSERT_NE(consumer, nullptr);
+    orma::ConsumerPtr renderer = orma::MakeFrameRenderer(profile.get(), 44100, 2);
+    ASSERT_NE(renderer, nullptr);
+    mlt_consumer consumer = renderer.get();
     mlt_producer producer = timeline.producer();
     mlt_producer_set_in_and_out(producer, 0, 11);
     mlt_consumer_connect(consumer, MLT_PRODUCER_SERVICE(producer));
     mlt_consumer_start(consumer);
     for (int i = 0; i < 12; ++i) {
-      mlt_frame frame = mlt_consumer_rt_frame(consumer);
+      orma::MltFramePtr owner(mlt_consumer_rt_frame(consumer));
+      mlt_frame frame = owner.get();
       ASSERT_NE(frame, nullptr);
       uint8_t* image = nullptr;
       mlt_image_format format = mlt_image_yuv420p;
       int w = 320, h = 180;
       EXPECT_EQ(mlt_frame_get_image(frame, &image, &format, &w, &h, 0), 0);
       EXPECT_EQ(mlt_frame_get_position(frame), i);
-      mlt_frame_close(frame);
     }
-    mlt_consumer_stop(consumer);
-    mlt_consumer_close(consumer);
+    renderer.reset(); // stopped: the recorder holds still from here
     std::lock_guard<std::mutex> lock(recorder->mutex);
     ASSERT_GE(recorder->fetched.size(), 12u);
     for (size_t i = 0; i < 12; ++i)

@@ -1,0 +1,149 @@
+// The encoder choice of an export (codec_choice.h): FFmpeg is asked which
+// encoders exist and which hardware devices open; the choices that are not
+// the plain names asked for are logged once.
+#include "engine/encode/codec_choice.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/hwcontext.h>
+}
+
+#include <unistd.h>
+
+#include "engine/core/av_handles.h"
+#include "engine/core/log.h"
+#include "engine/encode/export_run.h"
+#include "engine/model/model.h"
+
+namespace orma {
+
+namespace {
+
+const char* const kRenderNode = "/dev/dri/renderD128";
+
+bool HardwareDevice(AVHWDeviceType type, const char* device) {
+  AVBufferRef* ref = nullptr;
+  if (av_hwdevice_ctx_create(&ref, type, device, nullptr, 0) < 0) return false;
+  BufferPtr opened(ref); // only tried, not kept
+  return true;
+}
+
+// The hardware encoder for a software codec name, when the machine has one.
+// Only encoders that take pictures from system memory are used (NVENC, Quick
+// Sync); VA-API encoding would need the frames uploaded first.
+std::string HardwareEncoder(const std::string& codec) {
+  std::string family;
+  if (codec == "libx264" || codec == "h264")
+    family = "h264";
+  else if (codec == "libx265" || codec == "hevc")
+    family = "hevc";
+  else
+    return "";
+  struct Candidate {
+    const char* suffix;
+    AVHWDeviceType type;
+  } candidates[] = {{"_nvenc", AV_HWDEVICE_TYPE_CUDA}, {"_qsv", AV_HWDEVICE_TYPE_QSV}};
+  for (const auto& c : candidates) {
+    std::string name = family + c.suffix;
+    if (!avcodec_find_encoder_by_name(name.c_str())) continue;
+    if (!HardwareDevice(c.type, nullptr)) continue;
+    return name;
+  }
+  return "";
+}
+
+// The audio encoder a container is usually written with.
+std::string UsualAudioEncoder(const AVOutputFormat* format) {
+  std::string name = format->name;
+  auto has = [](const char* encoder) { return avcodec_find_encoder_by_name(encoder) != nullptr; };
+  if (name == "mp4" || name == "mov" || name == "ipod" || name == "3gp" || name == "matroska" ||
+      name == "adts" || name == "flv" || name == "mpegts")
+    return "aac";
+  if (name == "webm") return has("libopus") ? "libopus" : "libvorbis";
+  if (name == "ogg") return has("libvorbis") ? "libvorbis" : "libopus";
+  if (name == "mp3") return "libmp3lame";
+  if (format->audio_codec == AV_CODEC_ID_NONE) return "";
+  const AVCodec* codec = avcodec_find_encoder(format->audio_codec);
+  return codec ? codec->name : "";
+}
+
+// The video encoder: the named one, or its hardware twin when asked for and
+// present.
+int32_t ChooseVideo(const ExportSettings& s, CodecChoice* choice, std::string* cause) {
+  // A sound-only export has no picture encoder at all (OrmaSetOutputStreams).
+  choice->video = s.writeVideo ? s.videoCodec : "";
+  if (!s.writeVideo) return kExportOk;
+  const AVCodec* encoder = avcodec_find_encoder_by_name(choice->video.c_str());
+  if (!encoder || encoder->type != AVMEDIA_TYPE_VIDEO) {
+    *cause = "unknown video encoder \"" + choice->video + "\"";
+    return kUnknownVideoEncoder;
+  }
+  if (s.hwEncoder != 0) {
+    std::string hardware = HardwareEncoder(choice->video);
+    if (hardware.empty()) {
+      LogOnce("hw-encoder",
+              "no hardware encoder for " + choice->video + " on this machine; encoding in software");
+    } else {
+      LogOnce("hw-encoder-used", "encoding with the hardware encoder " + hardware);
+      choice->video = hardware;
+    }
+  }
+  return kExportOk;
+}
+
+// The audio encoder: the named one, the container's usual one for the name
+// of a video encoder or for none, and none for a picture-only export.
+int32_t ChooseAudio(const ExportSettings& s, const AVOutputFormat* container, CodecChoice* choice,
+                    std::string* cause) {
+  std::string& audio = choice->audio;
+  if (!s.audioCodec.empty()) {
+    const AVCodec* a = avcodec_find_encoder_by_name(s.audioCodec.c_str());
+    if (a && a->type == AVMEDIA_TYPE_AUDIO) {
+      audio = s.audioCodec;
+    } else if (a && a->type == AVMEDIA_TYPE_VIDEO) {
+      audio = UsualAudioEncoder(container);
+      LogOnce("audio-codec-" + s.audioCodec,
+              "audio codec \"" + s.audioCodec + "\" is a video encoder; the sound is encoded with " +
+                  (audio.empty() ? std::string("nothing") : audio) + " as usual for " + container->name);
+    } else {
+      *cause = "unknown audio encoder \"" + s.audioCodec + "\"";
+      return kUnknownAudioEncoder;
+    }
+  } else {
+    audio = UsualAudioEncoder(container);
+  }
+  if (!s.writeSound) audio.clear();
+  if (!s.writeVideo && audio.empty()) {
+    *cause =
+        "a sound-only export needs an audio encoder, and " + std::string(container->name) + " has none usual";
+    return kUnknownAudioEncoder;
+  }
+  return kExportOk;
+}
+
+} // namespace
+
+int32_t ChooseCodecs(const ExportSettings& s, const std::string& target, CodecChoice* choice,
+                     std::string* cause) {
+  const AVOutputFormat* container = av_guess_format(nullptr, target.c_str(), nullptr);
+  if (!container) {
+    *cause = "no video container is known for the name " + target;
+    return kUnknownContainer;
+  }
+  choice->container = container->name;
+  int32_t code = ChooseVideo(s, choice, cause);
+  return code != kExportOk ? code : ChooseAudio(s, container, choice, cause);
+}
+
+bool UseHardwareDecoding(const ExportSettings& s) {
+  if (s.hwDecoder == 0) return false;
+  if (access(kRenderNode, R_OK) == 0 && HardwareDevice(AV_HWDEVICE_TYPE_VAAPI, kRenderNode)) {
+    LogOnce("hw-decoder-used", "decoding with VA-API");
+    return true;
+  }
+  LogOnce("hw-decoder", "no hardware decoder on this machine; decoding in software");
+  return false;
+}
+
+} // namespace orma
