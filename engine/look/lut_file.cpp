@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -55,10 +56,13 @@ std::vector<std::string_view> Words(std::string_view line) {
   return words;
 }
 
+// A number the table can keep: tables hold floats, and a value beyond their
+// range would become an infinity that turns samples into NaN.
 bool Number(std::string_view word, double* out) {
   if (!word.empty() && word.front() == '+') word.remove_prefix(1);
   auto r = std::from_chars(word.data(), word.data() + word.size(), *out);
-  return r.ec == std::errc() && r.ptr == word.data() + word.size() && std::isfinite(*out);
+  return r.ec == std::errc() && r.ptr == word.data() + word.size() && std::isfinite(*out) &&
+         std::fabs(*out) <= std::numeric_limits<float>::max();
 }
 
 bool Numbers(std::string_view line, std::vector<double>* out) {

@@ -56,6 +56,19 @@ TEST(LutFile, CubeFaultsNameTheFileAndLine) {
   EXPECT_NE(error.find("more entries"), std::string::npos) << error;
 }
 
+// Found by fuzz_lut_file: an entry beyond a float's range was kept as an
+// infinity, and sampling next to it gave NaN.
+TEST(LutFile, CubeValuesBeyondAFloatAreRefused) {
+  Lut3D lut;
+  std::string error;
+  std::string table = Cube(2);
+  table.replace(table.find("0.000000 0.000000 0.000000"), 26, "-1e39 0 0");
+  EXPECT_FALSE(ParseCubeLut(table, "a.cube", &lut, &error));
+  EXPECT_NE(error.find("a.cube: line 4: expected three numbers"), std::string::npos) << error;
+  EXPECT_FALSE(ParseCubeLut("DOMAIN_MIN -1e39 0 0\n" + Cube(2), "a.cube", &lut, &error));
+  EXPECT_NE(error.find("DOMAIN_MIN needs three numbers"), std::string::npos) << error;
+}
+
 TEST(LutFile, ThreeDlIsReadBlueFastestWithItsDepth) {
   // Size 2 from the mesh line; entries in blue-fastest order, 12-bit.
   std::string text = "0 1023\n";
