@@ -1,10 +1,11 @@
 // libFuzzer target: the reader of a sticker folder's config.json
 // (LoadStickerSheet) on arbitrary bytes, in a folder that also holds real
 // sticker pictures to name: two frames ("frame01.png", "frame02.png"), an
-// animated PNG ("ball.png") and an animated WebP ("pulse.webp"). A sheet it
-// accepts with a few frames is decoded as an export decodes it, and its
-// timing must then run forward: start times ascending from 0, a positive
-// length, and every moment showing one of its frames.
+// animated PNG ("ball.png"), an animated WebP ("pulse.webp") and an animated
+// GIF ("wave.gif"). A sheet it accepts with a few frames is decoded as an
+// export decodes it, and its timing must then run forward: start times
+// ascending from 0, a positive length, and every moment showing one of its
+// frames.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -34,9 +35,9 @@ void CheckTiming(const orma::StickerFrames& frames) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const std::string& folder =
-      fuzz::ScratchFolder("sticker", {"stickers/heart/frame01.png", "stickers/heart/frame02.png",
-                                      "stickers/ball/ball.png", "stickers/pulse/pulse.webp"});
+  const std::string& folder = fuzz::ScratchFolder(
+      "sticker", {"stickers/heart/frame01.png", "stickers/heart/frame02.png", "stickers/ball/ball.png",
+                  "stickers/pulse/pulse.webp", "stickers/wave/wave.gif"});
   const std::string config = folder + "/config.json";
   fuzz::WriteFile(config, data, size);
 
