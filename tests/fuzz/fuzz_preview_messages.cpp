@@ -28,7 +28,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz::WriteFile(path, data, size);
 
   char program[] = "ormadraft";
-  char* argv[] = {program, path.data(), nullptr};
+  char draft[] = "draft.json"; // the command line: program, draft, preview command file
+  char* argv[] = {program, draft, path.data(), nullptr};
   PreviewCommand* command = parsePreviewCommand(3, argv);
   if (command) {
     for (const char* text : {command->type, command->pipeName, command->key, command->value})
