@@ -1,9 +1,11 @@
-// The fuzz corpus of the preview's inputs (tests/fuzz/corpus-preview-messages,
-// crash inputs kept there included), replayed as fuzz_preview_messages runs
-// it, so that `make test` and `make asan-test` run it without libFuzzer:
-// every file is read as a preview command file and, cut to the pipe's
-// receive buffer, as a pipe message. The seeds that are whole commands or
-// messages must do what they say.
+// The fuzz corpora of the program's readers, replayed as their fuzz targets
+// run them, so that `make test` and `make asan-test` run them without
+// libFuzzer (crash inputs kept there included). Preview inputs
+// (tests/fuzz/corpus-preview-messages): every file is read as a preview
+// command file and, cut to the pipe's receive buffer, as a pipe message; the
+// seeds that are whole commands or messages must do what they say. Caption
+// styles (tests/fuzz/corpus-caption-style): every file is the style of a
+// piece whose item block the program fills; the shipped styles fill it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,8 +16,10 @@
 #include <string>
 #include <vector>
 
+#include "export/captions.h"
 #include "preview/pipe_control.h"
 #include "preview/preview_command.h"
+#include "tests/support/caption_test_support.h"
 #include "tests/support/recording_core.h"
 
 namespace {
@@ -96,4 +100,30 @@ TEST(PreviewCorpus, TheWholeCommandsAndMessagesDoWhatTheySay) {
   // A message cut short is no message: nothing runs.
   PreviewCommand empty{};
   EXPECT_TRUE(RunAsMessage(ReadBytes(kCorpus / "truncated.json"), &empty).empty());
+}
+
+TEST(CaptionStyleCorpus, EveryStyleFillsAPieceBlockAndTheShippedOnesTheirSize) {
+  captiontest::TempDir dir;
+  captiontest::Document document(dir / "d_1.json");
+  CaptionRecord* caption = document.AddCaption("style");
+  caption->timelineTo = 3.0f;
+  CaptionWord* word = captiontest::Document::AddWord(caption, "piece");
+  int files = 0;
+  for (const auto& entry :
+       fs::directory_iterator(fs::path(ORMA_SOURCE_DIR) / "tests/fuzz/corpus-caption-style")) {
+    const std::string text = ReadBytes(entry.path());
+    dir.Write("style/config.json", text);
+    OrmaCaptionItemBlock block;
+    std::memset(&block, 0, sizeof block);
+    const int32_t result = FillCaptionItemParam(document.get(), caption, word, &block);
+    const std::string name = entry.path().filename().string();
+    if (name.rfind("malformed-", 0) != 0 && name.rfind("regression-", 0) != 0) {
+      EXPECT_EQ(result, 1) << entry.path();
+      EXPECT_STREQ(block.text, "piece") << entry.path();
+      EXPECT_GT(block.styleWidth, 0) << entry.path();
+      EXPECT_GT(block.styleHeight, 0) << entry.path();
+    }
+    ++files;
+  }
+  EXPECT_GE(files, 8);
 }
