@@ -201,4 +201,23 @@ TEST_F(MalformedResources, EveryFuzzSeedIsReadOrRefusedAndTheShippedOnesAreRead)
   }
 }
 
+// Found by fuzz_sticker_config: at 1e-20 frames per second the second
+// frame's start time was beyond an int64 and came out negative.
+TEST_F(MalformedResources, StickerRatesSlowerThanAFrameEveryHundredSecondsAreRefused) {
+  const std::string path = (folder_ / "config.json").string();
+  WriteBytes(path, R"({"frames": ["frame01.png", "frame02.png"], "fps": 1e-20})");
+  std::string error;
+  EXPECT_EQ(orma::LoadStickerSheet(path, &error), nullptr);
+  EXPECT_EQ(error, path + ": \"fps\" must be 0 (the default) or from 0.01 to 240");
+
+  WriteBytes(path, R"({"frames": ["frame01.png", "frame02.png"], "fps": 0.01})");
+  auto sheet = orma::LoadStickerSheet(path, &error);
+  ASSERT_NE(sheet, nullptr) << error;
+  orma::StickerFrames frames;
+  ASSERT_TRUE(orma::LoadStickerFrames(*sheet, &frames, &error)) << error;
+  EXPECT_EQ(frames.startUs, (std::vector<int64_t>{0, 100000000}));
+  EXPECT_EQ(frames.totalUs, 200000000);
+  EXPECT_EQ(frames.FrameAt(150000000), 1u);
+}
+
 } // namespace
