@@ -201,8 +201,9 @@ TEST_F(MalformedResources, EveryFuzzSeedIsReadOrRefusedAndTheShippedOnesAreRead)
   }
 }
 
-// Found by fuzz_sticker_config: at 1e-20 frames per second the second
-// frame's start time was beyond an int64 and came out negative.
+// fuzz_sticker_config's timing check failed on this: at 1e-20 frames per
+// second the second frame's start time was beyond an int64 and came out
+// negative.
 TEST_F(MalformedResources, StickerRatesSlowerThanAFrameEveryHundredSecondsAreRefused) {
   const std::string path = (folder_ / "config.json").string();
   WriteBytes(path, R"({"frames": ["frame01.png", "frame02.png"], "fps": 1e-20})");
