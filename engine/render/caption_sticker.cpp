@@ -17,13 +17,13 @@ namespace orma {
 
 namespace {
 
-struct StickerJob {
+struct StickerJob : FrameJob {
   std::shared_ptr<const Sprite> sprite;
   Affine place;
   float opacity = 1;
 };
 
-class StickerSegment : public Segment {
+class StickerSegment : public SegmentOf<StickerJob> {
 public:
   StickerSegment(const Caption& caption, RenderContext& ctx)
       : caption_(caption), ctx_(ctx), motion_(caption, ctx.width, ctx.height) {
@@ -32,19 +32,17 @@ public:
     overlay = true;
   }
 
-  std::shared_ptr<void> Fetch(int64_t f) override {
+protected:
+  std::shared_ptr<StickerJob> FetchJob(int64_t f) override {
     std::shared_ptr<StickerJob> job;
     if (Load()) job = Place(f);
     if (f >= end - 1) Drop(); // in-flight jobs keep the sprites they use
     return job;
   }
 
-  void Render(const std::shared_ptr<void>& job, Yuv& canvas) const override {
-    auto* j = static_cast<const StickerJob*>(job.get());
-    if (j && j->sprite) DrawSprite(*j->sprite, j->place, j->opacity, SpritePart{}, canvas, ctx_.matrix);
+  void RenderJob(const StickerJob& job, Yuv& canvas) const override {
+    if (job.sprite) DrawSprite(*job.sprite, job.place, job.opacity, SpritePart{}, canvas, ctx_.matrix);
   }
-
-  void Audio(const std::shared_ptr<void>&, AudioBlock&) const override {}
 
 private:
   bool Load() {

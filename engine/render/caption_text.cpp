@@ -72,7 +72,7 @@ void DrawParts(const Sprite& sprite, const Affine& place, float opacity, const S
     if (shown(parts[i])) DrawSprite(*blurred, padded, opacity, Padded(parts[i], sprite, pad), canvas, matrix);
 }
 
-struct CaptionJob {
+struct CaptionJob : FrameJob {
   std::vector<DrawOp> ops;
 };
 
@@ -94,7 +94,7 @@ double LargestScale(const AnimationClip& clip) {
   return std::min(s, 4.0);
 }
 
-class TextSegment : public Segment {
+class TextSegment : public SegmentOf<CaptionJob> {
 public:
   TextSegment(const Caption& caption, RenderContext& ctx)
       : caption_(caption), ctx_(ctx), motion_(caption, ctx.width, ctx.height) {
@@ -106,7 +106,8 @@ public:
       Plan(*item);
   }
 
-  std::shared_ptr<void> Fetch(int64_t f) override {
+protected:
+  std::shared_ptr<CaptionJob> FetchJob(int64_t f) override {
     int64_t us = std::max<int64_t>(0, FramesToUs(f, ctx_.fps) - caption_.startUs);
     CaptionPose pose = motion_.At(us);
     auto job = std::make_shared<CaptionJob>();
@@ -158,18 +159,14 @@ public:
     return job;
   }
 
-  void Render(const std::shared_ptr<void>& job, Yuv& canvas) const override {
-    auto* j = static_cast<const CaptionJob*>(job.get());
-    if (!j) return;
-    for (const DrawOp& op : j->ops) {
+  void RenderJob(const CaptionJob& job, Yuv& canvas) const override {
+    for (const DrawOp& op : job.ops) {
       DrawParts(*op.raster->base, op.place, op.opacity, &op.clip, 1, op.blur, canvas, ctx_.matrix);
       if (!op.highlight.empty())
         DrawParts(*op.raster->highlight, op.place, op.opacity, op.highlight.data(), op.highlight.size(),
                   op.blur, canvas, ctx_.matrix);
     }
   }
-
-  void Audio(const std::shared_ptr<void>&, AudioBlock&) const override {}
 
 private:
   bool Raster(ItemPlan& item) {

@@ -22,6 +22,7 @@
 #include "engine/model/model.h"
 #include "engine/model/render_context.h"
 #include "engine/picture/image.h"
+#include "engine/render/frame_job.h"
 #include "engine/sound/audio_chain.h"
 
 namespace orma {
@@ -118,9 +119,9 @@ public:
   SceneRenderer(const Scene& scene, RenderContext& ctx);
   ~SceneRenderer();
 
-  struct Frame {
+  struct Frame : FrameJob {
     std::vector<SourceFramePtr> items;
-    std::shared_ptr<void> background; ///< background state for this frame
+    FrameJobPtr background; ///< the background painter's job for this frame
   };
   using FramePtr = std::shared_ptr<Frame>;
 
@@ -164,7 +165,7 @@ public:
   virtual ~Painter() = default;
   /// Sequential preparation for one frame; the returned state is handed to
   /// Paint (may be null).
-  virtual std::shared_ptr<void> Prepare(const SceneRenderer&) { return nullptr; }
+  virtual FrameJobPtr Prepare(const SceneRenderer&) { return nullptr; }
   virtual void Paint(const SceneRenderer& scene, const SceneRenderer::Frame& frame, Yuv& canvas) const = 0;
   virtual void Release() {}
 };

@@ -15,7 +15,7 @@ namespace orma {
 
 namespace {
 
-struct LookState {
+struct LookState : FrameJob {
   std::shared_ptr<const ColorTable> table; ///< null: no point-wise change
   int64_t frame = 0;                       ///< for the grain's pattern
 };
@@ -26,7 +26,7 @@ public:
       : path_(e.path), intensity_(std::isfinite(e.intensity) ? std::min(e.intensity, 1.0f) : 0.0f),
         ctx_(ctx) {}
 
-  std::shared_ptr<const void> Prepare(int64_t t, int64_t) override {
+  FrameJobPtr Prepare(int64_t t, int64_t) override {
     if (!loaded_ && intensity_ > 0.0f) {
       loaded_ = true;
       Lut3D lut;
@@ -42,9 +42,9 @@ public:
     return state;
   }
 
-  void Apply(const void* state, Yuv& picture) const override {
-    const auto& s = *static_cast<const LookState*>(state);
-    if (s.table) s.table->Apply(picture);
+  void Apply(const FrameJob& job, Yuv& picture) const override {
+    const LookState* s = JobAs<LookState>(&job);
+    if (s && s->table) s->table->Apply(picture);
   }
 
   void Release() override {
@@ -84,7 +84,7 @@ public:
     graininess_ = std::max(0, level(b.graininess, 100));
   }
 
-  std::shared_ptr<const void> Prepare(int64_t t, int64_t) override {
+  FrameJobPtr Prepare(int64_t t, int64_t) override {
     if (!built_) {
       built_ = true;
       table_ = ColorTable::Build(levels_, nullptr, 0.0f, ctx_.matrix);
@@ -96,12 +96,13 @@ public:
   }
 
   // In the order of a media item's look: colour, sharpness, vignette, grain.
-  void Apply(const void* state, Yuv& picture) const override {
-    const auto& s = *static_cast<const LookState*>(state);
-    if (s.table) s.table->Apply(picture);
+  void Apply(const FrameJob& job, Yuv& picture) const override {
+    const LookState* s = JobAs<LookState>(&job);
+    if (!s) return;
+    if (s->table) s->table->Apply(picture);
     if (sharpness_ != 0) Sharpen(picture, sharpness_ / 100.0f);
     if (vignette_ > 0) Vignette(picture, vignette_ / 100.0f);
-    if (graininess_ > 0) AddGrain(picture, graininess_ / 100.0f, static_cast<uint32_t>(s.frame));
+    if (graininess_ > 0) AddGrain(picture, graininess_ / 100.0f, static_cast<uint32_t>(s->frame));
   }
 
   void Release() override {
