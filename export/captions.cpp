@@ -325,7 +325,7 @@ void AddCaptions(DraftDocument* document, OrmaVideoHandle vv) {
   if (!document) return;
   for (const CaptionRecord* record = document->captions; record; record = record->next) {
     if (record->folderPath[0] == '\0') continue;
-    const int32_t kind = record->kind != 0 ? kCaptionKindTemplateLines : kCaptionKindStyledPieces;
+    const int32_t kind = record->kind != 0 ? ORMA_CAPTION_TEMPLATE_LINES : ORMA_CAPTION_STYLED_PIECES;
     OrmaCaptionHandle caption = CreateTimelineCaption(document, vv, record->folderPath, kind, record->level);
     if (!caption) continue;
     const int32_t r = UpdateCaptionParam(document, caption, record);

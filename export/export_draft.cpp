@@ -92,7 +92,7 @@ int32_t ApplyTransition(const DraftDocument* document, OrmaVideoHandle vv, OrmaS
                         const TransitionRecord& transition, char* message) {
   std::string path;
   if (!FindTransitionResource(document, transition.folderPath, &path)) return 0;
-  const int32_t result = OrmaSetSceneTransitionMode(vv, scene, 3);
+  const int32_t result = OrmaSetSceneTransitionMode(vv, scene, ORMA_TRANSITION_CENTRED);
   if (result < 1) return Fail(message, result, "Set scene transition mode fail");
   const int32_t set =
       OrmaSetSceneTransition(vv, scene, path.c_str(), convert::SecondsToUs(transition.duration));

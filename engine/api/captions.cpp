@@ -90,9 +90,9 @@ struct CaptionKindEntry {
 };
 
 const CaptionKindEntry kCaptionKinds[] = {
-    {0, LoadStyledPieces, nullptr},
-    {1, LoadTemplateLines, TemplateItems},
-    {2, LoadSticker, nullptr},
+    {ORMA_CAPTION_STYLED_PIECES, LoadStyledPieces, nullptr},
+    {ORMA_CAPTION_TEMPLATE_LINES, LoadTemplateLines, TemplateItems},
+    {ORMA_CAPTION_STICKER, LoadSticker, nullptr},
 };
 
 const CaptionKindEntry* FindCaptionKind(int32_t kind) {

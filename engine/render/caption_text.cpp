@@ -212,7 +212,7 @@ private:
     const CaptionPose& rest = motion_.rest();
     double boxW = rest.boxW > 0 ? rest.boxW : ctx_.width;
     double boxH = rest.boxH > 0 ? rest.boxH : ctx_.height;
-    bool templateItem = caption_.captionKind == 1;
+    bool templateItem = caption_.captionKind == ORMA_CAPTION_TEMPLATE_LINES;
     // A template's sizes are style pixels of a style box that fills the
     // caption's box; a piece's sizes are output pixels.
     double unit = templateItem && style && style->width > 0 ? boxW / style->width : 1.0;
@@ -288,7 +288,7 @@ private:
     if (source.attrs.backgroundEnabled && source.attrs.background) {
       const OrmaCaptionBackgroundBlock& box = *source.attrs.background;
       look.box = true;
-      look.boxParagraph = box.type == 1;
+      look.boxParagraph = box.type == ORMA_CAPTION_BOX_PARAGRAPH;
       look.boxColor = ToRgba(box.color);
       look.boxRound = std::clamp(box.roundFactor, 0.0f, 1.0f);
       look.boxPadX = std::max(0.0f, box.padding[0]) * lengths;

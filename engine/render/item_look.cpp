@@ -62,10 +62,10 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
   itemUs_ = FramesToUs(durationFrames, ctx_.fps);
   angle_ = a.angle;
   blendMode_ = a.blendMode;
-  if (blendMode_ != 0 && !FindBlendMode(blendMode_)) {
+  if (blendMode_ != ORMA_BLEND_NORMAL && !FindBlendMode(blendMode_)) {
     LogOnce("blend-" + std::to_string(blendMode_),
             "blend mode " + std::to_string(blendMode_) + " is not known; the item is laid over normally");
-    blendMode_ = 0;
+    blendMode_ = ORMA_BLEND_NORMAL;
   }
   color_.brightness = a.brightness;
   color_.contrast = a.contrast;
@@ -100,7 +100,7 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
     blur_.centerY = block.centerY;
     blur_.radius = block.radius;
   }
-  blurShown_ = a.displayMode == 1 && blur_.Active();
+  blurShown_ = a.displayMode == ORMA_DISPLAY_BLURRED && blur_.Active();
 
   if (a.chromaKeyEnabled) {
     const int32_t* key = a.chromaKey;
@@ -150,9 +150,9 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
 }
 
 bool ItemLook::Needed() const {
-  return angle_ % 360 != 0 || blendMode_ > 1 || !color_.Neutral() || lut_ || sharpness_ != 0 ||
-         vignette_ > 0 || graininess_ > 0 || beautyBlur_ > 0 || faceLevels_.Active() || blurShown_ ||
-         chroma_ || !keyFrames_.Empty() || !animations_.empty() || !masks_.empty() || matte_ ||
+  return angle_ % 360 != 0 || blendMode_ > ORMA_BLEND_CUT_OUT || !color_.Neutral() || lut_ ||
+         sharpness_ != 0 || vignette_ > 0 || graininess_ > 0 || beautyBlur_ > 0 || faceLevels_.Active() ||
+         blurShown_ || chroma_ || !keyFrames_.Empty() || !animations_.empty() || !masks_.empty() || matte_ ||
          !media_.specialEffects.empty();
 }
 
@@ -217,7 +217,7 @@ std::shared_ptr<const LookFrame> ItemLook::Prepare(int64_t itemFrame, const Sour
 
   f->covers = f->opacity >= 1.0f && f->pose.Neutral() && std::fmod(f->rotation, 360.0f) == 0.0f &&
               f->show[0] == 0 && f->show[1] == 0 && f->show[2] == ctx_.width && f->show[3] == ctx_.height &&
-              !chroma_ && blendMode_ <= 1 && masks_.empty() && !matte_;
+              !chroma_ && blendMode_ <= ORMA_BLEND_CUT_OUT && masks_.empty() && !matte_;
   return f;
 }
 

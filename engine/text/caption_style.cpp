@@ -159,7 +159,7 @@ std::shared_ptr<const CaptionStyle> LoadCaptionStyle(const std::string& path, in
     if (!ReadItem(it, *style, where, &item, error)) return nullptr;
     style->items.push_back(std::move(item));
   }
-  if (kind == 1 && style->items.empty()) {
+  if (kind == ORMA_CAPTION_TEMPLATE_LINES && style->items.empty()) {
     *error = Where(path, "items") + " must hold at least one item for a template caption";
     return nullptr;
   }
