@@ -11,6 +11,7 @@
 #include "engine/look/sticker.h"
 #include "engine/text/caption_style.h"
 #include "engine/text/word_art.h"
+#include "platform/text_number.h"
 
 using namespace orma;
 
@@ -102,7 +103,7 @@ const CaptionKindEntry* FindCaptionKind(int32_t kind) {
 /// A piece's item before the program fills it: its text, white, centred in
 /// the whole caption box, with the style's own values.
 void PieceDefaults(const Caption& caption, CaptionItem* item, const char* text) {
-  std::strncpy(item->block.text, text, sizeof item->block.text - 1);
+  platform::CopyText(item->block.text, text);
   item->block.centerX = 0.5f;
   item->block.centerY = 0.5f;
   item->block.width = 1.0f;
