@@ -17,32 +17,6 @@ constexpr float kPi = 3.14159265358979f;
 
 int Even(float v) { return std::max(2, static_cast<int>(std::lround(v / 2.0f)) * 2); }
 
-struct Area {
-  int x, y, w, h;
-};
-
-// The source area of a crop rectangle (share of the source), on even
-// offsets as 4:2:0 needs.
-Area CropArea(const float crop[4], int width, int height) {
-  float c[4];
-  for (int k = 0; k < 4; ++k)
-    c[k] = std::clamp(crop[k], 0.0f, 1.0f);
-  if (c[2] <= c[0] || c[3] <= c[1]) {
-    c[0] = c[1] = 0;
-    c[2] = c[3] = 1;
-  }
-  Area a;
-  a.x = static_cast<int>(std::floor(c[0] * width / 2.0f)) * 2;
-  a.y = static_cast<int>(std::floor(c[1] * height / 2.0f)) * 2;
-  a.w = std::max(1, static_cast<int>(std::lround((c[2] - c[0]) * width)));
-  a.h = std::max(1, static_cast<int>(std::lround((c[3] - c[1]) * height)));
-  a.x = std::clamp(a.x, 0, std::max(0, width - 2));
-  a.y = std::clamp(a.y, 0, std::max(0, height - 2));
-  a.w = std::min(a.w, width - a.x);
-  a.h = std::min(a.h, height - a.y);
-  return a;
-}
-
 } // namespace
 
 ItemLook::ItemLook(const Media& media, RenderContext& ctx) : media_(media), ctx_(ctx) {}
@@ -244,13 +218,13 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
 
   if (source.still) {
     const Yuv& s = source.still->view();
-    Area a = CropArea(f.crop, s.w, s.h);
+    SourceArea a = CropArea(f.crop, s.w, s.h);
     Colorimetry c;
     c.matrix = matrix;
     if (!ScaleYuv(s, a.x, a.y, a.w, a.h, c, alphaPending ? colour : view, matrix, false)) return;
   } else if (source.decoded) {
     const Decoded& d = *source.decoded;
-    Area a = CropArea(f.crop, d.width, d.height);
+    SourceArea a = CropArea(f.crop, d.width, d.height);
     if (rgba) {
       if (!ScaleRgba(d.rgba, d.width * 4, a.x, a.y, a.w, a.h, view, matrix)) return;
     } else if (!ScaleYuv(d.yuv, a.x, a.y, a.w, a.h, d.color, alphaPending ? colour : view, matrix, false)) {

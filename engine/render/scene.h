@@ -151,6 +151,17 @@ private:
   std::unique_ptr<Painter> background_;
 };
 
+/// A rectangle of a source picture, in pixels.
+struct SourceArea {
+  int x, y, w, h;
+};
+
+/// The source area of a crop rectangle (shares of the source, each brought
+/// into 0..1; an empty one is the whole source), on even offsets as 4:2:0
+/// needs. The plain placement and an item's look crop through it alike, so
+/// an item shows the same pixels with or without a look.
+SourceArea CropArea(const float crop[4], int width, int height);
+
 /// Draws one source frame of an item into dst (the whole item area, scaled
 /// and mirrored), or composites it onto the canvas at its layout.
 void DrawItem(const SourceFrame& frame, const ItemLayout& layout, Yuv& canvas, int matrix);
