@@ -23,14 +23,9 @@ struct StickerJob : FrameJob {
   float opacity = 1;
 };
 
-class StickerSegment : public SegmentOf<StickerJob> {
+class StickerSegment : public CaptionSegment<StickerJob> {
 public:
-  StickerSegment(const Caption& caption, RenderContext& ctx)
-      : caption_(caption), ctx_(ctx), motion_(caption, ctx.width, ctx.height) {
-    start = UsToFrames(caption.startUs, ctx.fps);
-    end = UsToFrames(caption.endUs, ctx.fps);
-    overlay = true;
-  }
+  StickerSegment(const Caption& caption, RenderContext& ctx) : CaptionSegment(caption, ctx) {}
 
 protected:
   std::shared_ptr<StickerJob> FetchJob(int64_t f) override {
@@ -103,9 +98,6 @@ private:
     return job;
   }
 
-  const Caption& caption_;
-  RenderContext& ctx_;
-  CaptionMotion motion_;
   StickerFrames frames_;
   std::map<size_t, std::shared_ptr<Sprite>> scaled_;
   bool loaded_ = false;

@@ -94,13 +94,9 @@ double LargestScale(const AnimationClip& clip) {
   return std::min(s, 4.0);
 }
 
-class TextSegment : public SegmentOf<CaptionJob> {
+class TextSegment : public CaptionSegment<CaptionJob> {
 public:
-  TextSegment(const Caption& caption, RenderContext& ctx)
-      : caption_(caption), ctx_(ctx), motion_(caption, ctx.width, ctx.height) {
-    start = UsToFrames(caption.startUs, ctx.fps);
-    end = UsToFrames(caption.endUs, ctx.fps);
-    overlay = true;
+  TextSegment(const Caption& caption, RenderContext& ctx) : CaptionSegment(caption, ctx) {
     scale_ = motion_.MaxScale();
     for (const CaptionItem* item : caption.items)
       Plan(*item);
@@ -321,9 +317,6 @@ private:
     items_.push_back(std::move(item));
   }
 
-  const Caption& caption_;
-  RenderContext& ctx_;
-  CaptionMotion motion_;
   double scale_ = 1;
   std::vector<ItemPlan> items_;
 };

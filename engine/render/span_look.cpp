@@ -20,6 +20,14 @@ struct LookState : FrameJob {
   int64_t frame = 0;                       ///< for the grain's pattern
 };
 
+// Each frame holds the table it is drawn with, so that it outlives Release.
+FrameJobPtr LookJob(const std::shared_ptr<const ColorTable>& table, int64_t frame) {
+  auto state = std::make_shared<LookState>();
+  state->table = table;
+  state->frame = frame;
+  return state;
+}
+
 class LutEffect : public PictureEffect {
 public:
   LutEffect(const Effect& e, RenderContext& ctx)
@@ -36,10 +44,7 @@ public:
       else
         table_ = ColorTable::Build(ColorLevels{}, &lut, intensity_, ctx_.matrix);
     }
-    auto state = std::make_shared<LookState>();
-    state->table = table_;
-    state->frame = t;
-    return state;
+    return LookJob(table_, t);
   }
 
   void Apply(const FrameJob& job, Yuv& picture) const override {
@@ -89,10 +94,7 @@ public:
       built_ = true;
       table_ = ColorTable::Build(levels_, nullptr, 0.0f, ctx_.matrix);
     }
-    auto state = std::make_shared<LookState>();
-    state->table = table_;
-    state->frame = t;
-    return state;
+    return LookJob(table_, t);
   }
 
   // In the order of a media item's look: colour, sharpness, vignette, grain.
