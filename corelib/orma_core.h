@@ -42,6 +42,67 @@ typedef void* OrmaCaptionHandle;     /* caption or sticker */
 typedef void* OrmaCaptionItemHandle; /* one text item of a caption */
 typedef void* OrmaMaskHandle;        /* mask of a media item */
 
+/* Named values of the integer modes and kinds the calls and blocks take. The
+ * calls keep their int32_t parameters (the values cross the boundary as
+ * plain numbers); these names say what each number means. */
+
+/* OrmaCreateCaptionFromConfigure: what the folder's config.json describes. */
+enum OrmaCaptionKind {
+  ORMA_CAPTION_STYLED_PIECES = 0,  /* a style whose pieces the program fills */
+  ORMA_CAPTION_TEMPLATE_LINES = 1, /* a template of plain text lines */
+  ORMA_CAPTION_STICKER = 2         /* an animated sticker's frames */
+};
+
+/* OrmaSetMediaFlip: the sum of the mirrors wanted. */
+enum OrmaFlip { ORMA_FLIP_NONE = 0, ORMA_FLIP_HORIZONTAL = 1, ORMA_FLIP_VERTICAL = 2, ORMA_FLIP_BOTH = 3 };
+
+/* OrmaSetMediaDisplayMode: whether the item is drawn through its blur block. */
+enum OrmaDisplayMode { ORMA_DISPLAY_PLAIN = 0, ORMA_DISPLAY_BLURRED = 1 };
+
+/* OrmaSetSceneTransitionMode: the one mode, a transition centred on the cut. */
+enum OrmaTransitionMode { ORMA_TRANSITION_CENTRED = 3 };
+
+/* The type of OrmaSetMediaAnimation and OrmaSetCaptionItemAnimation. */
+enum OrmaAnimationType { ORMA_ANIMATION_IN = 0, ORMA_ANIMATION_OUT = 1, ORMA_ANIMATION_LOOP = 2 };
+
+/* OrmaBlurBlock.blurType. */
+enum OrmaBlurType { ORMA_BLUR_GAUSSIAN = 0, ORMA_BLUR_RADIAL = 1, ORMA_BLUR_MOTION = 2 };
+
+/* OrmaSetMediaAudioEffect and OrmaSetAudioMediaEffect: the voice effect. */
+enum OrmaVoiceEffect {
+  ORMA_VOICE_NONE = 0,
+  ORMA_VOICE_ECHO = 1,
+  ORMA_VOICE_ROBOT = 2,
+  ORMA_VOICE_CHIPMUNK = 3,
+  ORMA_VOICE_DEEP = 4,
+  ORMA_VOICE_TELEPHONE = 5,
+  ORMA_VOICE_REVERB = 6,
+  ORMA_VOICE_MEGAPHONE = 7,
+  ORMA_VOICE_UNDERWATER = 8
+};
+
+/* OrmaSetMediaBlendMode: how the item mixes with what is below it. */
+enum OrmaBlendMode {
+  ORMA_BLEND_NORMAL = 0,
+  ORMA_BLEND_CUT_OUT = 1, /* normal, with the chroma key of OrmaSetMediaChromaKey */
+  ORMA_BLEND_MULTIPLY = 2,
+  ORMA_BLEND_SCREEN = 3,
+  ORMA_BLEND_OVERLAY = 4,
+  ORMA_BLEND_DARKEN = 5,
+  ORMA_BLEND_LIGHTEN = 6,
+  ORMA_BLEND_COLOR_DODGE = 7,
+  ORMA_BLEND_COLOR_BURN = 8,
+  ORMA_BLEND_SOFT_LIGHT = 9,
+  ORMA_BLEND_HARD_LIGHT = 10,
+  ORMA_BLEND_DIFFERENCE = 11,
+  ORMA_BLEND_EXCLUSION = 12,
+  ORMA_BLEND_ADD = 13,
+  ORMA_BLEND_SUBTRACT = 14
+};
+
+/* OrmaCaptionBackgroundBlock.type. */
+enum OrmaCaptionBoxType { ORMA_CAPTION_BOX_PER_LINE = 0, ORMA_CAPTION_BOX_PARAGRAPH = 1 };
+
 #pragma pack(push, 1)
 
 /* Blur of a media item or of a key frame. */

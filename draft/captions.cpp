@@ -28,7 +28,7 @@ int32_t FontSize(const cJSON* item, const DraftDocument* document, const Caption
     size = size * factor;
   }
   // Rounding half up.
-  return SaturatingInt32(static_cast<double>(size + 0.5f));
+  return ToInt32(static_cast<double>(size + 0.5f));
 }
 
 CaptionBackground* ReadBackground(const cJSON* object) {
@@ -94,7 +94,7 @@ void ReadContent(const cJSON* array, CaptionRecord* caption) {
     const char* text = StringOf(element);
     if (!text) return;
     CaptionTextLine* line = tail.Append();
-    if (line) CopyText(line->text, sizeof(line->text), text);
+    if (line) CopyTextZeroFilled(line->text, sizeof(line->text), text);
   });
 }
 
@@ -108,7 +108,7 @@ void ReadCaptionKeyFrames(const cJSON* array, CaptionRecord* caption) {
     ReadReal(element, "alpha", &frame->alpha);
     // Seconds as a 32-bit float, scaled to microseconds in float arithmetic.
     if (const cJSON* atTime = Item(element, "atTime"))
-      frame->atTime = SaturatingInt64(static_cast<double>(RealView(atTime) * 1000000.0f));
+      frame->atTime = ToInt64(static_cast<double>(RealView(atTime) * 1000000.0f));
     ReadReal(element, "rotate", &frame->rotate);
   });
 }

@@ -35,7 +35,7 @@ void LowerCase(char* begin, char* end) {
 // An entry naming a draft (".json" in any letter case) is not replaceable media.
 bool NamesJson(const char* path) {
   char lowered[4096];
-  CopyText(lowered, sizeof(lowered), path);
+  CopyTextZeroFilled(lowered, sizeof(lowered), path);
   LowerCase(lowered, lowered + std::strlen(lowered));
   return std::strstr(lowered, ".json") != nullptr;
 }
@@ -218,7 +218,7 @@ DraftDocument* loadDraft(const char* draftPath, const char* auxiliaryPath, int t
 
   document->mediaInfo = readMediaInfo(root, nullptr);
   if (!document->mediaInfo) return Fail(document, root);
-  CopyText(document->draftPath, sizeof(document->draftPath), path.c_str());
+  CopyTextZeroFilled(document->draftPath, sizeof(document->draftPath), path.c_str());
 
   document->musics = readMusics(root);
   document->soundEffects = readSoundEffects(root);
@@ -250,7 +250,7 @@ DraftDocument* loadDraft(const char* draftPath, const char* auxiliaryPath, int t
     if (written == Written::kIncomplete && !templateMode) platform::RemoveFile(output.c_str());
     return Fail(document, root);
   }
-  CopyText(document->draftPath, sizeof(document->draftPath), output.c_str());
+  CopyTextZeroFilled(document->draftPath, sizeof(document->draftPath), output.c_str());
   cJSON_Delete(root);
   return document;
 }

@@ -32,21 +32,6 @@ double DoubleView(const cJSON* item) {
 
 float RealView(const cJSON* item) { return ToFloat(DoubleView(item)); }
 
-int32_t SaturatingInt32(double value) {
-  if (std::isnan(value)) return 0;
-  if (value >= 2147483647.0) return std::numeric_limits<int32_t>::max();
-  if (value <= -2147483648.0) return std::numeric_limits<int32_t>::min();
-  return static_cast<int32_t>(value);
-}
-
-int64_t SaturatingInt64(double value) {
-  if (std::isnan(value)) return 0;
-  // 2^63 is exactly representable; every double below it converts safely.
-  if (value >= 9223372036854775808.0) return std::numeric_limits<int64_t>::max();
-  if (value <= -9223372036854775808.0) return std::numeric_limits<int64_t>::min();
-  return static_cast<int64_t>(value);
-}
-
 float ToFloat(double value) { return static_cast<float>(value); }
 
 bool ReadInt(const cJSON* object, const char* key, int32_t* out) {
@@ -73,14 +58,14 @@ bool ReadReal(const cJSON* object, const char* key, float* out) {
 bool ReadTruncated(const cJSON* object, const char* key, int32_t* out) {
   const cJSON* item = Item(object, key);
   if (!item) return false;
-  *out = SaturatingInt32(DoubleView(item));
+  *out = ToInt32(DoubleView(item));
   return true;
 }
 
 bool ReadTruncatedAsFloat(const cJSON* object, const char* key, float* out) {
   const cJSON* item = Item(object, key);
   if (!item) return false;
-  *out = static_cast<float>(SaturatingInt32(DoubleView(item)));
+  *out = static_cast<float>(ToInt32(DoubleView(item)));
   return true;
 }
 
@@ -103,17 +88,10 @@ const char* StringOf(const cJSON* item) {
   return item->valuestring;
 }
 
-void CopyText(char* buffer, size_t size, const char* text) {
-  if (!buffer || size == 0) return;
-  size_t length = text ? strnlen(text, size - 1) : 0;
-  if (length) std::memcpy(buffer, text, length);
-  std::memset(buffer + length, 0, size - length);
-}
-
 bool ReadText(const cJSON* object, const char* key, char* buffer, size_t size) {
   const char* text = StringOf(Item(object, key));
   if (!text) return false;
-  CopyText(buffer, size, text);
+  CopyTextZeroFilled(buffer, size, text);
   if (size == 0 || text[strnlen(text, size - 1)] == '\0') return true;
   // Too long for its field (a caption piece holds 1023 bytes): cut before a
   // character that would not fit whole, so the text stays UTF-8, and said.
@@ -131,7 +109,7 @@ bool ReadText(const cJSON* object, const char* key, char* buffer, size_t size) {
 bool ReadTextNonEmpty(const cJSON* object, const char* key, char* buffer, size_t size) {
   const char* text = StringOf(Item(object, key));
   if (!text || !*text) return false;
-  CopyText(buffer, size, text);
+  CopyTextZeroFilled(buffer, size, text);
   return true;
 }
 

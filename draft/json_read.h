@@ -20,8 +20,16 @@
 #include <cstdint>
 
 #include "draft/records.h"
+#include "platform/text_number.h"
 
 namespace draftjson {
+
+// Whole numbers and texts go into records as everywhere in the program:
+// truncated and saturated; a text is cut to its field and the rest of the
+// field zeroed.
+using platform::CopyTextZeroFilled;
+using platform::ToInt32;
+using platform::ToInt64;
 
 /// Case-insensitive member lookup; null for a null object or a missing key.
 const cJSON* Item(const cJSON* object, const char* key);
@@ -30,9 +38,6 @@ int32_t IntView(const cJSON* item);
 double DoubleView(const cJSON* item);
 float RealView(const cJSON* item);
 
-/// Truncation toward zero that saturates at the type's limits; NaN gives 0.
-int32_t SaturatingInt32(double value);
-int64_t SaturatingInt64(double value);
 /// Narrowing to float; out-of-range values become infinities (IEEE rule).
 float ToFloat(double value);
 
@@ -50,11 +55,6 @@ bool ReadDoubleFlag(const cJSON* object, const char* key, bool* out);
 
 /// The item's string, or null when the item is missing or not a string.
 const char* StringOf(const cJSON* item);
-
-/// Copies a string into a fixed buffer, truncated to size - 1 bytes, with the
-/// rest of the buffer zero-filled. The text is copied literally: it is never
-/// used as a format.
-void CopyText(char* buffer, size_t size, const char* text);
 
 /// Copies the key's string when it is a string (of any length).
 bool ReadText(const cJSON* object, const char* key, char* buffer, size_t size);

@@ -13,7 +13,7 @@ LogoRecord* readLogo(const cJSON* root) {
   if (!path || !*path) return nullptr;
   LogoRecord* record = NewRecord<LogoRecord>();
   if (!record) return nullptr;
-  CopyText(record->path, sizeof(record->path), path);
+  CopyTextZeroFilled(record->path, sizeof(record->path), path);
   ReadReal(logo, "alpha", &record->alpha);
   ReadReal(logo, "rotate", &record->rotate);
   ReadRect(logo, "showRectF", &record->showRect);

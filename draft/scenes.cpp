@@ -163,7 +163,7 @@ void ReadFilter(const cJSON* item, FirstRecordParts* parts) {
   if (!filter) return;
   const char* text = StringOf(path);
   if (!text || !*text) return;
-  CopyText(filter->filterPath, sizeof(filter->filterPath), text);
+  CopyTextZeroFilled(filter->filterPath, sizeof(filter->filterPath), text);
   ReadText(item, "filterNetworkResourceId", filter->filterNetworkResourceId);
   ReadText(item, "filterNetworkCategoryId", filter->filterNetworkCategoryId);
   ReadInt(item, "filterType", &filter->filterType);
@@ -188,7 +188,7 @@ void ReadMask(const cJSON* item, FirstRecordParts* parts) {
       *parts->maskTail = frame;
       parts->maskTail = &frame->next;
       // The number as written, truncated: no conversion of units.
-      if (const cJSON* atTime = Item(element, "atTime")) frame->atTime = SaturatingInt64(DoubleView(atTime));
+      if (const cJSON* atTime = Item(element, "atTime")) frame->atTime = ToInt64(DoubleView(atTime));
       readMaskShape(element, &frame->shape);
     });
   } else {

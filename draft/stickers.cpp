@@ -167,7 +167,7 @@ void SeparateSharedFolders(const DraftDocument* document, const std::vector<cJSO
       CopyFolderTree(source.c_str(), target.c_str());
       --users[current];
       ++users[next];
-      CopyText(sticker->imageFolderPath, sizeof(sticker->imageFolderPath), next.c_str());
+      CopyTextZeroFilled(sticker->imageFolderPath, sizeof(sticker->imageFolderPath), next.c_str());
     }
   }
 }

@@ -13,6 +13,7 @@
 #include "driver/program_info.h"
 #include "export/export_draft.h"
 #include "platform/platform.h"
+#include "platform/text_number.h"
 #include "preview/preview_command.h"
 #include "themes/theme_request.h"
 
@@ -36,14 +37,6 @@ void PrintUsage() {
   LogLine("%s",
           platform::LocaleText("无效格式，请设置 json 文件，例如: OrmaDraft.exe d://draft.json output.json\n")
               .c_str());
-}
-
-// Copies text into a fixed buffer, truncated to fit.
-void CopyText(char* buffer, size_t size, const char* text) {
-  size_t n = text ? std::strlen(text) : 0;
-  if (n >= size) n = size - 1;
-  if (n) std::memcpy(buffer, text, n);
-  buffer[n] = '\0';
 }
 
 } // namespace
@@ -76,19 +69,19 @@ int RunDriver(int argc, char** argv) {
     if (theme && theme->draftPath[0]) {
       std::printf("load templateThems json success! themes json path:%s \n", theme->draftPath);
       templateMode = 1;
-      CopyText(draftPath, sizeof(draftPath), theme->draftPath);
+      platform::CopyText(draftPath, sizeof(draftPath), theme->draftPath);
     } else {
       LogLine("draft json path:%s\n", argv[1]);
-      CopyText(draftPath, sizeof(draftPath), argv[1]);
+      platform::CopyText(draftPath, sizeof(draftPath), argv[1]);
     }
   } else if (argc == 3) {
     LogLine("draft path:%s\n", argv[1]);
     LogLine("export path:%s\n", argv[2]);
-    CopyText(draftPath, sizeof(draftPath), argv[1]);
-    CopyText(exportPath, sizeof(exportPath), argv[2]);
+    platform::CopyText(draftPath, sizeof(draftPath), argv[1]);
+    platform::CopyText(exportPath, sizeof(exportPath), argv[2]);
   } else if (argc == 5) {
-    CopyText(draftPath, sizeof(draftPath), argv[1]);
-    CopyText(exportPath, sizeof(exportPath), argv[2]);
+    platform::CopyText(draftPath, sizeof(draftPath), argv[1]);
+    platform::CopyText(exportPath, sizeof(exportPath), argv[2]);
     limitStart = SecondsArgToMicros(argv[3]);
     limitEnd = SecondsArgToMicros(argv[4]);
   } else {
@@ -122,11 +115,12 @@ int RunDriver(int argc, char** argv) {
       std::string folder(theme->themeConfigPath);
       size_t cut = folder.find_last_of("\\/");
       if (cut != std::string::npos) folder.resize(cut);
-      CopyText(document->resourceDir, sizeof(document->resourceDir), folder.c_str());
+      platform::CopyText(document->resourceDir, sizeof(document->resourceDir), folder.c_str());
     }
-    if (theme->outputPath[0]) CopyText(document->outputPath, sizeof(document->outputPath), theme->outputPath);
+    if (theme->outputPath[0])
+      platform::CopyText(document->outputPath, sizeof(document->outputPath), theme->outputPath);
   }
-  if (exportUtf8) CopyText(document->exportPath, sizeof(document->exportPath), exportUtf8);
+  if (exportUtf8) platform::CopyText(document->exportPath, sizeof(document->exportPath), exportUtf8);
   document->exportStart = limitStart;
   document->exportEnd = limitEnd;
   if (preview && preview->hWnd != 0) {

@@ -9,18 +9,13 @@
 #include "corelib/orma_core.h"
 #include "draft/records.h"
 
-/// Caption kinds of OrmaCreateCaptionFromConfigure.
-inline constexpr int32_t kCaptionKindStyledPieces = 0;
-inline constexpr int32_t kCaptionKindTemplateLines = 1;
-inline constexpr int32_t kCaptionKindSticker = 2;
-
 /// True when both canvas dimensions, truncated toward zero, are above 0.
 bool CanvasHasArea(const DraftDocument* document);
 
 /// The full-width colon of the error messages, in the console's codeset.
 std::string FullWidthColon();
 
-/// Creates a library caption of `kind` from `folder`'s config.json (relative
+/// Creates a library caption of `kind` (an `OrmaCaptionKind`) from `folder`'s config.json (relative
 /// folders under the draft's folder), adds it to `vv` and stacks it at
 /// `level` when that is above 0. Failures are printed; a failed add still
 /// returns the handle, because the caption is configured all the same.

@@ -13,6 +13,7 @@
 #include "export/convert.h"
 #include "export/resource_path.h"
 #include "platform/platform.h"
+#include "platform/text_number.h"
 
 namespace {
 
@@ -24,14 +25,6 @@ constexpr const char* kFallbackFontFamily = "\xE9\xBB\x91\xE4\xBD\x93";
 /// Word-art files a folder may hold, in the order they are looked for.
 constexpr const char* kWordArtFiles[] = {"config.json", "colortext.json", "file/config.json",
                                          "file/colortext.json"};
-
-/// Copies a zero-terminated text into a fixed field, truncated to fit.
-void CopyText(char* field, size_t fieldSize, const char* text) {
-  if (fieldSize == 0) return;
-  const size_t n = text ? strnlen(text, fieldSize - 1) : 0;
-  if (n) std::memcpy(field, text, n);
-  field[n] = '\0';
-}
 
 void CopyColor(float out[4], const ColorF& color) {
   out[0] = color.red;
@@ -89,7 +82,7 @@ int32_t FillTemplateLines(OrmaCaptionHandle caption, const CaptionRecord* record
     OrmaCaptionItemHandle item = OrmaCaptionGetItemCaption(caption, i);
     OrmaCaptionGetItemCaptionParam(caption, i, &block);
     if (!line) continue;
-    CopyText(block.text, sizeof(block.text), line->text);
+    platform::CopyText(block.text, sizeof(block.text), line->text);
     OrmaUpdateCaptionItemParam(item, &block);
     line = line->next;
   }
@@ -207,7 +200,7 @@ int32_t FillCaptionItemParam(const DraftDocument* document, const CaptionRecord*
                                   static_cast<float>(block->startUs));
   if (block->endUs == 0) block->endUs = convert::ToInt64(record->timelineTo - record->timelineFrom);
 
-  CopyText(block->text, sizeof(block->text), word->text);
+  platform::CopyText(block->text, sizeof(block->text), word->text);
 
   const RectF& rect = word->showRect;
   const double left = rect.left;
@@ -233,13 +226,13 @@ int32_t FillCaptionItemParam(const DraftDocument* document, const CaptionRecord*
 
   if (word->fontPath[0] != '\0') {
     const std::string font = ResolveResourcePath(document, word->fontPath);
-    CopyText(block->fontFile, sizeof(block->fontFile), font.c_str());
+    platform::CopyText(block->fontFile, sizeof(block->fontFile), font.c_str());
   } else {
     // The library falls back to its own default font; only when the
     // program's font is missing too is a system family named.
     const std::string programFont = JoinPath(ProgramFolder(), kProgramFontFile);
     if (!platform::Exists(programFont.c_str()))
-      CopyText(block->fontFamily, sizeof(block->fontFamily), kFallbackFontFamily);
+      platform::CopyText(block->fontFamily, sizeof(block->fontFamily), kFallbackFontFamily);
   }
 
   int32_t result = 1;
@@ -325,7 +318,7 @@ void AddCaptions(DraftDocument* document, OrmaVideoHandle vv) {
   if (!document) return;
   for (const CaptionRecord* record = document->captions; record; record = record->next) {
     if (record->folderPath[0] == '\0') continue;
-    const int32_t kind = record->kind != 0 ? kCaptionKindTemplateLines : kCaptionKindStyledPieces;
+    const int32_t kind = record->kind != 0 ? ORMA_CAPTION_TEMPLATE_LINES : ORMA_CAPTION_STYLED_PIECES;
     OrmaCaptionHandle caption = CreateTimelineCaption(document, vv, record->folderPath, kind, record->level);
     if (!caption) continue;
     const int32_t r = UpdateCaptionParam(document, caption, record);

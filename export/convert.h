@@ -2,29 +2,19 @@
 // the editor's scales; the core library takes integers on its own scales and
 // 64-bit microseconds. Every conversion truncates toward zero; values outside
 // the target range saturate and NaN gives 0, so a damaged draft can never make
-// a conversion undefined.
+// a conversion undefined. The plain conversions are the program's own
+// (platform/text_number.h); the scaled ones below are the export's.
 #pragma once
 
-#include <cmath>
 #include <cstdint>
-#include <limits>
+
+#include "platform/text_number.h"
 
 namespace convert {
 
-/// Truncation toward zero to a signed integer type, saturating at its limits.
-template <typename Int> constexpr Int TruncateSaturating(double value) {
-  static_assert(std::numeric_limits<Int>::is_signed && std::numeric_limits<Int>::is_integer);
-  if (std::isnan(value)) return 0;
-  // Both limits are exact powers of two as doubles: -2^(N-1) and 2^(N-1).
-  constexpr double low = static_cast<double>(std::numeric_limits<Int>::min());
-  constexpr double high = -low;
-  if (value <= low) return std::numeric_limits<Int>::min();
-  if (value >= high) return std::numeric_limits<Int>::max();
-  return static_cast<Int>(value);
-}
-
-inline int32_t ToInt32(double value) { return TruncateSaturating<int32_t>(value); }
-inline int64_t ToInt64(double value) { return TruncateSaturating<int64_t>(value); }
+using platform::ToInt32;
+using platform::ToInt64;
+using platform::TruncateSaturating;
 
 /// A float multiplied in float precision and truncated: the "x 100" and
 /// "x 255" levels. The product is rounded to float first (it is stored in a

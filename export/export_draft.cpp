@@ -11,6 +11,7 @@
 #include "driver/run_driver.h"
 #include "export/captions.h"
 #include "export/convert.h"
+#include "export/export_message.h"
 #include "export/export_settings.h"
 #include "export/media_attributes.h"
 #include "export/overlays_logo.h"
@@ -22,12 +23,6 @@
 #include "preview/preview_run.h"
 
 namespace {
-
-// Failure texts are copied as they are, never used as a format.
-int32_t Fail(char* message, int32_t result, const char* text) {
-  std::snprintf(message, kExportMessageSize, "%s", text);
-  return result;
-}
 
 // The three background failures carry the library's result.
 int32_t FailWithResult(char* message, int32_t result, const char* call) {
@@ -92,7 +87,7 @@ int32_t ApplyTransition(const DraftDocument* document, OrmaVideoHandle vv, OrmaS
                         const TransitionRecord& transition, char* message) {
   std::string path;
   if (!FindTransitionResource(document, transition.folderPath, &path)) return 0;
-  const int32_t result = OrmaSetSceneTransitionMode(vv, scene, 3);
+  const int32_t result = OrmaSetSceneTransitionMode(vv, scene, ORMA_TRANSITION_CENTRED);
   if (result < 1) return Fail(message, result, "Set scene transition mode fail");
   const int32_t set =
       OrmaSetSceneTransition(vv, scene, path.c_str(), convert::SecondsToUs(transition.duration));
@@ -227,12 +222,12 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
     ReadExportSettings(document->exportPath, &settings, &document->exportStart, &document->exportEnd);
     if (settings.streams == 0) return Fail(message, -1520, "Export streams unknown");
   } else if (!IsEmpty(document->outputPath)) {
-    std::snprintf(settings.outUrl, sizeof(settings.outUrl), "%s", document->outputPath);
+    platform::CopyText(settings.outUrl, document->outputPath);
   }
 
   if (!preview) {
     if (!settings.outUrl[0]) {
-      std::snprintf(settings.outUrl, sizeof(settings.outUrl), "%s", DefaultOutputPath(document).c_str());
+      platform::CopyText(settings.outUrl, DefaultOutputPath(document).c_str());
     }
     const int32_t result = ApplyOutputSettings(vv, settings, message);
     if (result <= 0) return result;

@@ -10,12 +10,9 @@
 #include "driver/log_line.h"
 #include "export/convert.h"
 #include "platform/platform.h"
+#include "platform/text_number.h"
 
 namespace {
-
-template <size_t N> void CopyText(char (&buffer)[N], const char* text) {
-  std::snprintf(buffer, N, "%s", text);
-}
 
 // A non-empty string item, or null.
 const char* NonEmptyString(const cJSON* item) {
@@ -31,7 +28,7 @@ void ReadVideo(const cJSON* video, ExportSettings* settings) {
     if (bitrate->valueint > 0) settings->videoBitrate = bitrate->valueint;
   }
   if (const char* encoder = NonEmptyString(cJSON_GetObjectItem(video, "encoder"))) {
-    CopyText(settings->videoCodec, encoder);
+    platform::CopyText(settings->videoCodec, encoder);
   }
 }
 
@@ -52,7 +49,7 @@ void ReadAudio(const cJSON* audio, const cJSON* video, ExportSettings* settings)
     }
   }
   if (const char* encoder = NonEmptyString(cJSON_GetObjectItem(video, "encoder"))) {
-    CopyText(settings->audioCodec, encoder);
+    platform::CopyText(settings->audioCodec, encoder);
   }
 }
 
@@ -107,7 +104,7 @@ void ReadStreams(const cJSON* streams, const char* path, ExportSettings* setting
 
 ExportSettings DefaultExportSettings() {
   ExportSettings settings{};
-  CopyText(settings.videoCodec, "libx264");
+  platform::CopyText(settings.videoCodec, "libx264");
   settings.fps = 25.0;
   settings.videoBitrate = 3000;
   settings.audioChannels = 2;
@@ -133,7 +130,7 @@ bool ReadExportSettings(const char* path, ExportSettings* settings, int64_t* exp
   if (const cJSON* time = cJSON_GetObjectItem(root, "time")) ReadTime(time, exportStart, exportEnd);
   if (const cJSON* outUrl = cJSON_GetObjectItem(root, "outUrl");
       cJSON_IsString(outUrl) && outUrl->valuestring) {
-    CopyText(settings->outUrl, outUrl->valuestring);
+    platform::CopyText(settings->outUrl, outUrl->valuestring);
   }
   if (const cJSON* streams = cJSON_GetObjectItem(root, "streams")) ReadStreams(streams, path, settings);
   cJSON_Delete(root);

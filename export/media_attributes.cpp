@@ -154,7 +154,8 @@ int32_t ApplyMediaAttributes(const DraftDocument* document, OrmaMediaHandle medi
     if (result <= 0) return result;                                                                          \
   } while (0)
 
-  ORMA_CALL(OrmaSetMediaFlip(media, (m.isHorizontalMirror != 0 ? 1 : 0) + (m.isVerticalMirror != 0 ? 2 : 0)));
+  ORMA_CALL(OrmaSetMediaFlip(media, (m.isHorizontalMirror != 0 ? ORMA_FLIP_HORIZONTAL : ORMA_FLIP_NONE) |
+                                        (m.isVerticalMirror != 0 ? ORMA_FLIP_VERTICAL : ORMA_FLIP_NONE)));
 
   // The timeline length is the trimmed source length played at the item's speed.
   int64_t duration = SecondsToUs(m.trimTimeEnd - m.trimTimeStart);
@@ -175,7 +176,7 @@ int32_t ApplyMediaAttributes(const DraftDocument* document, OrmaMediaHandle medi
     ORMA_CALL(OrmaSetMediaLUT(media, path.c_str(), m.filter->filterIntensity));
   }
   // Only the display mode is switched; the intensity itself is not passed.
-  if (m.blurIntensity > 0) ORMA_CALL(OrmaSetMediaDisplayMode(media, 1));
+  if (m.blurIntensity > 0) ORMA_CALL(OrmaSetMediaDisplayMode(media, ORMA_DISPLAY_BLURRED));
   if (m.blur) {
     const OrmaBlurBlock blur = MakeBlurBlock(*m.blur);
     ORMA_CALL(OrmaSetMediaBlur(media, &blur));
@@ -247,7 +248,7 @@ int32_t ApplyMediaAttributes(const DraftDocument* document, OrmaMediaHandle medi
   }
 
   // Chroma key follows the blend type alone, for scene items and overlays alike.
-  if (m.blendType == 1.0f) {
+  if (m.blendType == static_cast<float>(ORMA_BLEND_CUT_OUT)) {
     ORMA_CALL(OrmaSetMediaChromaKey(
         media, 1, ScaledLevel(m.cutoutColor.red, 255), ScaledLevel(m.cutoutColor.green, 255),
         ScaledLevel(m.cutoutColor.blue, 255), ToInt32(m.cutoutFactor), ToInt32(m.cutoutAlphaLower),

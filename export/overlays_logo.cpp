@@ -6,15 +6,11 @@
 
 #include "export/convert.h"
 #include "export/export_draft.h"
+#include "export/export_message.h"
 #include "export/media_attributes.h"
 #include "export/resource_path.h"
 
 namespace {
-
-int32_t Failed(char* message, const char* text, int32_t result) {
-  if (message) std::snprintf(message, kExportMessageSize, "%s", text);
-  return result;
-}
 
 // The library's timeline length goes through a 32-bit float on its way to
 // the logo, as the editor's exporter does; long timelines lose precision.
@@ -37,20 +33,20 @@ int32_t AddOverlays(DraftDocument* document, OrmaVideoHandle vv, char* message) 
   for (const OverlayRecord* overlay = document->overlays; overlay; overlay = overlay->next) {
     OrmaSceneHandle pip = OrmaCreatePIPScene(convert::SecondsToUs(overlay->timelineFrom),
                                              convert::SecondsToUs(overlay->timelineTo));
-    if (!pip) return Failed(message, "PIP create fail,timeline is invalid", -2246);
+    if (!pip) return Fail(message, -2246, "PIP create fail,timeline is invalid");
     int32_t result = OrmaAddScene(vv, pip);
-    if (result <= 0) return Failed(message, "Add PIP fail", result);
+    if (result <= 0) return Fail(message, result, "Add PIP fail");
     if (overlay->level > 0) OrmaUpdateEffectLevel(pip, overlay->level);
     // An overlay without media still holds its place on the timeline.
     for (const MediaRecord* item = overlay->media; item; item = item->next) {
       const std::string path = ResolveResourcePath(document, item->path);
       OrmaMediaHandle media = OrmaSceneCreateMedia(path.c_str());
-      if (!media) return Failed(message, "Add media to PIP fail", -2274);
+      if (!media) return Fail(message, -2274, "Add media to PIP fail");
       result = OrmaSceneAddMediaHandle(pip, media);
       // The scene's text, so that both tracks report a refused item alike.
-      if (result <= 0) return Failed(message, "Add media to scene fail", result);
+      if (result <= 0) return Fail(message, result, "Add media to scene fail");
       result = ApplyMediaAttributes(document, media, item, 1);
-      if (result <= 0) return Failed(message, "Set PIP media attribute fail", result);
+      if (result <= 0) return Fail(message, result, "Set PIP media attribute fail");
     }
   }
   return 1;
@@ -63,9 +59,9 @@ int32_t AddLogo(DraftDocument* document, OrmaVideoHandle vv, char* message) {
     ++n;
     // Asked again for every layer; the logo spans the whole timeline.
     OrmaSceneHandle pip = OrmaCreatePIPScene(0, TotalThroughFloat(vv));
-    if (!pip) return Failed(message, "(logo)PIP create fail,timeline is invalid", -2513);
+    if (!pip) return Fail(message, -2513, "(logo)PIP create fail,timeline is invalid");
     int32_t result = OrmaAddScene(vv, pip);
-    if (result <= 0) return Failed(message, "(logo)Add PIP fail", result);
+    if (result <= 0) return Fail(message, result, "(logo)Add PIP fail");
     if (document->pipCount > 0) OrmaUpdateEffectLevel(pip, LogoLevel(document->pipCount, n));
     const std::string path = ResolveResourcePath(document, item->path);
     OrmaMediaHandle media = OrmaSceneCreateMedia(path.c_str());
@@ -74,12 +70,12 @@ int32_t AddLogo(DraftDocument* document, OrmaVideoHandle vv, char* message) {
       char text[kExportMessageSize];
       std::snprintf(text, sizeof(text), "(logo)Add media to PIP fail! path:%s\n ", path.c_str());
       std::fputs(text, stdout);
-      return Failed(message, text, -2541);
+      return Fail(message, -2541, text);
     }
     result = OrmaSceneAddMediaHandle(pip, media);
-    if (result <= 0) return Failed(message, "(logo)Add media to scene fail", result);
+    if (result <= 0) return Fail(message, result, "(logo)Add media to scene fail");
     result = ApplyMediaAttributes(document, media, item, 1);
-    if (result <= 0) return Failed(message, "(logo)Set PIP media attribute fail", result);
+    if (result <= 0) return Fail(message, result, "(logo)Set PIP media attribute fail");
   }
   return 1;
 }

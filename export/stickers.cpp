@@ -36,7 +36,7 @@ void AddStickers(DraftDocument* document, OrmaVideoHandle vv) {
   for (const StickerRecord* sticker = document->stickers; sticker; sticker = sticker->next) {
     if (sticker->imageFolderPath[0] == '\0') continue;
     OrmaCaptionHandle caption =
-        CreateTimelineCaption(document, vv, sticker->imageFolderPath, kCaptionKindSticker, sticker->level);
+        CreateTimelineCaption(document, vv, sticker->imageFolderPath, ORMA_CAPTION_STICKER, sticker->level);
     if (!caption) continue;
     const int32_t r = UpdateStickerParam(document, caption, sticker);
     if (r < 1) std::printf("UpdateStickerParam error %s%d line:%d \n", FullWidthColon().c_str(), r, __LINE__);

@@ -6,13 +6,10 @@
 #include "driver/log_line.h"
 #include "export/convert.h"
 #include "export/export_draft.h"
+#include "export/export_message.h"
 #include "export/resource_path.h"
 
 namespace {
-
-void SetMessage(char* message, const char* text) {
-  if (message) std::snprintf(message, kExportMessageSize, "%s", text);
-}
 
 void ApplyLevel(void* handle, int32_t level) {
   if (level > 0) OrmaUpdateEffectLevel(handle, level);
@@ -75,28 +72,23 @@ OrmaAudioHandle AddAudio(const DraftDocument* document, OrmaVideoHandle vv, cons
       convert::SecondsToUs(track->timelineTo));
 }
 
-int32_t Failed(char* message, const char* text, int32_t result) {
-  SetMessage(message, text);
-  return result;
-}
-
 // The volume is given to the library only when the track is created.
 int32_t AddMusics(const DraftDocument* document, OrmaVideoHandle vv, char* message) {
   for (const AudioTrackRecord* music = document->musics; music; music = music->next) {
     OrmaAudioHandle audio = AddAudio(document, vv, music);
-    if (!audio) return Failed(message, "Add audio media fail", -1961);
+    if (!audio) return Fail(message, -1961, "Add audio media fail");
     int32_t result = OrmaSetAudioMediaCutTime(audio, convert::SecondsToUs(music->trimTimeStart),
                                               convert::SecondsToUs(music->trimTimeEnd));
-    if (result < 1) return Failed(message, "Set audio media cut time fail", result);
+    if (result < 1) return Fail(message, result, "Set audio media cut time fail");
     result = OrmaSetAudioMediaFadeTime(audio, convert::SecondsToUs(music->fadeInDuration),
                                        convert::SecondsToUs(music->fadeOutDuration));
-    if (result < 1) return Failed(message, "Set audio media fade time fail", result);
+    if (result < 1) return Fail(message, result, "Set audio media fade time fail");
     result = OrmaSetAudioMediaPlaySpeed(audio, static_cast<double>(music->speed));
-    if (result < 1) return Failed(message, "Set audio media play speed fail", result);
+    if (result < 1) return Fail(message, result, "Set audio media play speed fail");
     result = OrmaSetAudioMediaEffect(audio, convert::ToInt32(music->audioFilterType));
-    if (result <= 0) return Failed(message, "Set audio media effect fail", result);
+    if (result <= 0) return Fail(message, result, "Set audio media effect fail");
     result = OrmaSetAudioMediaNsLevel(audio, convert::ToInt32(music->denoiseLevel));
-    if (result <= 0) return Failed(message, "Set audio media denoise level fail", result);
+    if (result <= 0) return Fail(message, result, "Set audio media denoise level fail");
   }
   return 1;
 }
@@ -107,21 +99,21 @@ int32_t AddMusics(const DraftDocument* document, OrmaVideoHandle vv, char* messa
 int32_t AddSoundEffects(const DraftDocument* document, OrmaVideoHandle vv, char* message) {
   for (const AudioTrackRecord* sound = document->soundEffects; sound; sound = sound->next) {
     OrmaAudioHandle audio = AddAudio(document, vv, sound);
-    if (!audio) return Failed(message, "Add audio media fail", -2079);
+    if (!audio) return Fail(message, -2079, "Add audio media fail");
     int32_t result = OrmaSetAudioMediaCutTime(audio, convert::SecondsToUs(sound->trimTimeStart),
                                               convert::SecondsToUs(sound->trimTimeEnd));
-    if (result < 1) return Failed(message, "Set audio media cut time fail", result);
+    if (result < 1) return Fail(message, result, "Set audio media cut time fail");
     result = OrmaSetAudioMediaFadeTime(audio, convert::SecondsToUs(sound->fadeInDuration),
                                        convert::SecondsToUs(sound->fadeOutDuration));
-    if (result < 1) return Failed(message, "Set audio media fade time fail", result);
+    if (result < 1) return Fail(message, result, "Set audio media fade time fail");
     result = OrmaSetAudioMediaNsLevel(audio, convert::ToInt32(sound->denoiseLevel));
-    if (result <= 0) return Failed(message, "Set audio media denoise level fail", result);
+    if (result <= 0) return Fail(message, result, "Set audio media denoise level fail");
     result = OrmaSetAudioMediaPlaySpeed(audio, static_cast<double>(sound->speed));
-    if (result < 1) return Failed(message, "Set audio media play speed fail", result);
+    if (result < 1) return Fail(message, result, "Set audio media play speed fail");
     result = OrmaSetAudioMediaVolFactor(audio, static_cast<double>(sound->volume));
-    if (result < 1) return Failed(message, "Set audio media play speed fail", result);
+    if (result < 1) return Fail(message, result, "Set audio media play speed fail");
     result = OrmaSetAudioMediaEffect(audio, convert::ToInt32(sound->audioFilterType));
-    if (result <= 0) return Failed(message, "Set audio media effect fail", result);
+    if (result <= 0) return Fail(message, result, "Set audio media effect fail");
   }
   return 1;
 }
@@ -131,7 +123,7 @@ int32_t AddTonings(const DraftDocument* document, OrmaVideoHandle vv, char* mess
     const OrmaAdjustmentBlock block = ToningAdjustment(toning, document->ver);
     OrmaEffectHandle adjustment = OrmaAddFilterAdjustment(
         vv, &block, convert::SecondsToUs(toning->timelineFrom), convert::SecondsToUs(toning->timelineTo));
-    if (!adjustment) return Failed(message, "Add adjustment fail", -2175);
+    if (!adjustment) return Fail(message, -2175, "Add adjustment fail");
     ApplyLevel(adjustment, toning->level);
   }
   return 1;
@@ -143,7 +135,7 @@ int32_t AddSpecialEffects(const DraftDocument* document, OrmaVideoHandle vv, cha
   for (const EffectRecord* effect = document->specialEffects; effect; effect = effect->next) {
     const float from = effect->timelineFrom * 1000000.0f;
     const float to = effect->timelineTo * 1000000.0f;
-    if (from < 0 || to <= 0) return Failed(message, "Effect timeline is invalid", -2201);
+    if (from < 0 || to <= 0) return Fail(message, -2201, "Effect timeline is invalid");
     const std::string config = ResolveResourcePath(document, effect->folderPath, true);
     OrmaEffectHandle handle = OrmaAddSpecialEffect(vv, config.c_str(), effect->nApplyRange,
                                                    convert::ToInt64(from), convert::ToInt64(to));

@@ -9,11 +9,12 @@
 
 #include "driver/codepage.h"
 #include "platform/platform.h"
+#include "platform/text_number.h"
 
 namespace {
 
 void CopyString(char* buffer, size_t size, const cJSON* item) {
-  if (cJSON_IsString(item) && item->valuestring) std::snprintf(buffer, size, "%s", item->valuestring);
+  if (cJSON_IsString(item) && item->valuestring) platform::CopyText(buffer, size, item->valuestring);
 }
 
 // Hexadecimal window handle as text; a leading "0x" is accepted, like a
@@ -47,7 +48,8 @@ PreviewCommand* parsePreviewCommand(int argc, char** argv) {
   auto* command = new PreviewCommand{};
   CopyString(command->type, sizeof(command->type), type);
   CopyString(command->pipeName, sizeof(command->pipeName), cJSON_GetObjectItem(root, "pipeName"));
-  if (const cJSON* ver = cJSON_GetObjectItem(root, "ver")) command->ver = static_cast<float>(ver->valuedouble);
+  if (const cJSON* ver = cJSON_GetObjectItem(root, "ver"))
+    command->ver = static_cast<float>(ver->valuedouble);
   if (const cJSON* loop = cJSON_GetObjectItem(root, "loop")) command->loop = loop->valueint;
   if (const cJSON* message = cJSON_GetObjectItem(root, "message")) {
     CopyString(command->key, sizeof(command->key), cJSON_GetObjectItem(message, "key"));

@@ -108,7 +108,7 @@ void LayOutUserMedia(MediaInfoEntry* head, const std::string& folder) {
     }
     if (duration <= 0 || video.name[0] == '\0') duration = 3000000; // a still picture
     const int64_t seconds = duration / 1000000;
-    draftjson::CopyText(entry->path, sizeof(entry->path), path.c_str());
+    draftjson::CopyTextZeroFilled(entry->path, sizeof(entry->path), path.c_str());
     entry->timelineFrom = static_cast<float>(start);
     entry->timelineTo = static_cast<float>(start + seconds);
     entry->groupId = index;

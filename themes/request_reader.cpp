@@ -64,15 +64,15 @@ int ReadThemeRequestWhy(ThemeRequest* record, const char* requestPath, std::stri
 
   const cJSON* ver = cJSON_GetObjectItem(root, "ver");
   const cJSON* type = cJSON_GetObjectItem(root, "type");
-  if (type) draftjson::CopyText(record->type, sizeof(record->type), draftjson::StringOf(type));
+  if (type) draftjson::CopyTextZeroFilled(record->type, sizeof(record->type), draftjson::StringOf(type));
   if (!ver) {
     *why = "\"ver\" is missing";
     return 0;
   }
   record->ver = draftjson::RealView(ver);
   if (!type) return 0;
-  draftjson::CopyText(record->themeRoot, sizeof(record->themeRoot),
-                      themes::ThemeLibraryFolder(platform::ProgramPath()).c_str());
+  draftjson::CopyTextZeroFilled(record->themeRoot, sizeof(record->themeRoot),
+                                themes::ThemeLibraryFolder(platform::ProgramPath()).c_str());
   if (std::string(record->type) != "TemplateThemes") return 0;
 
   const char* output = themes::StringOf(root, "outputPath");
@@ -85,7 +85,7 @@ int ReadThemeRequestWhy(ThemeRequest* record, const char* requestPath, std::stri
     *why = "\"outputPath\" is too long";
     return 0;
   }
-  draftjson::CopyText(record->outputPath, sizeof(record->outputPath), outputPath.c_str());
+  draftjson::CopyTextZeroFilled(record->outputPath, sizeof(record->outputPath), outputPath.c_str());
   const std::string outputFolder = OutputFolder(outputPath);
   if (!outputFolder.empty()) themes::EnsureFolderReported(outputFolder);
 
@@ -101,10 +101,10 @@ int ReadThemeRequestWhy(ThemeRequest* record, const char* requestPath, std::stri
     *why = "\"id\" is empty";
     return 0;
   }
-  draftjson::CopyText(record->idGroup, sizeof(record->idGroup), group.c_str());
-  draftjson::CopyText(record->idItem, sizeof(record->idItem), item.c_str());
+  draftjson::CopyTextZeroFilled(record->idGroup, sizeof(record->idGroup), group.c_str());
+  draftjson::CopyTextZeroFilled(record->idItem, sizeof(record->idItem), item.c_str());
   if (config.size() >= sizeof(record->themeConfigPath)) return 0;
-  draftjson::CopyText(record->themeConfigPath, sizeof(record->themeConfigPath), config.c_str());
+  draftjson::CopyTextZeroFilled(record->themeConfigPath, sizeof(record->themeConfigPath), config.c_str());
   if (config.empty()) {
     *why = std::string("no theme \"") + id + "\" in the theme library " + record->themeRoot;
     return 0;

@@ -103,7 +103,7 @@ ThemeRequest* LoadThemeRequest(const char* requestPath) {
   record->volume = -1.0f; // no media-group file: the theme's music keeps its volume
   const std::string path = AbsoluteRequestPath(requestPath);
   if (path.size() >= sizeof(record->requestPath)) return nullptr;
-  draftjson::CopyText(record->requestPath, sizeof(record->requestPath), path.c_str());
+  draftjson::CopyTextZeroFilled(record->requestPath, sizeof(record->requestPath), path.c_str());
 
   std::string why;
   if (ReadThemeRequestWhy(record.get(), record->requestPath, &why) < 1) {
@@ -153,6 +153,6 @@ ThemeRequest* LoadThemeRequest(const char* requestPath) {
   if (!printed) return nullptr;
   const std::string draft = WriteDraft(printed.get(), ticks);
   if (draft.empty() || draft.size() >= sizeof(record->draftPath)) return nullptr;
-  draftjson::CopyText(record->draftPath, sizeof(record->draftPath), draft.c_str());
+  draftjson::CopyTextZeroFilled(record->draftPath, sizeof(record->draftPath), draft.c_str());
   return record.release();
 }

@@ -13,6 +13,42 @@ template <class Apply> int32_t WithAudio(const char* function, OrmaAudioHandle a
   if (Exporting(t->video)) return Refuse(function, kBadState, "an export is running");
   return apply(*t);
 }
+
+// The names a pair of times goes by: in log lines, and in the trace.
+struct TimeNames {
+  const char* first;
+  const char* second;
+  const char* firstArgument;
+  const char* secondArgument;
+};
+
+// A track's trim and its fades are set alike: each time is brought to 0 or more.
+int32_t SetTimes(const char* call, OrmaAudioHandle a, int64_t AudioTrack::*firstField,
+                 int64_t AudioTrack::*secondField, const TimeNames& names, int64_t first, int64_t second) {
+  int32_t r = WithAudio(call, a, [&](AudioTrack& t) {
+    t.*firstField = NotNegative(call, names.first, first);
+    t.*secondField = NotNegative(call, names.second, second);
+    return int32_t{kOk};
+  });
+  return Traced(
+      call,
+      [&] {
+        return TraceArgs().Ptr("audio", a).Int(names.firstArgument, first).Int(names.secondArgument, second);
+      },
+      r);
+}
+
+// The voice effect and the noise-suppression level are stored as given.
+int32_t SetNumber(const char* call, OrmaAudioHandle a, int32_t AudioTrack::*field, const char* argument,
+                  int32_t value) {
+  int32_t r = WithAudio(call, a, [&](AudioTrack& t) {
+    t.*field = value;
+    return int32_t{kOk};
+  });
+  return Traced(
+      call, [&] { return TraceArgs().Ptr("audio", a).Int(argument, value); }, r);
+}
+
 } // namespace
 
 extern "C" {
@@ -68,27 +104,14 @@ ORMA_API OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path,
 
 ORMA_API int32_t OrmaSetAudioMediaCutTime(OrmaAudioHandle a, int64_t trimStartUs, int64_t trimEndUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithAudio(call, a, [&](AudioTrack& t) {
-    t.trimStartUs = NotNegative(call, "trim start", trimStartUs);
-    t.trimEndUs = NotNegative(call, "trim end", trimEndUs);
-    return int32_t{kOk};
-  });
-  return Traced(
-      call,
-      [&] { return TraceArgs().Ptr("audio", a).Int("trimStartUs", trimStartUs).Int("trimEndUs", trimEndUs); },
-      r);
+  return SetTimes(call, a, &AudioTrack::trimStartUs, &AudioTrack::trimEndUs,
+                  {"trim start", "trim end", "trimStartUs", "trimEndUs"}, trimStartUs, trimEndUs);
 }
 
 ORMA_API int32_t OrmaSetAudioMediaFadeTime(OrmaAudioHandle a, int64_t fadeInUs, int64_t fadeOutUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithAudio(call, a, [&](AudioTrack& t) {
-    t.fadeInUs = NotNegative(call, "fade-in", fadeInUs);
-    t.fadeOutUs = NotNegative(call, "fade-out", fadeOutUs);
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("audio", a).Int("fadeInUs", fadeInUs).Int("fadeOutUs", fadeOutUs); },
-      r);
+  return SetTimes(call, a, &AudioTrack::fadeInUs, &AudioTrack::fadeOutUs,
+                  {"fade-in", "fade-out", "fadeInUs", "fadeOutUs"}, fadeInUs, fadeOutUs);
 }
 
 ORMA_API int32_t OrmaSetAudioMediaPlaySpeed(OrmaAudioHandle a, double speed) {
@@ -115,22 +138,12 @@ ORMA_API int32_t OrmaSetAudioMediaVolFactor(OrmaAudioHandle a, double volume) {
 
 ORMA_API int32_t OrmaSetAudioMediaEffect(OrmaAudioHandle a, int32_t type) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithAudio(call, a, [&](AudioTrack& t) {
-    t.effect = type;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("audio", a).Int("type", type); }, r);
+  return SetNumber(call, a, &AudioTrack::effect, "type", type);
 }
 
 ORMA_API int32_t OrmaSetAudioMediaNsLevel(OrmaAudioHandle a, int32_t level) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithAudio(call, a, [&](AudioTrack& t) {
-    t.nsLevel = level;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("audio", a).Int("level", level); }, r);
+  return SetNumber(call, a, &AudioTrack::nsLevel, "level", level);
 }
 
 } // extern "C"

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 #include "engine/api/api.h"
 #include "engine/api/value_limits.h"
@@ -11,6 +12,7 @@
 #include "engine/look/sticker.h"
 #include "engine/text/caption_style.h"
 #include "engine/text/word_art.h"
+#include "platform/text_number.h"
 
 using namespace orma;
 
@@ -28,6 +30,52 @@ template <class Apply> int32_t WithItem(const char* function, OrmaCaptionItemHan
   if (!item) return Refuse(function, kBadHandle, "not a caption item handle");
   if (Exporting(item->caption->video)) return Refuse(function, kBadState, "an export is running");
   return apply(*item);
+}
+
+// The caption's opacity, scale and angle are set alike: a finite number.
+int32_t SetFinite(const char* call, OrmaCaptionHandle c, float Caption::*field, const char* argument,
+                  float value) {
+  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+    if (!std::isfinite(value)) return Refuse(call, kBadArgument, "not a number");
+    caption.*field = value;
+    return int32_t{kOk};
+  });
+  return Traced(
+      call, [&] { return TraceArgs().Ptr("caption", c).Dbl(argument, value); }, r);
+}
+
+// The caption's centre and size are pairs stored as given.
+int32_t SetPair(const char* call, OrmaCaptionHandle c, OrmaFloatPair Caption::*field, const char* first,
+                const char* second, OrmaFloatPair value) {
+  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+    caption.*field = value;
+    return int32_t{kOk};
+  });
+  return Traced(
+      call, [&] { return TraceArgs().Ptr("caption", c).Dbl(first, value.first).Dbl(second, value.second); },
+      r);
+}
+
+// An item's stroke and shadow are whole blocks, kept as given; `describe`
+// adds the fields the trace shows.
+template <class Block, class Describe>
+int32_t SetItemBlock(const char* call, OrmaCaptionItemHandle i,
+                     std::optional<Block> CaptionItemAttributes::*field, const Block* block,
+                     Describe describe) {
+  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+    if (!block) return Refuse(call, kBadArgument, "no block");
+    item.attrs.*field = *block;
+    return int32_t{kOk};
+  });
+  return Traced(
+      call,
+      [&] {
+        TraceArgs t;
+        t.Ptr("item", i);
+        if (block) describe(t, *block);
+        return t;
+      },
+      r);
 }
 
 CaptionItem* NewItem(Caption& caption) {
@@ -90,9 +138,9 @@ struct CaptionKindEntry {
 };
 
 const CaptionKindEntry kCaptionKinds[] = {
-    {0, LoadStyledPieces, nullptr},
-    {1, LoadTemplateLines, TemplateItems},
-    {2, LoadSticker, nullptr},
+    {ORMA_CAPTION_STYLED_PIECES, LoadStyledPieces, nullptr},
+    {ORMA_CAPTION_TEMPLATE_LINES, LoadTemplateLines, TemplateItems},
+    {ORMA_CAPTION_STICKER, LoadSticker, nullptr},
 };
 
 const CaptionKindEntry* FindCaptionKind(int32_t kind) {
@@ -102,7 +150,7 @@ const CaptionKindEntry* FindCaptionKind(int32_t kind) {
 /// A piece's item before the program fills it: its text, white, centred in
 /// the whole caption box, with the style's own values.
 void PieceDefaults(const Caption& caption, CaptionItem* item, const char* text) {
-  std::strncpy(item->block.text, text, sizeof item->block.text - 1);
+  platform::CopyText(item->block.text, text);
   item->block.centerX = 0.5f;
   item->block.centerY = 0.5f;
   item->block.width = 1.0f;
@@ -185,56 +233,27 @@ ORMA_API int32_t OrmaUpdateCaptionTimeline(OrmaCaptionHandle c, int64_t startUs,
 
 ORMA_API int32_t OrmaSetCaptionTransparency(OrmaCaptionHandle c, float opacity) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    if (!std::isfinite(opacity)) return Refuse(call, kBadArgument, "not a number");
-    caption.opacity = opacity;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Dbl("opacity", opacity); }, r);
+  return SetFinite(call, c, &Caption::opacity, "opacity", opacity);
 }
 
 ORMA_API int32_t OrmaSetCaptionPosition(OrmaCaptionHandle c, OrmaFloatPair center) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    caption.center = center;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Dbl("x", center.first).Dbl("y", center.second); }, r);
+  return SetPair(call, c, &Caption::center, "x", "y", center);
 }
 
 ORMA_API int32_t OrmaSetCaptionSize(OrmaCaptionHandle c, OrmaFloatPair size) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    caption.size = size;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Dbl("width", size.first).Dbl("height", size.second); },
-      r);
+  return SetPair(call, c, &Caption::size, "width", "height", size);
 }
 
 ORMA_API int32_t OrmaSetCaptionScale(OrmaCaptionHandle c, float scale) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    if (!std::isfinite(scale)) return Refuse(call, kBadArgument, "not a number");
-    caption.scale = scale;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Dbl("scale", scale); }, r);
+  return SetFinite(call, c, &Caption::scale, "scale", scale);
 }
 
 ORMA_API int32_t OrmaSetCaptionAngle(OrmaCaptionHandle c, float degrees) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    if (!std::isfinite(degrees)) return Refuse(call, kBadArgument, "not a number");
-    caption.angle = degrees;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Dbl("degrees", degrees); }, r);
+  return SetFinite(call, c, &Caption::angle, "degrees", degrees);
 }
 
 ORMA_API int32_t OrmaCaptionGetItemCount(OrmaCaptionHandle c) {
@@ -347,38 +366,17 @@ ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, cons
 
 ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle i, const OrmaStrokeBlock* stroke) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
-    if (!stroke) return Refuse(call, kBadArgument, "no block");
-    item.attrs.stroke = *stroke;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("item", i);
-        if (stroke) t.Dbl("width", stroke->width).Floats("color", stroke->color, 4);
-        return t;
-      },
-      r);
+  return SetItemBlock(
+      call, i, &CaptionItemAttributes::stroke, stroke,
+      [](TraceArgs& t, const OrmaStrokeBlock& b) { t.Dbl("width", b.width).Floats("color", b.color, 4); });
 }
 
 ORMA_API int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle i, const OrmaShadowBlock* shadow) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
-    if (!shadow) return Refuse(call, kBadArgument, "no block");
-    item.attrs.shadow = *shadow;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("item", i);
-        if (shadow) t.Dbl("blur", shadow->blur).Dbl("angle", shadow->angle).Dbl("distance", shadow->distance);
-        return t;
-      },
-      r);
+  return SetItemBlock(call, i, &CaptionItemAttributes::shadow, shadow,
+                      [](TraceArgs& t, const OrmaShadowBlock& b) {
+                        t.Dbl("blur", b.blur).Dbl("angle", b.angle).Dbl("distance", b.distance);
+                      });
 }
 
 ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle i, int32_t enable,

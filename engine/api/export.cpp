@@ -3,6 +3,7 @@
 
 #include "engine/api/api.h"
 #include "engine/encode/export_run.h"
+#include "platform/text_number.h"
 
 using namespace orma;
 
@@ -88,7 +89,7 @@ ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, Orm
         video->frameRate = probe.frameRate;
         // A still picture reports no codec name: callers tell pictures from
         // clips by it.
-        if (!probe.still) std::strncpy(video->name, probe.videoCodec.c_str(), sizeof video->name - 1);
+        if (!probe.still) platform::CopyText(video->name, probe.videoCodec.c_str());
       }
     }
     if (audio) {
@@ -97,7 +98,7 @@ ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, Orm
         audio->present = 1;
         audio->sampleRate = probe.sampleRate;
         audio->channels = probe.channels;
-        std::strncpy(audio->name, probe.audioCodec.c_str(), sizeof audio->name - 1);
+        platform::CopyText(audio->name, probe.audioCodec.c_str());
       }
     }
     return int32_t{kOk};

@@ -101,7 +101,8 @@ extern "C" {
 ORMA_API int32_t OrmaSetMediaFlip(OrmaMediaHandle m, int32_t mode) {
   ORMA_ENTRY_NAME;
   int32_t r = WithMedia(call, m, [&](Media& media) {
-    if (mode < 0 || mode > 3) return Refuse(call, kBadArgument, "flip mode must be 0 to 3");
+    if (mode < ORMA_FLIP_NONE || mode > ORMA_FLIP_BOTH)
+      return Refuse(call, kBadArgument, "flip mode must be 0 to 3");
     media.attrs.flip = mode;
     return int32_t{kOk};
   });

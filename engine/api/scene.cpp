@@ -146,7 +146,7 @@ ORMA_API int32_t OrmaSetSceneTransitionMode(OrmaVideoHandle vv, OrmaSceneHandle 
       return Refuse(call, kBadHandle, "the scene is not on this virtual video");
     // Mode 3: the transition is centred on the cut and the timeline keeps
     // its length. It is the only mode the engine has.
-    if (mode != 3) return Refuse(call, kBadArgument, "only mode 3 is supported");
+    if (mode != ORMA_TRANSITION_CENTRED) return Refuse(call, kBadArgument, "only mode 3 is supported");
     s.transitionMode = mode;
     return int32_t{kOk};
   });

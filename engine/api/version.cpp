@@ -13,6 +13,7 @@ extern "C" {
 #include <cstdio>
 
 #include "engine/api/api.h"
+#include "platform/text_number.h"
 
 using namespace orma;
 
@@ -33,11 +34,11 @@ ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
   int32_t r = [&] {
     if (!versions) return Refuse(call, kBadArgument, "no version block");
     *versions = OrmaVersionBlock{};
-    std::snprintf(versions->core, sizeof versions->core, "%s", ORMA_CORE_VERSION);
+    platform::CopyText(versions->core, ORMA_CORE_VERSION);
     const char* mlt = mlt_version_get_string();
-    std::snprintf(versions->mlt, sizeof versions->mlt, "%s", mlt ? mlt : "");
+    platform::CopyText(versions->mlt, mlt);
     const char* ffmpeg = av_version_info();
-    std::snprintf(versions->ffmpeg, sizeof versions->ffmpeg, "%s", ffmpeg ? ffmpeg : "");
+    platform::CopyText(versions->ffmpeg, ffmpeg);
     WriteVersion(versions->libavformat, sizeof versions->libavformat, avformat_version());
     WriteVersion(versions->libavcodec, sizeof versions->libavcodec, avcodec_version());
     return int32_t{kOk};

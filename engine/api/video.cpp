@@ -17,6 +17,37 @@ template <class Apply> int32_t Setting(const char* function, OrmaVideoHandle vv,
   return apply(*v);
 }
 
+// The video and the sound codec, bit rate and hardware switch are set alike;
+// only the setting written differs.
+int32_t SetCodec(const char* call, OrmaVideoHandle vv, std::string ExportSettings::*codec, const char* name) {
+  int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
+    if (!name || !*name) return Refuse(call, kBadArgument, "empty codec name");
+    v.settings.*codec = name;
+    return int32_t{kOk};
+  });
+  return Traced(
+      call, [&] { return TraceArgs().Ptr("vv", vv).Text("name", name); }, r);
+}
+
+int32_t SetKbits(const char* call, OrmaVideoHandle vv, int ExportSettings::*rate, int32_t kbits) {
+  int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
+    if (kbits <= 0) return Refuse(call, kBadArgument, "bit rate must be positive");
+    v.settings.*rate = kbits;
+    return int32_t{kOk};
+  });
+  return Traced(
+      call, [&] { return TraceArgs().Ptr("vv", vv).Int("kbits", kbits); }, r);
+}
+
+int32_t SetHardware(const char* call, OrmaVideoHandle vv, int ExportSettings::*use, int32_t mode) {
+  int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
+    v.settings.*use = mode;
+    return int32_t{kOk};
+  });
+  return Traced(
+      call, [&] { return TraceArgs().Ptr("vv", vv).Int("mode", mode); }, r);
+}
+
 } // namespace
 
 extern "C" {
@@ -66,13 +97,7 @@ ORMA_API int32_t OrmaSetOutPath(OrmaVideoHandle vv, const char* path) {
 ORMA_API int32_t OrmaSetVideoCodec(OrmaVideoHandle vv, const char* name) {
   ORMA_ENTRY_NAME;
   // Any FFmpeg encoder name; it is checked when the export starts.
-  int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
-    if (!name || !*name) return Refuse(call, kBadArgument, "empty codec name");
-    v.settings.videoCodec = name;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Text("name", name); }, r);
+  return SetCodec(call, vv, &ExportSettings::videoCodec, name);
 }
 
 ORMA_API int32_t OrmaSetFPS(OrmaVideoHandle vv, double fps) {
@@ -90,13 +115,7 @@ ORMA_API int32_t OrmaSetFPS(OrmaVideoHandle vv, double fps) {
 
 ORMA_API int32_t OrmaSetVideoBitrate(OrmaVideoHandle vv, int32_t kbits) {
   ORMA_ENTRY_NAME;
-  int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
-    if (kbits <= 0) return Refuse(call, kBadArgument, "bit rate must be positive");
-    v.settings.videoKbits = kbits;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Int("kbits", kbits); }, r);
+  return SetKbits(call, vv, &ExportSettings::videoKbits, kbits);
 }
 
 ORMA_API int32_t OrmaSetAudioChannels(OrmaVideoHandle vv, int32_t channels) {
@@ -124,46 +143,24 @@ ORMA_API int32_t OrmaSetAudioSamples(OrmaVideoHandle vv, int32_t sampleRate) {
 
 ORMA_API int32_t OrmaSetAudioBitrate(OrmaVideoHandle vv, int32_t kbits) {
   ORMA_ENTRY_NAME;
-  int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
-    if (kbits <= 0) return Refuse(call, kBadArgument, "bit rate must be positive");
-    v.settings.audioKbits = kbits;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Int("kbits", kbits); }, r);
+  return SetKbits(call, vv, &ExportSettings::audioKbits, kbits);
 }
 
 ORMA_API int32_t OrmaSetAudioCodec(OrmaVideoHandle vv, const char* name) {
   ORMA_ENTRY_NAME;
   // A video encoder's name here means "the container's usual audio
   // encoder" (the program passes its video codec); see docs/engine.md.
-  int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
-    if (!name || !*name) return Refuse(call, kBadArgument, "empty codec name");
-    v.settings.audioCodec = name;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Text("name", name); }, r);
+  return SetCodec(call, vv, &ExportSettings::audioCodec, name);
 }
 
 ORMA_API int32_t OrmaEnableHWDecoder(OrmaVideoHandle vv, int32_t mode) {
   ORMA_ENTRY_NAME;
-  int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
-    v.settings.hwDecoder = mode;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Int("mode", mode); }, r);
+  return SetHardware(call, vv, &ExportSettings::hwDecoder, mode);
 }
 
 ORMA_API int32_t OrmaEnableHWEncoder(OrmaVideoHandle vv, int32_t mode) {
   ORMA_ENTRY_NAME;
-  int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
-    v.settings.hwEncoder = mode;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Int("mode", mode); }, r);
+  return SetHardware(call, vv, &ExportSettings::hwEncoder, mode);
 }
 
 ORMA_API int32_t OrmaSetOutputStreams(OrmaVideoHandle vv, int32_t streams) {

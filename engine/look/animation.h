@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "corelib/orma_core.h"
+
 struct cJSON;
 
 namespace orma {
@@ -71,7 +73,11 @@ private:
 };
 
 /// Animation types of OrmaSetMediaAnimation.
-enum AnimationType { kAnimationIn = 0, kAnimationOut = 1, kAnimationLoop = 2 };
+enum AnimationType {
+  kAnimationIn = ORMA_ANIMATION_IN,
+  kAnimationOut = ORMA_ANIMATION_OUT,
+  kAnimationLoop = ORMA_ANIMATION_LOOP
+};
 
 /// An animation as placed on an item.
 struct PlacedAnimation {

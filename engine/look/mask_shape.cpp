@@ -81,12 +81,13 @@ bool HasCorners(const OrmaMaskShapeBlock& s) {
 
 float Lerp(float a, float b, float t) { return a + (b - a) * t; }
 
+} // namespace
+
+// One frame of a matte: a decoded video frame, or the still picture.
 struct MatteFrame {
   DecodedPtr decoded;
   PicturePtr picture;
 };
-
-} // namespace
 
 bool ParseMaskConfig(const std::string& text, const std::string& where, MaskConfig* out, std::string* error) {
   std::unique_ptr<cJSON, void (*)(cJSON*)> root(cJSON_Parse(text.c_str()), cJSON_Delete);
@@ -352,7 +353,7 @@ void LumaMatte::Release() {
   video_.reset();
 }
 
-std::shared_ptr<const void> LumaMatte::Fetch(int64_t itemFrame) {
+std::shared_ptr<const MatteFrame> LumaMatte::Fetch(int64_t itemFrame) {
   if (!probe_.ok || !probe_.hasVideo) return nullptr;
   if (probe_.still) {
     if (!still_) {
@@ -388,9 +389,9 @@ std::shared_ptr<const void> LumaMatte::Fetch(int64_t itemFrame) {
   return frame;
 }
 
-void LumaMatte::Apply(Yuv& img, const std::shared_ptr<const void>& frame) const {
+void LumaMatte::Apply(Yuv& img, const std::shared_ptr<const MatteFrame>& frame) const {
   if (!frame || !img.p[3]) return;
-  const MatteFrame& m = *static_cast<const MatteFrame*>(frame.get());
+  const MatteFrame& m = *frame;
   Picture& scaled = ScratchPicture(45, img.w, img.h, false);
   bool ok = false;
   if (m.picture) {

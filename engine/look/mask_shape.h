@@ -91,22 +91,25 @@ private:
   mutable Cache cache_;
 };
 
+/// One frame of a luma matte, as Fetch hands it to Apply.
+struct MatteFrame;
+
 /// A mask video or picture, read as a luma matte.
 class LumaMatte {
 public:
   LumaMatte(const std::string& path, RenderContext& ctx);
   ~LumaMatte();
   /// Sequential: the matte for the item's frame (a video loops).
-  std::shared_ptr<const void> Fetch(int64_t itemFrame);
+  std::shared_ptr<const MatteFrame> Fetch(int64_t itemFrame);
   /// Parallel: multiplies img's alpha (which must exist) by the matte.
-  void Apply(Yuv& img, const std::shared_ptr<const void>& frame) const;
+  void Apply(Yuv& img, const std::shared_ptr<const MatteFrame>& frame) const;
   void Release();
 
 private:
   MediaProbe probe_;
   RenderContext& ctx_;
   std::unique_ptr<VideoDecoder> video_;
-  std::shared_ptr<const void> still_;
+  std::shared_ptr<const MatteFrame> still_;
   int64_t frames_ = 1;
 };
 

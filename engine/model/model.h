@@ -61,15 +61,15 @@ struct MediaAttributes {
   UsPair cut;                   ///< trim in and out of the source
   float crop[4] = {0, 0, 0, 0}; ///< source share (l, t, r, b); all zero: the whole source
   float show[4] = {0, 0, 0, 0}; ///< canvas share (l, t, r, b); all zero: the whole canvas
-  int flip = 0;                 ///< 1 horizontal, 2 vertical, 3 both
+  int flip = ORMA_FLIP_NONE;    ///< an OrmaFlip: the sum of the mirrors
   int angle = 0;                ///< degrees
   double opacity = 1.0;
   double speed = 1.0;
   double volume = 1.0;
   UsPair audioFade; ///< fade in, fade out
   int audioEffect = 0, audioNsLevel = 0;
-  int displayMode = 0; ///< 1: the blur is shown
-  int blendMode = 0;
+  int displayMode = ORMA_DISPLAY_PLAIN; ///< ORMA_DISPLAY_BLURRED: the blur is shown
+  int blendMode = ORMA_BLEND_NORMAL;
   int brightness = 0, contrast = 0, saturation = 0, whiteBalance = 0, tint = 0, highlight = 0, shadows = 0,
       lightSensation = 0, fade = 0, sharpness = 0, vignette = 0, graininess = 0;
   int beautyBlur = 0, beautyBright = 0, beautyTone = 0, bigEye = 0, thinFace = 0;
@@ -204,7 +204,7 @@ struct StickerSheet;
 struct Caption : Element {
   Caption() : Element(HandleType::Caption, ElementKind::Caption) {}
   std::string configPath;
-  int32_t captionKind = 0; ///< 0 styled pieces, 1 template lines, 2 sticker
+  int32_t captionKind = ORMA_CAPTION_STYLED_PIECES; ///< an OrmaCaptionKind
   float opacity = 1.0f;
   OrmaFloatPair center{0.5f, 0.5f};
   OrmaFloatPair size{0.0f, 0.0f};

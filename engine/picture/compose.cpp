@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include "corelib/orma_core.h"
 #include "engine/core/registry.h"
 #include "engine/core/vector_clones.h"
 #include "engine/picture/geometry.h"
@@ -38,14 +39,21 @@ float Subtract(float s, float d) { return std::max(0.0f, d - s); }
 // 1 is the draft's cut-out mode: the chroma key makes the cut, the item is
 // then laid over normally.
 const BlendModeInfo kModes[] = {
-    {0, "normal", nullptr},        {1, "cut-out", nullptr},
-    {2, "multiply", Multiply},     {3, "screen", Screen},
-    {4, "overlay", Overlay},       {5, "darken", Darken},
-    {6, "lighten", Lighten},       {7, "colour dodge", ColorDodge},
-    {8, "colour burn", ColorBurn}, {9, "soft light", SoftLight},
-    {10, "hard light", HardLight}, {11, "difference", Difference},
-    {12, "exclusion", Exclusion},  {13, "add", Add},
-    {14, "subtract", Subtract},
+    {ORMA_BLEND_NORMAL, "normal", nullptr},
+    {ORMA_BLEND_CUT_OUT, "cut-out", nullptr},
+    {ORMA_BLEND_MULTIPLY, "multiply", Multiply},
+    {ORMA_BLEND_SCREEN, "screen", Screen},
+    {ORMA_BLEND_OVERLAY, "overlay", Overlay},
+    {ORMA_BLEND_DARKEN, "darken", Darken},
+    {ORMA_BLEND_LIGHTEN, "lighten", Lighten},
+    {ORMA_BLEND_COLOR_DODGE, "colour dodge", ColorDodge},
+    {ORMA_BLEND_COLOR_BURN, "colour burn", ColorBurn},
+    {ORMA_BLEND_SOFT_LIGHT, "soft light", SoftLight},
+    {ORMA_BLEND_HARD_LIGHT, "hard light", HardLight},
+    {ORMA_BLEND_DIFFERENCE, "difference", Difference},
+    {ORMA_BLEND_EXCLUSION, "exclusion", Exclusion},
+    {ORMA_BLEND_ADD, "add", Add},
+    {ORMA_BLEND_SUBTRACT, "subtract", Subtract},
 };
 
 struct Inverse {

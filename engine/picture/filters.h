@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "corelib/orma_core.h"
 #include "engine/picture/image.h"
 
 namespace orma {
@@ -22,7 +23,11 @@ struct BlurSettings {
   bool Active() const { return intensity > 0.0f; }
 };
 
-enum BlurType { kBlurGaussian = 0, kBlurRadial = 1, kBlurMotion = 2 };
+enum BlurType {
+  kBlurGaussian = ORMA_BLUR_GAUSSIAN,
+  kBlurRadial = ORMA_BLUR_RADIAL,
+  kBlurMotion = ORMA_BLUR_MOTION
+};
 
 /// Applies a blur block to the colour planes (and the alpha plane, when the
 /// picture has one, for the Gaussian and motion blurs).

@@ -11,19 +11,24 @@ namespace orma {
 
 namespace {
 
+// The scaled picture, held by every frame that paints it.
+struct PictureJob : FrameJob {
+  PicturePtr picture;
+};
+
 class PicturePainter : public Painter {
 public:
   PicturePainter(const Background& background, RenderContext& ctx) : probe_(background.picture), ctx_(ctx) {}
 
-  std::shared_ptr<void> Prepare(const SceneRenderer&) override {
+  FrameJobPtr Prepare(const SceneRenderer&) override {
     if (!canvas_ && !failed_) Load();
     return canvas_;
   }
 
   void Paint(const SceneRenderer&, const SceneRenderer::Frame& frame, Yuv& canvas) const override {
-    auto picture = std::static_pointer_cast<Picture>(frame.background);
-    if (picture)
-      CopyPicture(canvas, picture->view());
+    const PictureJob* job = JobAs<PictureJob>(frame.background.get());
+    if (job)
+      CopyPicture(canvas, job->picture->view());
     else
       Fill(canvas, RgbToYuv(0, 0, 0, ctx_.matrix));
   }
@@ -59,12 +64,13 @@ private:
     auto canvas = std::make_shared<Picture>(ctx_.width, ctx_.height, false);
     Fill(canvas->view(), RgbToYuv(0, 0, 0, ctx_.matrix));
     Blend(canvas->view(), withAlpha.view(), 0, 0, 1.0f);
-    canvas_ = canvas;
+    canvas_ = std::make_shared<PictureJob>();
+    canvas_->picture = canvas;
   }
 
   MediaProbe probe_;
   RenderContext& ctx_;
-  std::shared_ptr<Picture> canvas_;
+  std::shared_ptr<PictureJob> canvas_;
   bool failed_ = false;
 };
 

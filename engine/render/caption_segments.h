@@ -8,8 +8,25 @@
 #include "engine/model/model.h"
 #include "engine/render/scene.h"
 #include "engine/render/segment.h"
+#include "engine/text/caption_pose.h"
 
 namespace orma {
+
+/// What both kinds of caption segment start from: the caption over its span
+/// of the timeline, drawn over the picture below, moved by its key frames.
+template <class Job> class CaptionSegment : public SegmentOf<Job> {
+protected:
+  CaptionSegment(const Caption& caption, RenderContext& ctx)
+      : caption_(caption), ctx_(ctx), motion_(caption, ctx.width, ctx.height) {
+    this->start = UsToFrames(caption.startUs, ctx.fps);
+    this->end = UsToFrames(caption.endUs, ctx.fps);
+    this->overlay = true;
+  }
+
+  const Caption& caption_;
+  RenderContext& ctx_;
+  CaptionMotion motion_;
+};
 
 using CaptionSegmentFactory = std::unique_ptr<Segment> (*)(const Caption&, RenderContext&);
 

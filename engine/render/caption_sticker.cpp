@@ -17,34 +17,27 @@ namespace orma {
 
 namespace {
 
-struct StickerJob {
+struct StickerJob : FrameJob {
   std::shared_ptr<const Sprite> sprite;
   Affine place;
   float opacity = 1;
 };
 
-class StickerSegment : public Segment {
+class StickerSegment : public CaptionSegment<StickerJob> {
 public:
-  StickerSegment(const Caption& caption, RenderContext& ctx)
-      : caption_(caption), ctx_(ctx), motion_(caption, ctx.width, ctx.height) {
-    start = UsToFrames(caption.startUs, ctx.fps);
-    end = UsToFrames(caption.endUs, ctx.fps);
-    overlay = true;
-  }
+  StickerSegment(const Caption& caption, RenderContext& ctx) : CaptionSegment(caption, ctx) {}
 
-  std::shared_ptr<void> Fetch(int64_t f) override {
+protected:
+  std::shared_ptr<StickerJob> FetchJob(int64_t f) override {
     std::shared_ptr<StickerJob> job;
     if (Load()) job = Place(f);
     if (f >= end - 1) Drop(); // in-flight jobs keep the sprites they use
     return job;
   }
 
-  void Render(const std::shared_ptr<void>& job, Yuv& canvas) const override {
-    auto* j = static_cast<const StickerJob*>(job.get());
-    if (j && j->sprite) DrawSprite(*j->sprite, j->place, j->opacity, SpritePart{}, canvas, ctx_.matrix);
+  void RenderJob(const StickerJob& job, Yuv& canvas) const override {
+    if (job.sprite) DrawSprite(*job.sprite, job.place, job.opacity, SpritePart{}, canvas, ctx_.matrix);
   }
-
-  void Audio(const std::shared_ptr<void>&, AudioBlock&) const override {}
 
 private:
   bool Load() {
@@ -105,9 +98,6 @@ private:
     return job;
   }
 
-  const Caption& caption_;
-  RenderContext& ctx_;
-  CaptionMotion motion_;
   StickerFrames frames_;
   std::map<size_t, std::shared_ptr<Sprite>> scaled_;
   bool loaded_ = false;

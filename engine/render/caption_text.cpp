@@ -72,7 +72,7 @@ void DrawParts(const Sprite& sprite, const Affine& place, float opacity, const S
     if (shown(parts[i])) DrawSprite(*blurred, padded, opacity, Padded(parts[i], sprite, pad), canvas, matrix);
 }
 
-struct CaptionJob {
+struct CaptionJob : FrameJob {
   std::vector<DrawOp> ops;
 };
 
@@ -94,19 +94,16 @@ double LargestScale(const AnimationClip& clip) {
   return std::min(s, 4.0);
 }
 
-class TextSegment : public Segment {
+class TextSegment : public CaptionSegment<CaptionJob> {
 public:
-  TextSegment(const Caption& caption, RenderContext& ctx)
-      : caption_(caption), ctx_(ctx), motion_(caption, ctx.width, ctx.height) {
-    start = UsToFrames(caption.startUs, ctx.fps);
-    end = UsToFrames(caption.endUs, ctx.fps);
-    overlay = true;
+  TextSegment(const Caption& caption, RenderContext& ctx) : CaptionSegment(caption, ctx) {
     scale_ = motion_.MaxScale();
     for (const CaptionItem* item : caption.items)
       Plan(*item);
   }
 
-  std::shared_ptr<void> Fetch(int64_t f) override {
+protected:
+  std::shared_ptr<CaptionJob> FetchJob(int64_t f) override {
     int64_t us = std::max<int64_t>(0, FramesToUs(f, ctx_.fps) - caption_.startUs);
     CaptionPose pose = motion_.At(us);
     auto job = std::make_shared<CaptionJob>();
@@ -158,18 +155,14 @@ public:
     return job;
   }
 
-  void Render(const std::shared_ptr<void>& job, Yuv& canvas) const override {
-    auto* j = static_cast<const CaptionJob*>(job.get());
-    if (!j) return;
-    for (const DrawOp& op : j->ops) {
+  void RenderJob(const CaptionJob& job, Yuv& canvas) const override {
+    for (const DrawOp& op : job.ops) {
       DrawParts(*op.raster->base, op.place, op.opacity, &op.clip, 1, op.blur, canvas, ctx_.matrix);
       if (!op.highlight.empty())
         DrawParts(*op.raster->highlight, op.place, op.opacity, op.highlight.data(), op.highlight.size(),
                   op.blur, canvas, ctx_.matrix);
     }
   }
-
-  void Audio(const std::shared_ptr<void>&, AudioBlock&) const override {}
 
 private:
   bool Raster(ItemPlan& item) {
@@ -215,7 +208,7 @@ private:
     const CaptionPose& rest = motion_.rest();
     double boxW = rest.boxW > 0 ? rest.boxW : ctx_.width;
     double boxH = rest.boxH > 0 ? rest.boxH : ctx_.height;
-    bool templateItem = caption_.captionKind == 1;
+    bool templateItem = caption_.captionKind == ORMA_CAPTION_TEMPLATE_LINES;
     // A template's sizes are style pixels of a style box that fills the
     // caption's box; a piece's sizes are output pixels.
     double unit = templateItem && style && style->width > 0 ? boxW / style->width : 1.0;
@@ -291,7 +284,7 @@ private:
     if (source.attrs.backgroundEnabled && source.attrs.background) {
       const OrmaCaptionBackgroundBlock& box = *source.attrs.background;
       look.box = true;
-      look.boxParagraph = box.type == 1;
+      look.boxParagraph = box.type == ORMA_CAPTION_BOX_PARAGRAPH;
       look.boxColor = ToRgba(box.color);
       look.boxRound = std::clamp(box.roundFactor, 0.0f, 1.0f);
       look.boxPadX = std::max(0.0f, box.padding[0]) * lengths;
@@ -324,9 +317,6 @@ private:
     items_.push_back(std::move(item));
   }
 
-  const Caption& caption_;
-  RenderContext& ctx_;
-  CaptionMotion motion_;
   double scale_ = 1;
   std::vector<ItemPlan> items_;
 };

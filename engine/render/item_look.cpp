@@ -17,32 +17,6 @@ constexpr float kPi = 3.14159265358979f;
 
 int Even(float v) { return std::max(2, static_cast<int>(std::lround(v / 2.0f)) * 2); }
 
-struct Area {
-  int x, y, w, h;
-};
-
-// The source area of a crop rectangle (share of the source), on even
-// offsets as 4:2:0 needs.
-Area CropArea(const float crop[4], int width, int height) {
-  float c[4];
-  for (int k = 0; k < 4; ++k)
-    c[k] = std::clamp(crop[k], 0.0f, 1.0f);
-  if (c[2] <= c[0] || c[3] <= c[1]) {
-    c[0] = c[1] = 0;
-    c[2] = c[3] = 1;
-  }
-  Area a;
-  a.x = static_cast<int>(std::floor(c[0] * width / 2.0f)) * 2;
-  a.y = static_cast<int>(std::floor(c[1] * height / 2.0f)) * 2;
-  a.w = std::max(1, static_cast<int>(std::lround((c[2] - c[0]) * width)));
-  a.h = std::max(1, static_cast<int>(std::lround((c[3] - c[1]) * height)));
-  a.x = std::clamp(a.x, 0, std::max(0, width - 2));
-  a.y = std::clamp(a.y, 0, std::max(0, height - 2));
-  a.w = std::min(a.w, width - a.x);
-  a.h = std::min(a.h, height - a.y);
-  return a;
-}
-
 } // namespace
 
 ItemLook::ItemLook(const Media& media, RenderContext& ctx) : media_(media), ctx_(ctx) {}
@@ -62,10 +36,10 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
   itemUs_ = FramesToUs(durationFrames, ctx_.fps);
   angle_ = a.angle;
   blendMode_ = a.blendMode;
-  if (blendMode_ != 0 && !FindBlendMode(blendMode_)) {
+  if (blendMode_ != ORMA_BLEND_NORMAL && !FindBlendMode(blendMode_)) {
     LogOnce("blend-" + std::to_string(blendMode_),
             "blend mode " + std::to_string(blendMode_) + " is not known; the item is laid over normally");
-    blendMode_ = 0;
+    blendMode_ = ORMA_BLEND_NORMAL;
   }
   color_.brightness = a.brightness;
   color_.contrast = a.contrast;
@@ -100,7 +74,7 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
     blur_.centerY = block.centerY;
     blur_.radius = block.radius;
   }
-  blurShown_ = a.displayMode == 1 && blur_.Active();
+  blurShown_ = a.displayMode == ORMA_DISPLAY_BLURRED && blur_.Active();
 
   if (a.chromaKeyEnabled) {
     const int32_t* key = a.chromaKey;
@@ -150,9 +124,9 @@ bool ItemLook::Build(const ItemLayout& layout, int64_t durationFrames, std::stri
 }
 
 bool ItemLook::Needed() const {
-  return angle_ % 360 != 0 || blendMode_ > 1 || !color_.Neutral() || lut_ || sharpness_ != 0 ||
-         vignette_ > 0 || graininess_ > 0 || beautyBlur_ > 0 || faceLevels_.Active() || blurShown_ ||
-         chroma_ || !keyFrames_.Empty() || !animations_.empty() || !masks_.empty() || matte_ ||
+  return angle_ % 360 != 0 || blendMode_ > ORMA_BLEND_CUT_OUT || !color_.Neutral() || lut_ ||
+         sharpness_ != 0 || vignette_ > 0 || graininess_ > 0 || beautyBlur_ > 0 || faceLevels_.Active() ||
+         blurShown_ || chroma_ || !keyFrames_.Empty() || !animations_.empty() || !masks_.empty() || matte_ ||
          !media_.specialEffects.empty();
 }
 
@@ -217,7 +191,7 @@ std::shared_ptr<const LookFrame> ItemLook::Prepare(int64_t itemFrame, const Sour
 
   f->covers = f->opacity >= 1.0f && f->pose.Neutral() && std::fmod(f->rotation, 360.0f) == 0.0f &&
               f->show[0] == 0 && f->show[1] == 0 && f->show[2] == ctx_.width && f->show[3] == ctx_.height &&
-              !chroma_ && blendMode_ <= 1 && masks_.empty() && !matte_;
+              !chroma_ && blendMode_ <= ORMA_BLEND_CUT_OUT && masks_.empty() && !matte_;
   return f;
 }
 
@@ -244,13 +218,13 @@ void ItemLook::Draw(const SourceFrame& source, const LookFrame& f, Yuv& canvas) 
 
   if (source.still) {
     const Yuv& s = source.still->view();
-    Area a = CropArea(f.crop, s.w, s.h);
+    SourceArea a = CropArea(f.crop, s.w, s.h);
     Colorimetry c;
     c.matrix = matrix;
     if (!ScaleYuv(s, a.x, a.y, a.w, a.h, c, alphaPending ? colour : view, matrix, false)) return;
   } else if (source.decoded) {
     const Decoded& d = *source.decoded;
-    Area a = CropArea(f.crop, d.width, d.height);
+    SourceArea a = CropArea(f.crop, d.width, d.height);
     if (rgba) {
       if (!ScaleRgba(d.rgba, d.width * 4, a.x, a.y, a.w, a.h, view, matrix)) return;
     } else if (!ScaleYuv(d.yuv, a.x, a.y, a.w, a.h, d.color, alphaPending ? colour : view, matrix, false)) {

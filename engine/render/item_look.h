@@ -45,7 +45,7 @@ struct LookFrame {
   BlurSettings blur;
   bool covers = false;                        ///< an opaque picture over the whole canvas
   std::vector<OrmaMaskShapeBlock> maskShapes; ///< one per mask layer
-  std::shared_ptr<const void> matte;          ///< the mask video's or picture's frame
+  std::shared_ptr<const MatteFrame> matte;    ///< the mask video's or picture's frame
   std::shared_ptr<const FaceList> faces;      ///< faces to shape (face_warp.h)
 };
 

@@ -81,8 +81,8 @@ MediaSource::MediaSource(const Media& media, int64_t sceneFrames, RenderContext&
   layout_.w = std::max(2, x1 - x0);
   layout_.h = std::max(2, y1 - y0);
   int flip = a.flip;
-  layout_.mirrorH = (flip & 1) != 0;
-  layout_.mirrorV = (flip & 2) != 0;
+  layout_.mirrorH = (flip & ORMA_FLIP_HORIZONTAL) != 0;
+  layout_.mirrorV = (flip & ORMA_FLIP_VERTICAL) != 0;
   layout_.opacity = static_cast<float>(std::clamp(a.opacity, 0.0, 1.0));
 
   std::string error;

@@ -26,24 +26,27 @@ Yuv SubView(Yuv& canvas, int x, int y, int w, int h) {
   return v;
 }
 
-struct SourceArea {
-  int x, y, w, h;
-};
+} // namespace
 
-SourceArea CropArea(const ItemLayout& layout, int width, int height) {
+SourceArea CropArea(const float crop[4], int width, int height) {
+  float c[4];
+  for (int k = 0; k < 4; ++k)
+    c[k] = std::clamp(crop[k], 0.0f, 1.0f);
+  if (c[2] <= c[0] || c[3] <= c[1]) {
+    c[0] = c[1] = 0;
+    c[2] = c[3] = 1;
+  }
   SourceArea a;
-  a.x = static_cast<int>(std::floor(layout.crop[0] * width / 2.0)) * 2;
-  a.y = static_cast<int>(std::floor(layout.crop[1] * height / 2.0)) * 2;
-  a.w = std::max(1, static_cast<int>(std::lround((layout.crop[2] - layout.crop[0]) * width)));
-  a.h = std::max(1, static_cast<int>(std::lround((layout.crop[3] - layout.crop[1]) * height)));
+  a.x = static_cast<int>(std::floor(c[0] * width / 2.0f)) * 2;
+  a.y = static_cast<int>(std::floor(c[1] * height / 2.0f)) * 2;
+  a.w = std::max(1, static_cast<int>(std::lround((c[2] - c[0]) * width)));
+  a.h = std::max(1, static_cast<int>(std::lround((c[3] - c[1]) * height)));
   a.x = std::clamp(a.x, 0, std::max(0, width - 2));
   a.y = std::clamp(a.y, 0, std::max(0, height - 2));
   a.w = std::min(a.w, width - a.x);
   a.h = std::min(a.h, height - a.y);
   return a;
 }
-
-} // namespace
 
 void DrawItem(const SourceFrame& frame, const ItemLayout& layout, Yuv& canvas, int matrix) {
   if (!frame.visible) return;
@@ -57,7 +60,7 @@ void DrawItem(const SourceFrame& frame, const ItemLayout& layout, Yuv& canvas, i
   }
   if (!frame.decoded) return;
   const Decoded& d = *frame.decoded;
-  SourceArea area = CropArea(layout, d.width, d.height);
+  SourceArea area = CropArea(layout.crop, d.width, d.height);
   if (d.rgba) {
     Picture& item = ScratchPicture(0, layout.w, layout.h, true);
     ScaleRgba(d.rgba, d.width * 4, area.x, area.y, area.w, area.h, item.view(), matrix);
@@ -109,7 +112,7 @@ bool CoverScale(const SourceFrame& frame, const ItemLayout& layout, Yuv& dst, in
   }
   if (!frame.decoded) return false;
   const Decoded& d = *frame.decoded;
-  SourceArea a = cover(d.width, d.height, CropArea(layout, d.width, d.height));
+  SourceArea a = cover(d.width, d.height, CropArea(layout.crop, d.width, d.height));
   if (d.rgba) {
     Picture& tmp = ScratchPicture(1, dst.w, dst.h, true);
     if (!ScaleRgba(d.rgba, d.width * 4, a.x, a.y, a.w, a.h, tmp.view(), matrix)) return false;

@@ -22,6 +22,7 @@
 #include "engine/model/model.h"
 #include "engine/model/render_context.h"
 #include "engine/picture/image.h"
+#include "engine/render/frame_job.h"
 #include "engine/sound/audio_chain.h"
 
 namespace orma {
@@ -118,9 +119,9 @@ public:
   SceneRenderer(const Scene& scene, RenderContext& ctx);
   ~SceneRenderer();
 
-  struct Frame {
+  struct Frame : FrameJob {
     std::vector<SourceFramePtr> items;
-    std::shared_ptr<void> background; ///< background state for this frame
+    FrameJobPtr background; ///< the background painter's job for this frame
   };
   using FramePtr = std::shared_ptr<Frame>;
 
@@ -150,6 +151,17 @@ private:
   std::unique_ptr<Painter> background_;
 };
 
+/// A rectangle of a source picture, in pixels.
+struct SourceArea {
+  int x, y, w, h;
+};
+
+/// The source area of a crop rectangle (shares of the source, each brought
+/// into 0..1; an empty one is the whole source), on even offsets as 4:2:0
+/// needs. The plain placement and an item's look crop through it alike, so
+/// an item shows the same pixels with or without a look.
+SourceArea CropArea(const float crop[4], int width, int height);
+
 /// Draws one source frame of an item into dst (the whole item area, scaled
 /// and mirrored), or composites it onto the canvas at its layout.
 void DrawItem(const SourceFrame& frame, const ItemLayout& layout, Yuv& canvas, int matrix);
@@ -164,7 +176,7 @@ public:
   virtual ~Painter() = default;
   /// Sequential preparation for one frame; the returned state is handed to
   /// Paint (may be null).
-  virtual std::shared_ptr<void> Prepare(const SceneRenderer&) { return nullptr; }
+  virtual FrameJobPtr Prepare(const SceneRenderer&) { return nullptr; }
   virtual void Paint(const SceneRenderer& scene, const SceneRenderer::Frame& frame, Yuv& canvas) const = 0;
   virtual void Release() {}
 };

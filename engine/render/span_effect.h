@@ -10,6 +10,7 @@
 
 #include "engine/model/model.h"
 #include "engine/picture/image.h"
+#include "engine/render/frame_job.h"
 #include "engine/render/scene.h"
 
 namespace orma {
@@ -21,9 +22,10 @@ public:
   /// start, `frames` the span's length): loads what the effect needs on
   /// first use and returns what Apply needs for this frame. What it returns
   /// must keep alive any data Apply reads, since Release may come first.
-  virtual std::shared_ptr<const void> Prepare(int64_t t, int64_t frames) = 0;
+  /// Never null: a frame without a job is not drawn.
+  virtual FrameJobPtr Prepare(int64_t t, int64_t frames) = 0;
   /// Parallel: changes the picture in place.
-  virtual void Apply(const void* state, Yuv& picture) const = 0;
+  virtual void Apply(const FrameJob& job, Yuv& picture) const = 0;
   /// After the span's last frame: lets go of what Prepare loaded.
   virtual void Release() {}
 };

@@ -15,10 +15,18 @@ namespace orma {
 
 namespace {
 
-struct LookState {
+struct LookState : FrameJob {
   std::shared_ptr<const ColorTable> table; ///< null: no point-wise change
   int64_t frame = 0;                       ///< for the grain's pattern
 };
+
+// Each frame holds the table it is drawn with, so that it outlives Release.
+FrameJobPtr LookJob(const std::shared_ptr<const ColorTable>& table, int64_t frame) {
+  auto state = std::make_shared<LookState>();
+  state->table = table;
+  state->frame = frame;
+  return state;
+}
 
 class LutEffect : public PictureEffect {
 public:
@@ -26,7 +34,7 @@ public:
       : path_(e.path), intensity_(std::isfinite(e.intensity) ? std::min(e.intensity, 1.0f) : 0.0f),
         ctx_(ctx) {}
 
-  std::shared_ptr<const void> Prepare(int64_t t, int64_t) override {
+  FrameJobPtr Prepare(int64_t t, int64_t) override {
     if (!loaded_ && intensity_ > 0.0f) {
       loaded_ = true;
       Lut3D lut;
@@ -36,15 +44,12 @@ public:
       else
         table_ = ColorTable::Build(ColorLevels{}, &lut, intensity_, ctx_.matrix);
     }
-    auto state = std::make_shared<LookState>();
-    state->table = table_;
-    state->frame = t;
-    return state;
+    return LookJob(table_, t);
   }
 
-  void Apply(const void* state, Yuv& picture) const override {
-    const auto& s = *static_cast<const LookState*>(state);
-    if (s.table) s.table->Apply(picture);
+  void Apply(const FrameJob& job, Yuv& picture) const override {
+    const LookState* s = JobAs<LookState>(&job);
+    if (s && s->table) s->table->Apply(picture);
   }
 
   void Release() override {
@@ -84,24 +89,22 @@ public:
     graininess_ = std::max(0, level(b.graininess, 100));
   }
 
-  std::shared_ptr<const void> Prepare(int64_t t, int64_t) override {
+  FrameJobPtr Prepare(int64_t t, int64_t) override {
     if (!built_) {
       built_ = true;
       table_ = ColorTable::Build(levels_, nullptr, 0.0f, ctx_.matrix);
     }
-    auto state = std::make_shared<LookState>();
-    state->table = table_;
-    state->frame = t;
-    return state;
+    return LookJob(table_, t);
   }
 
   // In the order of a media item's look: colour, sharpness, vignette, grain.
-  void Apply(const void* state, Yuv& picture) const override {
-    const auto& s = *static_cast<const LookState*>(state);
-    if (s.table) s.table->Apply(picture);
+  void Apply(const FrameJob& job, Yuv& picture) const override {
+    const LookState* s = JobAs<LookState>(&job);
+    if (!s) return;
+    if (s->table) s->table->Apply(picture);
     if (sharpness_ != 0) Sharpen(picture, sharpness_ / 100.0f);
     if (vignette_ > 0) Vignette(picture, vignette_ / 100.0f);
-    if (graininess_ > 0) AddGrain(picture, graininess_ / 100.0f, static_cast<uint32_t>(s.frame));
+    if (graininess_ > 0) AddGrain(picture, graininess_ / 100.0f, static_cast<uint32_t>(s->frame));
   }
 
   void Release() override {

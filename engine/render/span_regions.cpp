@@ -9,8 +9,10 @@ namespace orma {
 
 namespace {
 
-std::shared_ptr<const void> NoState() {
-  static const auto state = std::make_shared<const int>(0);
+// One empty job for every frame: the region is drawn, but nothing changes
+// from frame to frame.
+FrameJobPtr NoState() {
+  static const auto state = std::make_shared<FrameJob>();
   return state;
 }
 
@@ -19,8 +21,8 @@ public:
   MosaicEffect(const Effect& e, const RenderContext& ctx)
       : region_(RegionPixels(e.region, ctx.width, ctx.height)),
         block_(MosaicBlockSize(e.intensity, ctx.width, ctx.height)) {}
-  std::shared_ptr<const void> Prepare(int64_t, int64_t) override { return NoState(); }
-  void Apply(const void*, Yuv& picture) const override { Pixelate(picture, region_, block_); }
+  FrameJobPtr Prepare(int64_t, int64_t) override { return NoState(); }
+  void Apply(const FrameJob&, Yuv& picture) const override { Pixelate(picture, region_, block_); }
 
 private:
   PixelRect region_;
@@ -32,8 +34,8 @@ public:
   RegionBlurEffect(const Effect& e, const RenderContext& ctx)
       : region_(RegionPixels(e.region, ctx.width, ctx.height)),
         sigma_(RegionBlurSigma(e.intensity, ctx.width, ctx.height)) {}
-  std::shared_ptr<const void> Prepare(int64_t, int64_t) override { return NoState(); }
-  void Apply(const void*, Yuv& picture) const override { BlurRegion(picture, region_, sigma_); }
+  FrameJobPtr Prepare(int64_t, int64_t) override { return NoState(); }
+  void Apply(const FrameJob&, Yuv& picture) const override { BlurRegion(picture, region_, sigma_); }
 
 private:
   PixelRect region_;
@@ -44,8 +46,8 @@ class DelogoEffect : public PictureEffect {
 public:
   DelogoEffect(const Effect& e, const RenderContext& ctx)
       : region_(RegionPixels(e.region, ctx.width, ctx.height)) {}
-  std::shared_ptr<const void> Prepare(int64_t, int64_t) override { return NoState(); }
-  void Apply(const void*, Yuv& picture) const override { FillFromBorder(picture, region_); }
+  FrameJobPtr Prepare(int64_t, int64_t) override { return NoState(); }
+  void Apply(const FrameJob&, Yuv& picture) const override { FillFromBorder(picture, region_); }
 
 private:
   PixelRect region_;

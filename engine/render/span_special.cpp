@@ -10,20 +10,24 @@ namespace orma {
 
 namespace {
 
+struct ClockJob : FrameJob {
+  EffectClock clock;
+};
+
 class TimelineSpecialEffect : public PictureEffect {
 public:
   TimelineSpecialEffect(const Effect& e, RenderContext& ctx) : chain_(e.special), ctx_(ctx) {}
 
-  std::shared_ptr<const void> Prepare(int64_t t, int64_t frames) override {
-    auto clock = std::make_shared<EffectClock>();
-    clock->seconds = static_cast<double>(FramesToUs(t, ctx_.fps)) / 1e6;
-    clock->span = static_cast<double>(FramesToUs(frames, ctx_.fps)) / 1e6;
-    clock->frame = t;
-    return clock;
+  FrameJobPtr Prepare(int64_t t, int64_t frames) override {
+    auto job = std::make_shared<ClockJob>();
+    job->clock.seconds = static_cast<double>(FramesToUs(t, ctx_.fps)) / 1e6;
+    job->clock.span = static_cast<double>(FramesToUs(frames, ctx_.fps)) / 1e6;
+    job->clock.frame = t;
+    return job;
   }
 
-  void Apply(const void* state, Yuv& picture) const override {
-    chain_->Apply(picture, *static_cast<const EffectClock*>(state), ctx_.matrix);
+  void Apply(const FrameJob& job, Yuv& picture) const override {
+    if (const ClockJob* j = JobAs<ClockJob>(&job)) chain_->Apply(picture, j->clock, ctx_.matrix);
   }
 
 private:

@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "corelib/orma_core.h"
 #include "engine/core/av_handles.h"
 
 struct AVFilterContext;
@@ -25,15 +26,15 @@ namespace orma {
 
 /// Voice effects of OrmaSetMediaAudioEffect / OrmaSetAudioMediaEffect.
 enum VoiceEffect {
-  kVoiceNone = 0,
-  kVoiceEcho = 1,
-  kVoiceRobot = 2,
-  kVoiceChipmunk = 3,
-  kVoiceDeep = 4,
-  kVoiceTelephone = 5,
-  kVoiceReverb = 6,
-  kVoiceMegaphone = 7,
-  kVoiceUnderwater = 8,
+  kVoiceNone = ORMA_VOICE_NONE,
+  kVoiceEcho = ORMA_VOICE_ECHO,
+  kVoiceRobot = ORMA_VOICE_ROBOT,
+  kVoiceChipmunk = ORMA_VOICE_CHIPMUNK,
+  kVoiceDeep = ORMA_VOICE_DEEP,
+  kVoiceTelephone = ORMA_VOICE_TELEPHONE,
+  kVoiceReverb = ORMA_VOICE_REVERB,
+  kVoiceMegaphone = ORMA_VOICE_MEGAPHONE,
+  kVoiceUnderwater = ORMA_VOICE_UNDERWATER,
 };
 
 struct VoiceEffectInfo {

@@ -5,6 +5,7 @@
 
 #include "engine/media/probe.h"
 #include "platform/platform.h"
+#include "platform/text_number.h"
 
 namespace orma {
 
@@ -120,12 +121,6 @@ void CopyColor(float* out, const Rgba& c) {
     out[i] = c[static_cast<size_t>(i)];
 }
 
-void CopyText(char* out, size_t size, const std::string& text) {
-  size_t n = std::min(text.size(), size - 1);
-  std::memcpy(out, text.data(), n);
-  out[n] = '\0';
-}
-
 } // namespace
 
 std::shared_ptr<const CaptionStyle> LoadCaptionStyle(const std::string& path, int kind, std::string* error) {
@@ -159,7 +154,7 @@ std::shared_ptr<const CaptionStyle> LoadCaptionStyle(const std::string& path, in
     if (!ReadItem(it, *style, where, &item, error)) return nullptr;
     style->items.push_back(std::move(item));
   }
-  if (kind == 1 && style->items.empty()) {
+  if (kind == ORMA_CAPTION_TEMPLATE_LINES && style->items.empty()) {
     *error = Where(path, "items") + " must hold at least one item for a template caption";
     return nullptr;
   }
@@ -183,7 +178,7 @@ OrmaCaptionItemBlock StyleItemBlock(const CaptionStyle& style, const StyleItem& 
   OrmaCaptionItemBlock block;
   std::memset(&block, 0, sizeof block);
   ApplyStyleKeys(style, &block);
-  CopyText(block.text, sizeof block.text, item.text);
+  platform::CopyText(block.text, item.text.c_str());
   block.fontSize = static_cast<int32_t>(std::lround(item.fontSize));
   block.textAlignment = Alignment(item.alignment);
   block.isItalic = item.italic;
@@ -195,8 +190,8 @@ OrmaCaptionItemBlock StyleItemBlock(const CaptionStyle& style, const StyleItem& 
   block.width = item.rect[2];
   block.height = item.rect[3];
   block.opacity = item.opacity;
-  CopyText(block.fontFamily, sizeof block.fontFamily, item.fontFamily);
-  CopyText(block.fontFile, sizeof block.fontFile, item.fontFile);
+  platform::CopyText(block.fontFamily, item.fontFamily.c_str());
+  platform::CopyText(block.fontFile, item.fontFile.c_str());
   CopyColor(block.textColor, item.color);
   block.lineSpacing = item.lineSpacing;
   block.wordSpacing = item.wordSpacing;

@@ -162,17 +162,25 @@ private:
   std::vector<float*> inputPlanes_, outputPlanes_;
 };
 
-class AudioTrackSegment : public Segment {
+// A sound frame needs only its number: the playback reads in order.
+struct SoundJob : FrameJob {
+  explicit SoundJob(int64_t f) : frame(f) {}
+  int64_t frame;
+};
+
+class AudioTrackSegment : public SegmentOf<SoundJob> {
 public:
   AudioTrackSegment(const AudioTrack& track, RenderContext& ctx)
       : playback_(std::make_unique<Playback>(track, ctx)) {
     overlay = true;
     picture = false;
   }
-  std::shared_ptr<void> Fetch(int64_t f) override { return std::make_shared<int64_t>(f); }
-  void Render(const std::shared_ptr<void>&, Yuv&) const override {}
-  void Audio(const std::shared_ptr<void>& job, AudioBlock& out) const override {
-    playback_->Play(*std::static_pointer_cast<int64_t>(job), start, end, out);
+
+protected:
+  std::shared_ptr<SoundJob> FetchJob(int64_t f) override { return std::make_shared<SoundJob>(f); }
+  void RenderJob(const SoundJob&, Yuv&) const override {}
+  void AudioJob(const SoundJob& job, AudioBlock& out) const override {
+    playback_->Play(job.frame, start, end, out);
   }
 
 private:

@@ -14,9 +14,9 @@ const struct {
   int32_t kind;
   CaptionSegmentFactory make;
 } kCaptionSegments[] = {
-    {0, MakeTextSegment},
-    {1, MakeTextSegment},
-    {2, MakeStickerSegment},
+    {ORMA_CAPTION_STYLED_PIECES, MakeTextSegment},
+    {ORMA_CAPTION_TEMPLATE_LINES, MakeTextSegment},
+    {ORMA_CAPTION_STICKER, MakeStickerSegment},
 };
 
 class CaptionBuilder : public ElementBuilder {

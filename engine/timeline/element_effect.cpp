@@ -39,15 +39,15 @@ public:
   explicit EffectSegment(std::unique_ptr<PictureEffect> effect) : effect_(std::move(effect)) {
     overlay = true;
   }
-  std::shared_ptr<void> Fetch(int64_t f) override {
-    auto state = effect_->Prepare(f - start, end - start);
+  FrameJobPtr Fetch(int64_t f) override {
+    FrameJobPtr job = effect_->Prepare(f - start, end - start);
     if (f == end - 1) effect_->Release();
-    return std::const_pointer_cast<void>(state);
+    return job;
   }
-  void Render(const std::shared_ptr<void>& job, Yuv& canvas) const override {
-    effect_->Apply(job.get(), canvas);
+  void Render(const FrameJobPtr& job, Yuv& canvas) const override {
+    if (job) effect_->Apply(*job, canvas);
   }
-  void Audio(const std::shared_ptr<void>&, AudioBlock&) const override {}
+  void Audio(const FrameJobPtr&, AudioBlock&) const override {}
 
 private:
   std::unique_ptr<PictureEffect> effect_;

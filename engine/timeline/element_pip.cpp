@@ -12,17 +12,21 @@ namespace orma {
 
 namespace {
 
-class PipSegment : public Segment {
+class PipSegment : public SegmentOf<SceneRenderer::Frame> {
 public:
   explicit PipSegment(SceneRenderer* scene) : scene_(scene), sound_(scene->HasSound()) { overlay = true; }
-  std::shared_ptr<void> Fetch(int64_t f) override { return scene_->Fetch(f - scene_->startFrame, sound_); }
-  void Render(const std::shared_ptr<void>& job, Yuv& canvas) const override {
-    scene_->Composite(*std::static_pointer_cast<SceneRenderer::Frame>(job), canvas);
-  }
-  void Audio(const std::shared_ptr<void>& job, AudioBlock& out) const override {
-    scene_->MixAudio(*std::static_pointer_cast<SceneRenderer::Frame>(job), out, 1.0f, 1.0f);
-  }
   bool sound() const { return sound_; }
+
+protected:
+  SceneRenderer::FramePtr FetchJob(int64_t f) override {
+    return scene_->Fetch(f - scene_->startFrame, sound_);
+  }
+  void RenderJob(const SceneRenderer::Frame& frame, Yuv& canvas) const override {
+    scene_->Composite(frame, canvas);
+  }
+  void AudioJob(const SceneRenderer::Frame& frame, AudioBlock& out) const override {
+    scene_->MixAudio(frame, out, 1.0f, 1.0f);
+  }
 
 private:
   SceneRenderer* scene_;

@@ -15,19 +15,19 @@ namespace orma {
 
 namespace {
 
-class SceneSegment : public Segment {
+class SceneSegment : public SegmentOf<SceneRenderer::Frame> {
 public:
   explicit SceneSegment(SceneRenderer* scene) : scene_(scene) {}
-  std::shared_ptr<void> Fetch(int64_t f) override { return scene_->Fetch(f - scene_->startFrame, true); }
-  void Render(const std::shared_ptr<void>& job, Yuv& canvas) const override {
-    scene_->Composite(*std::static_pointer_cast<SceneRenderer::Frame>(job), canvas);
+
+protected:
+  SceneRenderer::FramePtr FetchJob(int64_t f) override { return scene_->Fetch(f - scene_->startFrame, true); }
+  void RenderJob(const SceneRenderer::Frame& frame, Yuv& canvas) const override {
+    scene_->Composite(frame, canvas);
   }
-  void Audio(const std::shared_ptr<void>& job, AudioBlock& out) const override {
-    scene_->MixAudio(*std::static_pointer_cast<SceneRenderer::Frame>(job), out, 1.0f, 1.0f);
+  void AudioJob(const SceneRenderer::Frame& frame, AudioBlock& out) const override {
+    scene_->MixAudio(frame, out, 1.0f, 1.0f);
   }
-  void Drawn(const std::shared_ptr<void>& job) const override {
-    SceneRenderer::DropPictures(*std::static_pointer_cast<SceneRenderer::Frame>(job));
-  }
+  void DrawnJob(SceneRenderer::Frame& frame) const override { SceneRenderer::DropPictures(frame); }
 
 private:
   SceneRenderer* scene_;
@@ -36,19 +36,22 @@ private:
 // The transition's effect (a wipe or luma map holds a byte per pixel) is
 // made on the segment's first frame and let go once the rendering has
 // passed it, so that memory does not grow with the number of transitions.
-class TransitionSegment : public Segment {
+struct TransitionJob : FrameJob {
+  SceneRenderer::FramePtr a, b;
+  std::shared_ptr<const TransitionEffect> effect;
+  float p, p0, p1;
+};
+
+class TransitionSegment : public SegmentOf<TransitionJob> {
 public:
   TransitionSegment(SceneRenderer* a, SceneRenderer* b, const TransitionStyle& style, RenderContext& ctx)
       : a_(a), b_(b), style_(style), ctx_(ctx) {}
 
-  struct Job {
-    SceneRenderer::FramePtr a, b;
-    std::shared_ptr<const TransitionEffect> effect;
-    float p, p0, p1;
-  };
+  void Release() { effect_.reset(); }
 
-  std::shared_ptr<void> Fetch(int64_t f) override {
-    auto job = std::make_shared<Job>();
+protected:
+  std::shared_ptr<TransitionJob> FetchJob(int64_t f) override {
+    auto job = std::make_shared<TransitionJob>();
     job->a = a_->Fetch(f - a_->startFrame, true);
     job->b = b_->Fetch(f - b_->startFrame, true);
     if (!effect_ && !failed_) {
@@ -67,10 +70,7 @@ public:
     return job;
   }
 
-  void Release() { effect_.reset(); }
-
-  void Render(const std::shared_ptr<void>& job, Yuv& canvas) const override {
-    const Job& j = *std::static_pointer_cast<Job>(job);
+  void RenderJob(const TransitionJob& j, Yuv& canvas) const override {
     if (!j.effect) {
       a_->Composite(*j.a, canvas);
       return;
@@ -82,15 +82,13 @@ public:
     j.effect->Render(canvas, a.view(), b.view(), j.p);
   }
 
-  void Drawn(const std::shared_ptr<void>& job) const override {
-    const Job& j = *std::static_pointer_cast<Job>(job);
+  void DrawnJob(TransitionJob& j) const override {
     SceneRenderer::DropPictures(*j.a);
     SceneRenderer::DropPictures(*j.b);
   }
 
   // The sound crosses over linearly across the transition.
-  void Audio(const std::shared_ptr<void>& job, AudioBlock& out) const override {
-    const Job& j = *std::static_pointer_cast<Job>(job);
+  void AudioJob(const TransitionJob& j, AudioBlock& out) const override {
     a_->MixAudio(*j.a, out, 1.0f - j.p0, 1.0f - j.p1);
     b_->MixAudio(*j.b, out, j.p0, j.p1);
   }
@@ -107,9 +105,9 @@ private:
 class GapSegment : public Segment {
 public:
   explicit GapSegment(int matrix) : black_(RgbToYuv(0, 0, 0, matrix)) {}
-  std::shared_ptr<void> Fetch(int64_t) override { return nullptr; }
-  void Render(const std::shared_ptr<void>&, Yuv& canvas) const override { Fill(canvas, black_); }
-  void Audio(const std::shared_ptr<void>&, AudioBlock&) const override {}
+  FrameJobPtr Fetch(int64_t) override { return nullptr; }
+  void Render(const FrameJobPtr&, Yuv& canvas) const override { Fill(canvas, black_); }
+  void Audio(const FrameJobPtr&, AudioBlock&) const override {}
 
 private:
   YuvColor black_;

@@ -38,7 +38,7 @@ int MixGetAudio(mlt_frame a, void** buffer, mlt_audio_format* format, int* frequ
   *format = mlt_audio_float;
   int error = mlt_frame_get_audio(a, buffer, format, frequency, channels, samples);
   if (error || !*buffer || *format != mlt_audio_float || *channels <= 0 || *samples <= 0) return error;
-  std::shared_ptr<void> job;
+  FrameJobPtr job;
   Segment* segment = b ? ClipSegment(b, &job) : nullptr;
   if (!segment || !job) return 0;
   AudioBlock& block = ScratchBlock(*channels, *samples, *frequency);
@@ -83,9 +83,9 @@ mlt_frame LimitProcess(mlt_filter filter, mlt_frame frame) {
 class BlankSegment : public Segment {
 public:
   explicit BlankSegment(int matrix) : black_(RgbToYuv(0, 0, 0, matrix)) {}
-  std::shared_ptr<void> Fetch(int64_t) override { return nullptr; }
-  void Render(const std::shared_ptr<void>&, Yuv& canvas) const override { Fill(canvas, black_); }
-  void Audio(const std::shared_ptr<void>&, AudioBlock&) const override {}
+  FrameJobPtr Fetch(int64_t) override { return nullptr; }
+  void Render(const FrameJobPtr&, Yuv& canvas) const override { Fill(canvas, black_); }
+  void Audio(const FrameJobPtr&, AudioBlock&) const override {}
 
 private:
   YuvColor black_;

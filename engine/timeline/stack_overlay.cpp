@@ -19,7 +19,7 @@ int OverlayGetImage(mlt_frame a, uint8_t** image, mlt_image_format* format, int*
   *format = mlt_image_yuv420p;
   int error = mlt_frame_get_image(a, image, format, width, height, 1);
   if (error || !*image || *format != mlt_image_yuv420p) return error;
-  std::shared_ptr<void> job;
+  FrameJobPtr job;
   Segment* segment = b ? ClipSegment(b, &job) : nullptr;
   // Another element sharing the track is drawn by its own transition.
   if (segment != mine || !job) return 0;

@@ -28,7 +28,7 @@ struct ClipState {
 
 struct ClipJob {
   ClipState* clip;
-  std::shared_ptr<void> job;
+  FrameJobPtr job;
 };
 
 void DeleteClipJob(void* p) { delete static_cast<ClipJob*>(p); }
@@ -190,7 +190,7 @@ int ClipGetFrame(mlt_producer producer, mlt_frame_ptr frame, int) {
 
 } // namespace
 
-Segment* ClipSegment(mlt_frame frame, std::shared_ptr<void>* job) {
+Segment* ClipSegment(mlt_frame frame, FrameJobPtr* job) {
   auto* box =
       static_cast<ClipJob*>(mlt_properties_get_data(MLT_FRAME_PROPERTIES(frame), "orma.job", nullptr));
   if (!box) return nullptr;

@@ -32,7 +32,7 @@ namespace orma {
 class Limiter;
 
 /// The segment and job behind a frame made by a timeline clip, or null.
-Segment* ClipSegment(mlt_frame frame, std::shared_ptr<void>* job);
+Segment* ClipSegment(mlt_frame frame, FrameJobPtr* job);
 
 class Timeline {
 public:

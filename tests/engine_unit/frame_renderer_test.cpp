@@ -20,18 +20,18 @@ public:
     start = from;
     end = to;
   }
-  std::shared_ptr<void> Fetch(int64_t f) override {
+  orma::FrameJobPtr Fetch(int64_t f) override {
     std::lock_guard<std::mutex> lock(mutex);
     fetched.push_back(f);
     fetchThreads.push_back(std::this_thread::get_id());
     return nullptr;
   }
-  void Render(const std::shared_ptr<void>&, orma::Yuv& canvas) const override {
+  void Render(const orma::FrameJobPtr&, orma::Yuv& canvas) const override {
     std::lock_guard<std::mutex> lock(mutex);
     renderThreads.push_back(std::this_thread::get_id());
     orma::Fill(canvas, orma::YuvColor{});
   }
-  void Audio(const std::shared_ptr<void>&, orma::AudioBlock&) const override {}
+  void Audio(const orma::FrameJobPtr&, orma::AudioBlock&) const override {}
 
   mutable std::mutex mutex;
   std::vector<int64_t> fetched;

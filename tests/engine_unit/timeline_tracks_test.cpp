@@ -14,9 +14,9 @@ public:
     end = to;
     overlay = true;
   }
-  std::shared_ptr<void> Fetch(int64_t) override { return nullptr; }
-  void Render(const std::shared_ptr<void>&, orma::Yuv&) const override {}
-  void Audio(const std::shared_ptr<void>&, orma::AudioBlock&) const override {}
+  orma::FrameJobPtr Fetch(int64_t) override { return nullptr; }
+  void Render(const orma::FrameJobPtr&, orma::Yuv&) const override {}
+  void Audio(const orma::FrameJobPtr&, orma::AudioBlock&) const override {}
 };
 
 class TimelineTracks : public ::testing::Test {

@@ -34,18 +34,18 @@ TEST(DraftJsonRead, RealViewReadsStringsAndBooleansAsZero) {
 }
 
 TEST(DraftJsonRead, TruncationSaturatesAndMapsNaNToZero) {
-  EXPECT_EQ(SaturatingInt32(3.99), 3);
-  EXPECT_EQ(SaturatingInt32(-3.99), -3);
-  EXPECT_EQ(SaturatingInt32(2147483646.9), 2147483646);
-  EXPECT_EQ(SaturatingInt32(2147483647.5), INT32_MAX);
-  EXPECT_EQ(SaturatingInt32(-2147483648.9), INT32_MIN);
-  EXPECT_EQ(SaturatingInt32(std::numeric_limits<double>::infinity()), INT32_MAX);
-  EXPECT_EQ(SaturatingInt32(-std::numeric_limits<double>::infinity()), INT32_MIN);
-  EXPECT_EQ(SaturatingInt32(std::nan("")), 0);
-  EXPECT_EQ(SaturatingInt64(1.5e6), 1500000);
-  EXPECT_EQ(SaturatingInt64(1e19), INT64_MAX);
-  EXPECT_EQ(SaturatingInt64(-1e19), INT64_MIN);
-  EXPECT_EQ(SaturatingInt64(std::nan("")), 0);
+  EXPECT_EQ(ToInt32(3.99), 3);
+  EXPECT_EQ(ToInt32(-3.99), -3);
+  EXPECT_EQ(ToInt32(2147483646.9), 2147483646);
+  EXPECT_EQ(ToInt32(2147483647.5), INT32_MAX);
+  EXPECT_EQ(ToInt32(-2147483648.9), INT32_MIN);
+  EXPECT_EQ(ToInt32(std::numeric_limits<double>::infinity()), INT32_MAX);
+  EXPECT_EQ(ToInt32(-std::numeric_limits<double>::infinity()), INT32_MIN);
+  EXPECT_EQ(ToInt32(std::nan("")), 0);
+  EXPECT_EQ(ToInt64(1.5e6), 1500000);
+  EXPECT_EQ(ToInt64(1e19), INT64_MAX);
+  EXPECT_EQ(ToInt64(-1e19), INT64_MIN);
+  EXPECT_EQ(ToInt64(std::nan("")), 0);
 }
 
 TEST(DraftJsonRead, KeysAreFoundWhateverTheirLetterCase) {
