@@ -39,11 +39,18 @@ package: build
 theme-demo: build
 	bash scripts/theme-demo.sh $(BUILD)
 
+# Every libFuzzer target, run one after the other for SECONDS each
+# (tests/fuzz/run.sh). The core library is built with the same
+# instrumentation for the targets of its resource readers.
+FUZZ_TARGETS = fuzz_draft_reader fuzz_export_settings fuzz_theme_request fuzz_preview_messages \
+  fuzz_transition_config fuzz_animation_config fuzz_mask_config fuzz_effect_config fuzz_sticker_config \
+  fuzz_word_art fuzz_caption_style fuzz_lut_file
+
 fuzz: deps
 	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DORMA_FUZZ=ON \
-	  -DORMA_BUILD_ENGINE=OFF -DBUILD_TESTING=OFF >/dev/null
-	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzz_draft_reader fuzz_export_settings fuzz_theme_request
-	for t in fuzz_draft_reader fuzz_export_settings fuzz_theme_request; do \
+	  -DBUILD_TESTING=OFF >/dev/null
+	cmake --build $(FUZZ_BUILD) -j$(JOBS) --target $(FUZZ_TARGETS)
+	for t in $(FUZZ_TARGETS); do \
 	  bash tests/fuzz/run.sh $(FUZZ_BUILD)/tests/fuzz/$$t $(SECONDS) || exit 1; \
 	done
 

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -55,10 +56,13 @@ std::vector<std::string_view> Words(std::string_view line) {
   return words;
 }
 
+// A number the table can keep: tables hold floats, and a value beyond their
+// range would become an infinity that turns samples into NaN.
 bool Number(std::string_view word, double* out) {
   if (!word.empty() && word.front() == '+') word.remove_prefix(1);
   auto r = std::from_chars(word.data(), word.data() + word.size(), *out);
-  return r.ec == std::errc() && r.ptr == word.data() + word.size() && std::isfinite(*out);
+  return r.ec == std::errc() && r.ptr == word.data() + word.size() && std::isfinite(*out) &&
+         std::fabs(*out) <= std::numeric_limits<float>::max();
 }
 
 bool Numbers(std::string_view line, std::vector<double>* out) {
@@ -103,10 +107,27 @@ bool Load3dl(const std::string& path, Lut3D* out, std::string* error) {
   return ReadText(path, &text, error) && Parse3dlLut(text, path, out, error);
 }
 
+// A HALD CLUT of level L is a square of L^3 pixels a side holding a table
+// of L^2 entries per axis; the level, or 0 when the picture is not one.
+int HaldLevel(int width, int height) {
+  int level = static_cast<int>(std::lround(std::cbrt(static_cast<double>(width))));
+  if (width != height || level < 2 || level * level * level != width || level * level > kMaxSize) return 0;
+  return level;
+}
+
+const char* const kNotHald =
+    ": not a square HALD CLUT (its side must be the cube of a whole number from 2 to 11)";
+
 bool LoadHald(const std::string& path, Lut3D* out, std::string* error) {
   MediaProbe probe = ProbeMedia(path.c_str(), false);
   if (!probe.ok || !probe.still) {
     *error = path + ": " + (probe.ok ? std::string("not a still picture") : probe.error);
+    return false;
+  }
+  // Checked before decoding, so that a small file declaring a huge picture
+  // is not decoded for nothing.
+  if (!HaldLevel(probe.width, probe.height)) {
+    *error = path + kNotHald;
     return false;
   }
   RgbaImage image;
@@ -282,11 +303,10 @@ bool Parse3dlLut(const std::string& text, const std::string& where, Lut3D* out, 
 
 bool HaldLut(const uint8_t* rgba, int width, int height, const std::string& where, Lut3D* out,
              std::string* error) {
-  // A HALD CLUT of level L is a square of L^3 pixels a side holding a table
-  // of L^2 entries per axis, red varying fastest.
-  int level = static_cast<int>(std::lround(std::cbrt(static_cast<double>(width))));
-  if (width != height || level < 2 || level * level * level != width || level * level > kMaxSize) {
-    *error = where + ": not a square HALD CLUT (its side must be the cube of a whole number from 2 to 11)";
+  // Red varies fastest.
+  const int level = HaldLevel(width, height);
+  if (!level) {
+    *error = where + kNotHald;
     return false;
   }
   Lut3D lut;

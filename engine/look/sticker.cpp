@@ -17,6 +17,9 @@ namespace {
 constexpr size_t kMaxFrames = 1800;
 /// Frame rate of a frame list that names none.
 constexpr double kDefaultFps = 12.0;
+/// Slowest rate given (a frame every 100 s): a slower one would put frame
+/// times beyond what microseconds in an int64 hold.
+constexpr double kMinFps = 0.01;
 
 struct SheetFields {
   std::vector<std::string> frames;
@@ -53,6 +56,10 @@ std::shared_ptr<const StickerSheet> LoadStickerSheet(const std::string& path, st
   if (!ReadFields(file->root, kSheetFields, &fields, path, error)) return nullptr;
   if (fields.frames.empty() == fields.animation.empty()) {
     *error = path + ": needs either \"frames\" (a list of pictures) or \"animation\" (one animated picture)";
+    return nullptr;
+  }
+  if (fields.fps > 0 && fields.fps < kMinFps) {
+    *error = path + ": \"fps\" must be 0 (the default) or from 0.01 to 240";
     return nullptr;
   }
   if (fields.frames.size() > kMaxFrames) {

@@ -2,7 +2,10 @@
 # damaged drafts, export settings, preview command files and theme requests.
 # Every one ends within 10 s with the exit status of the command-line rules
 # (0 when the draft cannot be loaded, 1 otherwise), never a crash or a
-# sanitizer report, and says what happened.
+# sanitizer report, and says what happened. The corpus's resource files
+# (transitions, animations, masks, effects, stickers, word art, caption
+# styles, look-up tables) are read by the core library:
+# tests/engine_unit/malformed_resources_test.cpp runs them.
 source "$(dirname "$0")/lib.bash" "$1"
 corpus=$(cd "$(dirname "$0")/../malformed" && pwd)
 

@@ -1,5 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
 #include "engine/look/lut_file.h"
 
 using namespace orma;
@@ -54,6 +60,19 @@ TEST(LutFile, CubeFaultsNameTheFileAndLine) {
   EXPECT_FALSE(ParseCubeLut("LUT_3D_SIZE 1000\n", "a.cube", &lut, &error));
   EXPECT_FALSE(ParseCubeLut(Cube(2) + "0 0 0\n", "a.cube", &lut, &error));
   EXPECT_NE(error.find("more entries"), std::string::npos) << error;
+}
+
+// Found by fuzz_lut_file: an entry beyond a float's range was kept as an
+// infinity, and sampling next to it gave NaN.
+TEST(LutFile, CubeValuesBeyondAFloatAreRefused) {
+  Lut3D lut;
+  std::string error;
+  std::string table = Cube(2);
+  table.replace(table.find("0.000000 0.000000 0.000000"), 26, "-1e39 0 0");
+  EXPECT_FALSE(ParseCubeLut(table, "a.cube", &lut, &error));
+  EXPECT_NE(error.find("a.cube: line 4: expected three numbers"), std::string::npos) << error;
+  EXPECT_FALSE(ParseCubeLut("DOMAIN_MIN -1e39 0 0\n" + Cube(2), "a.cube", &lut, &error));
+  EXPECT_NE(error.find("DOMAIN_MIN needs three numbers"), std::string::npos) << error;
 }
 
 TEST(LutFile, ThreeDlIsReadBlueFastestWithItsDepth) {
@@ -117,4 +136,23 @@ TEST(LutFile, UnknownExtensionIsRefused) {
   EXPECT_NE(error.find("not a look-up table"), std::string::npos);
   EXPECT_FALSE(LoadLutFile("/nonexistent/table.cube", &lut, &error));
   EXPECT_NE(error.find("cannot be read"), std::string::npos);
+}
+
+// A picture that cannot be a HALD CLUT is refused from its probed size: an
+// 8192x8192 PNG (a few hundred KB) is not decoded to RGBA, which alone would
+// take 256 MB. (The probe itself still decodes it once, about 200 MB.)
+TEST(LutFile, HaldPictureOfTheWrongSizeIsNotDecodedToRgba) {
+  const std::string path = (std::filesystem::temp_directory_path() / "ormadraft-big-hald.png").string();
+  const std::string command =
+      "ffmpeg -v error -y -f lavfi -i color=black:s=8192x8192 -frames:v 1 '" + path + "'";
+  ASSERT_EQ(std::system(command.c_str()), 0) << command;
+  rusage before{}, after{};
+  getrusage(RUSAGE_SELF, &before);
+  Lut3D lut;
+  std::string error;
+  EXPECT_FALSE(LoadLutFile(path, &lut, &error));
+  getrusage(RUSAGE_SELF, &after);
+  std::remove(path.c_str());
+  EXPECT_NE(error.find(path + ": not a square HALD CLUT"), std::string::npos) << error;
+  EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 256 * 1024) << "kilobytes more at the peak";
 }

@@ -3,38 +3,20 @@
 // every file the reader wrote is removed again.
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
 #include "draft/draft.h"
+#include "tests/fuzz/fuzz_support.h"
 
 namespace fs = std::filesystem;
 
-static const std::string& WorkFolder() {
-  static std::string folder = [] {
-    char pattern[] = "/tmp/ormadraft-fuzz-XXXXXX";
-    const char* made = mkdtemp(pattern);
-    if (!made) std::abort();
-    return std::string(made);
-  }();
-  return folder;
-}
-
-static void WriteFile(const std::string& path, const uint8_t* data, size_t size) {
-  FILE* f = std::fopen(path.c_str(), "wb");
-  if (!f) std::abort();
-  if (size) std::fwrite(data, 1, size, f);
-  std::fclose(f);
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const std::string& folder = WorkFolder();
+  const std::string& folder = fuzz::ScratchFolder("draft");
   const std::string draft = folder + "/draft.json";
   const std::string settings = folder + "/export.json";
-  WriteFile(draft, data, size);
-  WriteFile(settings, data, size);
+  fuzz::WriteFile(draft, data, size);
+  fuzz::WriteFile(settings, data, size);
 
   if (DraftDocument* document = loadDraft(draft.c_str(), settings.c_str(), 0)) freeDraft(document);
 

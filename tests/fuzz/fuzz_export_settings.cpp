@@ -4,29 +4,16 @@
 // terminated texts.
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "export/export_settings.h"
-
-static const std::string& SettingsPath() {
-  static std::string path = [] {
-    char pattern[] = "/tmp/ormadraft-fuzz-settings-XXXXXX";
-    const char* made = mkdtemp(pattern);
-    if (!made) std::abort();
-    return std::string(made) + "/export.json";
-  }();
-  return path;
-}
+#include "tests/fuzz/fuzz_support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const std::string& path = SettingsPath();
-  FILE* f = std::fopen(path.c_str(), "wb");
-  if (!f) std::abort();
-  if (size) std::fwrite(data, 1, size, f);
-  std::fclose(f);
+  const std::string path = fuzz::ScratchFolder("settings") + "/export.json";
+  fuzz::WriteFile(path, data, size);
 
   ExportSettings settings = DefaultExportSettings();
   int64_t start = 0, end = 0;

@@ -19,6 +19,7 @@
 #include <filesystem>
 #include <string>
 
+#include "tests/fuzz/fuzz_support.h"
 #include "themes/media_probe.h"
 #include "themes/theme_request.h"
 
@@ -56,10 +57,8 @@ int32_t FakeMediaInfo(const char* path, int64_t* durationUs, OrmaMediaPropertyBl
 
 const std::string& WorkFolder() {
   static std::string folder = [] {
-    char pattern[] = "/tmp/ormadraft-fuzz-theme-XXXXXX";
-    const char* made = mkdtemp(pattern);
-    if (!made) std::abort();
-    std::string work(made);
+    std::string work = fuzz::ScratchFolder("theme");
+    const char* made = work.c_str();
     setenv("ORMADRAFT_THEMES", (work + "/lib").c_str(), 1);
     setenv("ORMADRAFT_DRAFTS", (work + "/drafts").c_str(), 1);
     fs::create_directories(work + "/lib/Fuzz_theme");
