@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 
+#include "draft/draft.h"
 #include "driver/log_line.h"
 #include "driver/run_driver.h"
 #include "export/captions.h"
