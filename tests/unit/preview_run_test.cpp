@@ -9,6 +9,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -88,6 +89,11 @@ TEST_F(PreviewRun, PlaysUntilStopThenPrintsTheEndLineAndReturnsThePreviewResult)
   std::string reply;
   std::thread application([&] {
     int client = accept(listener_, nullptr, nullptr);
+    // An application stops a preview it has seen play: the stop is sent
+    // once the core library was asked to play (on a loaded machine the
+    // control thread can otherwise get there first).
+    for (int i = 0; i < 500 && recorder::Formatted("OrmaPreview").empty(); ++i)
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
     const char stop[] = R"({"message": [{"key": "stop", "value": ""}]})";
     send(client, stop, sizeof(stop) - 1, 0);
     char buffer[512];
