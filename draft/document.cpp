@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "draft/draft.h"
 #include "draft/draft_limits.h"
@@ -255,19 +256,24 @@ DraftDocument* loadDraft(const char* draftPath, const char* auxiliaryPath, int t
   return document;
 }
 
+void releaseDraftRecords(DraftDocument* document) {
+  if (!document) return;
+  FreeMediaInfo(std::exchange(document->mediaInfo, nullptr));
+  FreeAudioTracks(std::exchange(document->musics, nullptr));
+  FreeAudioTracks(std::exchange(document->soundEffects, nullptr));
+  FreeScenes(std::exchange(document->scenes, nullptr));
+  FreeEffects(std::exchange(document->specialEffects, nullptr));
+  FreeMosaics(std::exchange(document->mosaics, nullptr));
+  FreeCustomFilters(std::exchange(document->customFilters, nullptr));
+  FreeTonings(std::exchange(document->tonings, nullptr));
+  FreeOverlays(std::exchange(document->overlays, nullptr));
+  FreeStickers(std::exchange(document->stickers, nullptr));
+  FreeCaptions(std::exchange(document->captions, nullptr));
+  FreeMediaList(std::exchange(document->logo, nullptr));
+}
+
 void freeDraft(DraftDocument* document) {
   if (!document) return;
-  FreeMediaInfo(document->mediaInfo);
-  FreeAudioTracks(document->musics);
-  FreeAudioTracks(document->soundEffects);
-  FreeScenes(document->scenes);
-  FreeEffects(document->specialEffects);
-  FreeMosaics(document->mosaics);
-  FreeCustomFilters(document->customFilters);
-  FreeTonings(document->tonings);
-  FreeOverlays(document->overlays);
-  FreeStickers(document->stickers);
-  FreeCaptions(document->captions);
-  FreeMediaList(document->logo);
+  releaseDraftRecords(document);
   std::free(document);
 }

@@ -17,6 +17,12 @@ MediaInfoEntry* readMediaInfo(const cJSON* root, const char* key);
 /// Releases the document and what it owns; null is ignored.
 void freeDraft(DraftDocument* document);
 
+/// Releases the element records (scenes, captions, music, ...) and leaves
+/// the document's own fields (paths, sizes, range): once they have been
+/// handed to the core library nothing reads them, and a long draft's
+/// records need not stay for the whole render.
+void releaseDraftRecords(DraftDocument* document);
+
 // Element readers, one source file per kind. Each returns the head of its
 // list, or null.
 SceneRecord* readScenes(const cJSON* root);

@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 
+#include "draft/draft.h"
 #include "driver/log_line.h"
 #include "driver/run_driver.h"
 #include "export/captions.h"
@@ -281,6 +282,8 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
     OrmaEditSetLimitTime(vv, document->exportStart, document->exportEnd);
   }
   OrmaEditMediaUseAgentProcess(vv);
+  // The core library holds its own copy of everything from here on.
+  releaseDraftRecords(document);
   const int32_t result = OrmaEditMedia(vv); // blocks until the export has ended
   if (result <= 0) Fail(message, result, "Edit media fail");
   // The reporter ends only at 99.5 %, so a stopped export keeps this waiting

@@ -19,12 +19,28 @@ extern "C" {
 
 namespace orma {
 
-namespace {
-
 struct ClipState {
   Timeline* timeline;
   Segment* segment;
 };
+
+// The segments of one track in time order, behind the track's producer.
+struct TrackClips {
+  ProducerPtr blank;
+  std::vector<std::unique_ptr<ClipState>> clips;
+
+  ClipState* At(int64_t f) const {
+    auto next =
+        std::upper_bound(clips.begin(), clips.end(), f, [](int64_t at, const std::unique_ptr<ClipState>& c) {
+          return at < c->segment->start;
+        });
+    if (next == clips.begin()) return nullptr;
+    ClipState* clip = std::prev(next)->get();
+    return f < clip->segment->end ? clip : nullptr;
+  }
+};
+
+namespace {
 
 struct ClipJob {
   ClipState* clip;
@@ -159,10 +175,8 @@ int ClipGetAudio(mlt_frame frame, void** buffer, mlt_audio_format* format, int* 
   return 0;
 }
 
-int ClipGetFrame(mlt_producer producer, mlt_frame_ptr frame, int) {
-  auto* clip = static_cast<ClipState*>(producer->child);
-  mlt_position position = mlt_producer_position(producer);
-  int64_t f = clip->segment->start + position;
+void ClipFrame(ClipState* clip, mlt_producer producer, mlt_position position, mlt_frame_ptr frame) {
+  int64_t f = position;
   clip->timeline->Retire(f);
   RenderContext& ctx = clip->timeline->ctx;
   auto box = new ClipJob{clip, clip->segment->Fetch(f)};
@@ -184,6 +198,21 @@ int ClipGetFrame(mlt_producer producer, mlt_frame_ptr frame, int) {
     mlt_properties_set_int(props, "test_audio", 1);
   else
     mlt_frame_push_audio(*frame, reinterpret_cast<void*>(ClipGetAudio));
+}
+
+int TrackGetFrame(mlt_producer producer, mlt_frame_ptr frame, int index) {
+  auto* track = static_cast<TrackClips*>(producer->child);
+  mlt_position position = mlt_producer_position(producer);
+  if (ClipState* clip = track->At(position)) {
+    ClipFrame(clip, producer, position, frame);
+  } else {
+    // Between and after its segments a track gives what a playlist's blank
+    // gives: a test card frame, which the tractor and the transitions pass
+    // over.
+    mlt_producer_seek(track->blank.get(), 0);
+    mlt_service_get_frame(MLT_PRODUCER_SERVICE(track->blank.get()), frame, index);
+    mlt_frame_set_position(*frame, position);
+  }
   mlt_producer_prepare_next(producer);
   return 0;
 }
@@ -206,11 +235,26 @@ Timeline::Timeline(VirtualVideo& v, RenderContext& c) : video(v), ctx(c) {
 
 Timeline::~Timeline() = default;
 
-mlt_playlist Timeline::Track(int index) {
+mlt_producer Timeline::Track(int index) {
+  // A track is one producer over all its segments, not a playlist of one
+  // MLT clip each: an MLT clip in a playlist costs about 24 KB (producer,
+  // cut and entry), so the graph of a long draft grew with its length.
   while (static_cast<int>(tracks_.size()) <= index) {
-    PlaylistPtr p(mlt_playlist_new(ctx.profile));
-    mlt_tractor_set_track(tractor_.get(), MLT_PLAYLIST_PRODUCER(p.get()), static_cast<int>(tracks_.size()));
-    tracks_.push_back(std::move(p));
+    auto clips = std::make_unique<TrackClips>();
+    clips->blank.reset(mlt_producer_new(ctx.profile));
+    ProducerPtr owner(mlt_producer_new(ctx.profile));
+    mlt_producer p = owner.get();
+    p->child = clips.get();
+    p->get_frame = TrackGetFrame;
+    mlt_properties props = MLT_PRODUCER_PROPERTIES(p);
+    mlt_properties_set(props, "mlt_service", "orma.track");
+    // Past its last segment a track gives blanks, not its last frame again.
+    mlt_properties_set(props, "eof", "continue");
+    mlt_properties_set_position(props, "length", 1);
+    mlt_producer_set_in_and_out(p, 0, 0);
+    mlt_tractor_set_track(tractor_.get(), p, static_cast<int>(tracks_.size()));
+    tracks_.push_back(std::move(owner));
+    clips_.push_back(std::move(clips));
     trackEnds_.push_back(0);
     busy_.emplace_back();
   }
@@ -261,26 +305,13 @@ bool Timeline::PlaceStacked(std::string* error) {
 }
 
 bool Timeline::AppendClip(int track, std::unique_ptr<Segment> segment) {
-  mlt_playlist playlist = Track(track);
-  int64_t length = segment->end - segment->start;
+  mlt_producer producer = Track(track);
   if (segment->start < trackEnds_[track]) return false;
-  if (segment->start > trackEnds_[track])
-    mlt_playlist_blank(playlist, static_cast<int>(segment->start - trackEnds_[track] - 1));
-  // The playlist takes a reference of its own; this one goes at the return.
-  ProducerPtr owner(mlt_producer_new(ctx.profile));
-  mlt_producer producer = owner.get();
-  if (!producer) return false;
-  auto* clip = new ClipState{this, segment.get()};
-  producer->child = clip;
-  producer->get_frame = ClipGetFrame;
-  mlt_properties props = MLT_PRODUCER_PROPERTIES(producer);
-  mlt_properties_set_data(
-      props, "orma.clip", clip, 0, [](void* p) { delete static_cast<ClipState*>(p); }, nullptr);
-  mlt_properties_set(props, "mlt_service", "orma.clip");
-  mlt_properties_set_position(props, "length", static_cast<mlt_position>(length));
-  mlt_producer_set_in_and_out(producer, 0, static_cast<mlt_position>(length - 1));
-  if (mlt_playlist_append(playlist, producer) != 0) return false;
+  clips_[track]->clips.push_back(std::make_unique<ClipState>(ClipState{this, segment.get()}));
   trackEnds_[track] = segment->end;
+  mlt_properties_set_position(MLT_PRODUCER_PROPERTIES(producer), "length",
+                              static_cast<mlt_position>(segment->end));
+  mlt_producer_set_in_and_out(producer, 0, static_cast<mlt_position>(segment->end - 1));
   length_ = std::max(length_, segment->end);
   segments_.push_back(std::move(segment));
   return true;
@@ -341,6 +372,8 @@ bool Timeline::Build(std::string* error) {
   for (auto& b : builders)
     if (b && !b->Finish(*this, error)) return false;
   if (!PlaceStacked(error) || !FinishStack(error)) return false;
+  // The tracks' lengths changed after they were connected.
+  mlt_multitrack_refresh(mlt_tractor_multitrack(tractor_.get()));
   std::sort(held_.begin(), held_.end(),
             [](const Held& a, const Held& b) { return a.lastFrame < b.lastFrame; });
   return true;

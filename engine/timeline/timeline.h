@@ -30,6 +30,7 @@
 namespace orma {
 
 class Limiter;
+struct TrackClips;
 
 /// The segment and job behind a frame made by a timeline clip, or null.
 Segment* ClipSegment(mlt_frame frame, FrameJobPtr* job);
@@ -74,7 +75,7 @@ public:
   void Retire(int64_t frame);
 
 private:
-  mlt_playlist Track(int index);
+  mlt_producer Track(int index);
   bool TrackFree(size_t track, int64_t start, int64_t end) const;
   bool AppendClip(int track, std::unique_ptr<Segment> segment);
   /// Puts the stacked segments on their tracks, in time order per track.
@@ -101,9 +102,11 @@ private:
   };
   std::vector<Held> held_;
   // The MLT graph is declared after what its clips, transitions and filters
-  // point at (segments, renderers, what they hold, the limiter), so that it
-  // is closed first: the tractor, then the tracks it took from here.
-  std::vector<PlaylistPtr> tracks_;
+  // point at (segments, renderers, what they hold, the limiter, the tracks'
+  // lists of segments), so that it is closed first: the tractor, then the
+  // tracks it took from here.
+  std::vector<std::unique_ptr<TrackClips>> clips_; ///< per track: its segments, behind its producer
+  std::vector<ProducerPtr> tracks_;
   TractorPtr tractor_;
   std::mutex retireMutex_;
   int64_t length_ = 0;
