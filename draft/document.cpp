@@ -211,6 +211,7 @@ DraftDocument* loadDraft(const char* draftPath, const char* auxiliaryPath, int t
   if (!root) return nullptr;
   DraftDocument* document = NewRecord<DraftDocument>();
   if (!document) return Fail(nullptr, root);
+  document->ownsRecords = 1;
   if (videoW > 0 && videoH > 0) {
     document->videoW = videoW;
     document->videoH = videoH;

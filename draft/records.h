@@ -304,13 +304,13 @@ struct CaptionRecord {
   RectF showRect;
   bool flipX;
   bool flipY;
-  float scale; ///< 1.0 when absent
-  float angle; ///< degrees
-  CaptionWord* words;           ///< kind 0 only
-  CaptionTextLine* content;     ///< kind 1 only
-  CaptionKeyFrame* keyFrames;   ///< both kinds
-  int32_t kind;                 ///< 0 styled pieces, 1 template text lines
-  SizeF previewSize;            ///< editor preview size in pixels
+  float scale;                ///< 1.0 when absent
+  float angle;                ///< degrees
+  CaptionWord* words;         ///< kind 0 only
+  CaptionTextLine* content;   ///< kind 1 only
+  CaptionKeyFrame* keyFrames; ///< both kinds
+  int32_t kind;               ///< 0 styled pieces, 1 template text lines
+  SizeF previewSize;          ///< editor preview size in pixels
   CaptionRecord* next;
 };
 
@@ -428,9 +428,9 @@ struct PreviewCommand {
 struct DraftDocument {
   int32_t ver;
   char name[1024];
-  char draftPath[1024];   ///< the working copy once loading has finished
-  char exportPath[1024];  ///< export settings file, set by the driver
-  char outputPath[1024];  ///< video to write from a theme request
+  char draftPath[1024];  ///< the working copy once loading has finished
+  char exportPath[1024]; ///< export settings file, set by the driver
+  char outputPath[1024]; ///< video to write from a theme request
   char description[1024];
   int64_t creationTime;
   char cover[1024];
@@ -464,6 +464,9 @@ struct DraftDocument {
   AudioTrackRecord* soundEffects;
   LogoRecord* logo;
   PreviewCommand* previewCommand; ///< not owned
+  /// Set by loadDraft: the element records were allocated by the reader, so
+  /// the export may release them once the core library has them.
+  int32_t ownsRecords;
 };
 
 /// Zero-filled allocation, as every record of the model expects.
@@ -471,9 +474,10 @@ template <typename T> T* NewRecord() { return static_cast<T*>(std::calloc(1, siz
 
 /// Appends zero-filled nodes at the tail of a singly linked list in O(1).
 template <typename T> class ListTail {
- public:
+public:
   explicit ListTail(T** head) : slot_(head) {
-    while (*slot_) slot_ = &(*slot_)->next;
+    while (*slot_)
+      slot_ = &(*slot_)->next;
   }
   T* Append() {
     T* node = NewRecord<T>();
@@ -483,6 +487,6 @@ template <typename T> class ListTail {
     return node;
   }
 
- private:
+private:
   T** slot_;
 };

@@ -283,7 +283,7 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
   }
   OrmaEditMediaUseAgentProcess(vv);
   // The core library holds its own copy of everything from here on.
-  releaseDraftRecords(document);
+  if (document->ownsRecords) releaseDraftRecords(document);
   const int32_t result = OrmaEditMedia(vv); // blocks until the export has ended
   if (result <= 0) Fail(message, result, "Edit media fail");
   // The reporter ends only at 99.5 %, so a stopped export keeps this waiting
