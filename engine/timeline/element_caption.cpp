@@ -29,13 +29,14 @@ public:
     if (!make) return true;
     std::unique_ptr<Segment> segment = make(caption, timeline.ctx);
     if (!segment || segment->end <= segment->start) return true; // nothing on screen
-    int track = timeline.AllocateTrack(segment->start, segment->end);
+    int track = timeline.AllocateDrawnTrack(segment->start, segment->end);
     Segment& placed = *segment;
     if (!timeline.Append(track, std::move(segment))) {
       *error = "cannot place a caption on its track";
       return false;
     }
-    return timeline.PlantOverlay(track, placed, error);
+    timeline.PlantOverlay(track, placed);
+    return true;
   }
 };
 

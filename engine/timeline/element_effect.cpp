@@ -77,12 +77,13 @@ public:
     segment->start = start;
     segment->end = end;
     const Segment& placed = *segment;
-    int track = tl.AllocateTrack(start, end);
+    int track = tl.AllocateDrawnTrack(start, end);
     if (!tl.Append(track, std::move(segment))) {
       *error = std::string("cannot place a ") + entry->name;
       return false;
     }
-    return tl.PlantOverlay(track, placed, error);
+    tl.PlantOverlay(track, placed);
+    return true;
   }
 };
 

@@ -51,12 +51,12 @@ public:
     segment->start = start;
     segment->end = end;
     const PipSegment& placed = *segment;
-    int track = tl.AllocateTrack(start, end);
+    int track = tl.AllocateDrawnTrack(start, end);
     if (!tl.Append(track, std::move(segment))) {
       *error = "cannot place a picture-in-picture scene";
       return false;
     }
-    if (!tl.PlantOverlay(track, placed, error)) return false;
+    tl.PlantOverlay(track, placed);
     if (placed.sound()) tl.MixSound(track);
     return true;
   }

@@ -1,10 +1,18 @@
-// Stacked elements that draw themselves (captions, stickers) are composited
-// by a transition of their own, planted in level order. Instead of asking
-// the stacked track for a whole canvas with alpha and blending it, the
-// transition hands the picture below (track 0 after every transition planted
-// before it) to the element's segment, which draws only its own pixels onto
-// it. A frame therefore costs what the element covers, not a canvas.
+// Stacked elements that draw themselves (captions, stickers, effects,
+// picture-in-picture scenes) are composited by one transition per track,
+// planted in track order. A drawn element's track lies above the track of
+// every element over its time added before it (AllocateDrawnTrack), and the
+// elements come in level order, so drawing the tracks in order draws the
+// elements on screen at any moment in level order. Instead of asking the
+// stacked track for a whole canvas with alpha and blending it, the
+// transition hands the picture below (track 0 after every track below) to
+// the segment of the track's frame, which draws only its own pixels onto it.
+// A frame therefore costs what is on screen, not a canvas, and the chain of
+// transitions a frame passes through grows with the number of tracks (the
+// most elements on screen at once), not with the length of the draft.
 #include <mlt-7/framework/mlt.h>
+
+#include <algorithm>
 
 #include "engine/core/mlt_handles.h"
 #include "engine/timeline/timeline.h"
@@ -15,14 +23,14 @@ namespace {
 
 int OverlayGetImage(mlt_frame a, uint8_t** image, mlt_image_format* format, int* width, int* height, int) {
   mlt_frame b = mlt_frame_pop_frame(a);
-  auto* mine = static_cast<const Segment*>(mlt_frame_pop_service(a));
+  auto* timeline = static_cast<const Timeline*>(mlt_frame_pop_service(a));
   *format = mlt_image_yuv420p;
   int error = mlt_frame_get_image(a, image, format, width, height, 1);
   if (error || !*image || *format != mlt_image_yuv420p) return error;
   FrameJobPtr job;
   Segment* segment = b ? ClipSegment(b, &job) : nullptr;
-  // Another element sharing the track is drawn by its own transition.
-  if (segment != mine || !job) return 0;
+  // A sound sharing the track is not drawn.
+  if (!segment || !job || !timeline->DrawnOver(*segment)) return 0;
   Yuv canvas = Yuv420View(*image, *width, *height);
   segment->Render(job, canvas);
   return 0;
@@ -37,25 +45,43 @@ mlt_frame OverlayProcess(mlt_transition transition, mlt_frame a, mlt_frame b) {
 
 } // namespace
 
-bool Timeline::PlantOverlay(int track, const Segment& segment, std::string* error) {
-  TransitionPtr owner(mlt_transition_new());
-  mlt_transition transition = owner.get();
-  if (!transition) {
-    *error = "cannot create an overlay transition";
-    return false;
+int Timeline::AllocateDrawnTrack(int64_t start, int64_t end) {
+  int above = 0;
+  for (size_t i = 1; i < tracks_.size(); ++i)
+    if (!TrackFree(i, start, end)) above = static_cast<int>(i);
+  Track(above + 1);
+  return above + 1;
+}
+
+void Timeline::PlantOverlay(int track, const Segment& segment) {
+  drawn_.insert(&segment);
+  auto [span, added] = overlays_.try_emplace(track, segment.start, segment.end);
+  if (!added) {
+    span->second.first = std::min(span->second.first, segment.start);
+    span->second.second = std::max(span->second.second, segment.end);
   }
-  transition->child = const_cast<Segment*>(&segment);
-  transition->process = OverlayProcess;
-  mlt_properties props = MLT_TRANSITION_PROPERTIES(transition);
-  mlt_properties_set(props, "mlt_service", "orma.overlay");
-  mlt_properties_set_int(props, "_transition_type", 1); // video only
-  mlt_service_set_profile(MLT_TRANSITION_SERVICE(transition), ctx.profile);
-  mlt_transition_set_in_and_out(transition, static_cast<mlt_position>(segment.start),
-                                static_cast<mlt_position>(segment.end - 1));
-  // The field holds a reference of its own.
-  if (mlt_field_plant_transition(field(), transition, 0, track) != 0) {
-    *error = "cannot plant an overlay transition";
-    return false;
+}
+
+bool Timeline::PlantOverlays(std::string* error) {
+  for (const auto& [track, span] : overlays_) { // in track order
+    TransitionPtr transition(mlt_transition_new());
+    if (!transition) {
+      *error = "cannot create an overlay transition";
+      return false;
+    }
+    transition->child = this;
+    transition->process = OverlayProcess;
+    mlt_properties props = MLT_TRANSITION_PROPERTIES(transition.get());
+    mlt_properties_set(props, "mlt_service", "orma.overlay");
+    mlt_properties_set_int(props, "_transition_type", 1); // video only
+    mlt_service_set_profile(MLT_TRANSITION_SERVICE(transition.get()), ctx.profile);
+    mlt_transition_set_in_and_out(transition.get(), static_cast<mlt_position>(span.first),
+                                  static_cast<mlt_position>(span.second - 1));
+    // The field takes a reference of its own.
+    if (mlt_field_plant_transition(field(), transition.get(), 0, track) != 0) {
+      *error = "cannot plant an overlay transition";
+      return false;
+    }
   }
   return true;
 }

@@ -371,7 +371,7 @@ bool Timeline::Build(std::string* error) {
     if (!builderFor(e->kind)->Add(*this, *e, error)) return false;
   for (auto& b : builders)
     if (b && !b->Finish(*this, error)) return false;
-  if (!PlaceStacked(error) || !FinishStack(error)) return false;
+  if (!PlaceStacked(error) || !PlantOverlays(error) || !FinishStack(error)) return false;
   // The tracks' lengths changed after they were connected.
   mlt_multitrack_refresh(mlt_tractor_multitrack(tractor_.get()));
   std::sort(held_.begin(), held_.end(),

@@ -3,13 +3,14 @@
 //   tractor
 //     multitrack: track 0 = main track (scenes, transitions, gaps), then the
 //                 tracks of stacked elements, shared by elements that never
-//                 overlap in time
-//     field:      per stacked element, in level order, a compositing
-//                 transition onto track 0 (or a filter on track 0 for
-//                 effects), each limited to the element's span
+//                 overlap in time; each track is one producer that finds the
+//                 segment under the position
+//     field:      per track of drawn elements, in track order, a compositing
+//                 transition onto track 0 over the span of its elements;
+//                 the sound of stacked tracks mixed in; the limiter
 //
-// So each frame costs what is on screen at that moment: tracks hold blanks
-// elsewhere, and transitions and filters outside their span are skipped.
+// So each frame costs what is on screen at that moment, and the graph grows
+// with the most elements on screen at once, not with the draft's length.
 #pragma once
 
 #include <cstdint>
@@ -18,6 +19,8 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include <mlt-7/framework/mlt.h>
@@ -56,11 +59,17 @@ public:
   /// A track for an element over [start, end): the first stacked track free
   /// over that time, whatever lies before or after it, or a new one.
   int AllocateTrack(int64_t start, int64_t end);
-  mlt_field field() const { return mlt_tractor_field(tractor_.get()); }
-  /// Plants, above everything planted so far, a transition that draws the
-  /// overlay segment onto the picture of the tracks below over its span
+  /// A track for an element drawn over the picture over [start, end):
+  /// above every track with an element over that time, so that the tracks
+  /// drawn in order draw the elements in the order they were added
   /// (stack_overlay.cpp).
-  bool PlantOverlay(int track, const Segment& segment, std::string* error);
+  int AllocateDrawnTrack(int64_t start, int64_t end);
+  mlt_field field() const { return mlt_tractor_field(tractor_.get()); }
+  /// Has the segment, appended to `track`, drawn onto the picture of the
+  /// tracks below by its track's overlay transition (stack_overlay.cpp).
+  void PlantOverlay(int track, const Segment& segment);
+  /// Whether a segment is drawn by its track's overlay transition.
+  bool DrawnOver(const Segment& segment) const { return drawn_.count(&segment) != 0; }
   /// Mixes the sound of the segments of a stacked track into the output
   /// (stack_audio.cpp); their Audio() is called with the frame's block.
   void MixSound(int track);
@@ -90,6 +99,11 @@ private:
   /// elements, the sound of stacked tracks is mixed, and the limiter is
   /// planted last (stack_audio.cpp).
   bool FinishStack(std::string* error);
+  /// One overlay transition per track with drawn segments, in track order,
+  /// over the span from their first start to their last end.
+  bool PlantOverlays(std::string* error);
+  std::map<int, std::pair<int64_t, int64_t>> overlays_;
+  std::unordered_set<const Segment*> drawn_;
   std::vector<int> soundTracks_;
   std::unique_ptr<Limiter> limiter_;
   std::vector<int64_t> trackEnds_;
