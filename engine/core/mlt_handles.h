@@ -17,43 +17,26 @@
 
 namespace orma {
 
-struct ProfileCloser {
-  void operator()(mlt_profile p) const { mlt_profile_close(p); }
+/// Closes an MLT object with the close function MLT gives for its kind.
+template <typename Handle, void (*Close)(Handle)> struct MltCloser {
+  void operator()(Handle h) const { Close(h); }
 };
-struct ProducerCloser {
-  void operator()(mlt_producer p) const { mlt_producer_close(p); }
-};
-struct PlaylistCloser {
-  void operator()(mlt_playlist p) const { mlt_playlist_close(p); }
-};
-struct TractorCloser {
-  void operator()(mlt_tractor t) const { mlt_tractor_close(t); }
-};
-struct TransitionCloser {
-  void operator()(mlt_transition t) const { mlt_transition_close(t); }
-};
-struct FilterCloser {
-  void operator()(mlt_filter f) const { mlt_filter_close(f); }
-};
-struct MltFrameCloser {
-  void operator()(mlt_frame f) const { mlt_frame_close(f); }
-};
+template <typename Handle, void (*Close)(Handle)>
+using MltPtr = std::unique_ptr<std::remove_pointer_t<Handle>, MltCloser<Handle, Close>>;
+
 /// A consumer is stopped before it is closed, so that its read-ahead thread
 /// never outlives it (stopping one that was not started does nothing).
-struct ConsumerCloser {
-  void operator()(mlt_consumer c) const {
-    mlt_consumer_stop(c);
-    mlt_consumer_close(c);
-  }
-};
+inline void StopAndCloseConsumer(mlt_consumer c) {
+  mlt_consumer_stop(c);
+  mlt_consumer_close(c);
+}
 
-using ProfilePtr = std::unique_ptr<std::remove_pointer_t<mlt_profile>, ProfileCloser>;
-using ProducerPtr = std::unique_ptr<std::remove_pointer_t<mlt_producer>, ProducerCloser>;
-using PlaylistPtr = std::unique_ptr<std::remove_pointer_t<mlt_playlist>, PlaylistCloser>;
-using TractorPtr = std::unique_ptr<std::remove_pointer_t<mlt_tractor>, TractorCloser>;
-using TransitionPtr = std::unique_ptr<std::remove_pointer_t<mlt_transition>, TransitionCloser>;
-using FilterPtr = std::unique_ptr<std::remove_pointer_t<mlt_filter>, FilterCloser>;
-using MltFramePtr = std::unique_ptr<std::remove_pointer_t<mlt_frame>, MltFrameCloser>;
-using ConsumerPtr = std::unique_ptr<std::remove_pointer_t<mlt_consumer>, ConsumerCloser>;
+using ProfilePtr = MltPtr<mlt_profile, mlt_profile_close>;
+using ProducerPtr = MltPtr<mlt_producer, mlt_producer_close>;
+using TractorPtr = MltPtr<mlt_tractor, mlt_tractor_close>;
+using TransitionPtr = MltPtr<mlt_transition, mlt_transition_close>;
+using FilterPtr = MltPtr<mlt_filter, mlt_filter_close>;
+using MltFramePtr = MltPtr<mlt_frame, mlt_frame_close>;
+using ConsumerPtr = MltPtr<mlt_consumer, StopAndCloseConsumer>;
 
 } // namespace orma

@@ -29,14 +29,9 @@ public:
     if (!make) return true;
     std::unique_ptr<Segment> segment = make(caption, timeline.ctx);
     if (!segment || segment->end <= segment->start) return true; // nothing on screen
-    int track = timeline.AllocateDrawnTrack(segment->start, segment->end);
-    Segment& placed = *segment;
-    if (!timeline.Append(track, std::move(segment))) {
-      *error = "cannot place a caption on its track";
-      return false;
-    }
-    timeline.PlantOverlay(track, placed);
-    return true;
+    if (timeline.PlaceDrawn(std::move(segment)) >= 0) return true;
+    *error = "cannot place a caption on its track";
+    return false;
   }
 };
 

@@ -76,14 +76,9 @@ public:
     auto segment = std::make_unique<EffectSegment>(std::move(made));
     segment->start = start;
     segment->end = end;
-    const Segment& placed = *segment;
-    int track = tl.AllocateDrawnTrack(start, end);
-    if (!tl.Append(track, std::move(segment))) {
-      *error = std::string("cannot place a ") + entry->name;
-      return false;
-    }
-    tl.PlantOverlay(track, placed);
-    return true;
+    if (tl.PlaceDrawn(std::move(segment)) >= 0) return true;
+    *error = std::string("cannot place a ") + entry->name;
+    return false;
   }
 };
 

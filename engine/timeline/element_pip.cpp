@@ -50,14 +50,13 @@ public:
     auto segment = std::make_unique<PipSegment>(owned);
     segment->start = start;
     segment->end = end;
-    const PipSegment& placed = *segment;
-    int track = tl.AllocateDrawnTrack(start, end);
-    if (!tl.Append(track, std::move(segment))) {
+    const bool sound = segment->sound();
+    int track = tl.PlaceDrawn(std::move(segment));
+    if (track < 0) {
       *error = "cannot place a picture-in-picture scene";
       return false;
     }
-    tl.PlantOverlay(track, placed);
-    if (placed.sound()) tl.MixSound(track);
+    if (sound) tl.MixSound(track);
     return true;
   }
 };

@@ -102,9 +102,9 @@ private:
   bool failed_ = false;
 };
 
-class GapSegment : public Segment {
+class BlackSegment : public Segment {
 public:
-  explicit GapSegment(int matrix) : black_(RgbToYuv(0, 0, 0, matrix)) {}
+  explicit BlackSegment(int matrix) : black_(RgbToYuv(0, 0, 0, matrix)) {}
   FrameJobPtr Fetch(int64_t) override { return nullptr; }
   void Render(const FrameJobPtr&, Yuv& canvas) const override { Fill(canvas, black_); }
   void Audio(const FrameJobPtr&, AudioBlock&) const override {}
@@ -187,7 +187,7 @@ public:
     for (size_t i = 0; i < placed.size(); ++i) {
       const Placed& p = placed[i];
       if (p.start > position) {
-        auto gap = std::make_unique<GapSegment>(ctx.matrix);
+        std::unique_ptr<Segment> gap = MakeBlackSegment(ctx.matrix);
         gap->start = position;
         gap->end = p.start;
         if (!tl.Append(0, std::move(gap))) return Fail(error);
@@ -223,6 +223,8 @@ private:
 };
 
 } // namespace
+
+std::unique_ptr<Segment> MakeBlackSegment(int matrix) { return std::make_unique<BlackSegment>(matrix); }
 
 std::unique_ptr<ElementBuilder> MakeMainSceneBuilder() { return std::make_unique<MainSceneBuilder>(); }
 

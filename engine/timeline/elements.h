@@ -10,6 +10,7 @@
 
 namespace orma {
 
+class Segment;
 class Timeline;
 
 class ElementBuilder {
@@ -33,5 +34,9 @@ std::unique_ptr<ElementBuilder> MakePipSceneBuilder();
 std::unique_ptr<ElementBuilder> MakeEffectBuilder();
 std::unique_ptr<ElementBuilder> MakeAudioBuilder();
 std::unique_ptr<ElementBuilder> MakeCaptionBuilder();
+
+/// Black and silent over its span: a gap between scenes, and the main track
+/// past its last scene up to the end of the stacked elements.
+std::unique_ptr<Segment> MakeBlackSegment(int matrix);
 
 } // namespace orma

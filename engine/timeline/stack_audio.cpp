@@ -15,6 +15,7 @@
 #include "engine/core/log.h"
 #include "engine/core/mlt_handles.h"
 #include "engine/sound/limiter.h"
+#include "engine/timeline/elements.h"
 #include "engine/timeline/timeline.h"
 
 namespace orma {
@@ -78,19 +79,6 @@ mlt_frame LimitProcess(mlt_filter filter, mlt_frame frame) {
   return frame;
 }
 
-// Black and silent: the main track where no scene is, up to the end of the
-// stacked elements.
-class BlankSegment : public Segment {
-public:
-  explicit BlankSegment(int matrix) : black_(RgbToYuv(0, 0, 0, matrix)) {}
-  FrameJobPtr Fetch(int64_t) override { return nullptr; }
-  void Render(const FrameJobPtr&, Yuv& canvas) const override { Fill(canvas, black_); }
-  void Audio(const FrameJobPtr&, AudioBlock&) const override {}
-
-private:
-  YuvColor black_;
-};
-
 } // namespace
 
 void Timeline::MixSound(int track) {
@@ -102,7 +90,7 @@ bool Timeline::FinishStack(std::string* error) {
   // The stacked elements are drawn onto the main track's frames, so the
   // main track must reach as far as they do.
   if (trackEnds_[0] < length_) {
-    auto blank = std::make_unique<BlankSegment>(ctx.matrix);
+    std::unique_ptr<Segment> blank = MakeBlackSegment(ctx.matrix);
     blank->start = trackEnds_[0];
     blank->end = length_;
     if (!Append(0, std::move(blank))) {

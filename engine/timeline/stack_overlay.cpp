@@ -53,13 +53,18 @@ int Timeline::AllocateDrawnTrack(int64_t start, int64_t end) {
   return above + 1;
 }
 
-void Timeline::PlantOverlay(int track, const Segment& segment) {
-  drawn_.insert(&segment);
-  auto [span, added] = overlays_.try_emplace(track, segment.start, segment.end);
+int Timeline::PlaceDrawn(std::unique_ptr<Segment> segment) {
+  const Segment& placed = *segment;
+  int track = AllocateDrawnTrack(placed.start, placed.end);
+  if (placed.end <= placed.start) return track; // nothing on screen: not kept
+  if (!Append(track, std::move(segment))) return -1;
+  drawn_.insert(&placed);
+  auto [span, added] = overlays_.try_emplace(track, placed.start, placed.end);
   if (!added) {
-    span->second.first = std::min(span->second.first, segment.start);
-    span->second.second = std::max(span->second.second, segment.end);
+    span->second.first = std::min(span->second.first, placed.start);
+    span->second.second = std::max(span->second.second, placed.end);
   }
+  return track;
 }
 
 bool Timeline::PlantOverlays(std::string* error) {

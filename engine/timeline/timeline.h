@@ -59,15 +59,12 @@ public:
   /// A track for an element over [start, end): the first stacked track free
   /// over that time, whatever lies before or after it, or a new one.
   int AllocateTrack(int64_t start, int64_t end);
-  /// A track for an element drawn over the picture over [start, end):
-  /// above every track with an element over that time, so that the tracks
-  /// drawn in order draw the elements in the order they were added
-  /// (stack_overlay.cpp).
-  int AllocateDrawnTrack(int64_t start, int64_t end);
   mlt_field field() const { return mlt_tractor_field(tractor_.get()); }
-  /// Has the segment, appended to `track`, drawn onto the picture of the
-  /// tracks below by its track's overlay transition (stack_overlay.cpp).
-  void PlantOverlay(int track, const Segment& segment);
+  /// Places the segment of an element drawn over the picture (a caption,
+  /// sticker, effect or picture-in-picture scene) on a track of its own
+  /// choosing, drawn onto the tracks below by that track's overlay
+  /// transition (stack_overlay.cpp). Returns the track, or -1.
+  int PlaceDrawn(std::unique_ptr<Segment> segment);
   /// Whether a segment is drawn by its track's overlay transition.
   bool DrawnOver(const Segment& segment) const { return drawn_.count(&segment) != 0; }
   /// Mixes the sound of the segments of a stacked track into the output
@@ -99,6 +96,10 @@ private:
   /// elements, the sound of stacked tracks is mixed, and the limiter is
   /// planted last (stack_audio.cpp).
   bool FinishStack(std::string* error);
+  /// A track for a drawn element over [start, end): above every track with
+  /// an element over that time, so that the tracks drawn in order draw the
+  /// elements in the order they were added.
+  int AllocateDrawnTrack(int64_t start, int64_t end);
   /// One overlay transition per track with drawn segments, in track order,
   /// over the span from their first start to their last end.
   bool PlantOverlays(std::string* error);
