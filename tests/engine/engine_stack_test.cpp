@@ -139,6 +139,22 @@ TEST_F(EngineStack, OverlaysWhoseLevelsDoNotFollowTimeAllRender) {
   EXPECT_COLOR(v, F(1.0), 0.25, 0.75, kRed);
 }
 
+TEST_F(EngineStack, AHigherLevelStartingInALowerTracksGapIsStillDrawnAbove) {
+  // The level-1 overlay ends at 1 s, leaving its track free when the level-3
+  // one starts; the level-2 overlay lies between them all along, so the
+  // level-3 one must not take the free place below it.
+  OrmaVideoHandle vv = NewVideo();
+  AddScene(vv, 0, 2, "red.mp4");
+  AddPip(vv, 0, 1, "green.mp4", Rect4{{0.0f, 0.0f, 0.5f, 1.0f}}, 1);
+  AddPip(vv, 0, 2, "blue.mp4", Rect4{{0.0f, 0.0f, 1.0f, 1.0f}}, 2);
+  AddPip(vv, 1, 2, "yellow.jpg", Rect4{{0.25f, 0.25f, 0.75f, 0.75f}}, 3);
+  ASSERT_EQ(Export(vv), 1);
+  DecodedVideo v = Decode();
+  EXPECT_COLOR(v, F(0.5), 0.25, 0.5, kBlue); // level 2 over level 1
+  EXPECT_COLOR(v, F(1.5), 0.5, 0.5, kYellow);
+  EXPECT_COLOR(v, F(1.5), 0.9, 0.9, kBlue);
+}
+
 TEST_F(EngineStack, OverlaySoundIsMixedDuringItsSpan) {
   OrmaVideoHandle vv = NewVideo();
   AddScene(vv, 0, 3, "green.mp4");                              // no sound
