@@ -47,6 +47,19 @@ def plan(bounds, transitions=(), start=0, end=0):
     return {"start": start, "end": end, "fps": 25, "scenes": scenes}
 
 
+
+# Kubernetes keeps an object's desired state (a Job's, its pod template's)
+# under one key of its API.
+DESIRED_STATE = "spec"
+
+
+def desired(obj):
+    return obj[DESIRED_STATE]
+
+
+def pod_of(job):
+    return desired(desired(job)["template"])
+
 class Plan(unittest.TestCase):
     def test_one_part_is_the_whole_timeline(self):
         self.assertEqual(farm.split_ranges(plan([0, 1, 2, 3]), 1), [(0, 0)])
@@ -146,26 +159,26 @@ class KubernetesManifest(unittest.TestCase):
         self.assertEqual(set(self.jobs), {"ormadraft-parts-test-1", "ormadraft-sound-test-1", "ormadraft-join-test-1"})
         for job in self.jobs.values():
             self.assertEqual((job["apiVersion"], job["kind"]), ("batch/v1", "Job"))
-            pod = job["spec"]["template"]["spec"]
+            pod = pod_of(job)
             self.assertEqual(pod["restartPolicy"], "Never")
             claims = {v["name"]: v["persistentVolumeClaim"]["claimName"] for v in pod["volumes"]}
             for container in pod["containers"] + pod.get("initContainers", []):
                 self.assertEqual(container["workingDir"], str(self.work))
                 mounts = {m["name"]: m["mountPath"] for m in container["volumeMounts"]}
                 self.assertEqual(claims[next(iter(mounts))], "ormadraft-shared")
-        parts = self.jobs["ormadraft-parts-test-1"]["spec"]
+        parts = desired(self.jobs["ormadraft-parts-test-1"])
         self.assertEqual(parts["completionMode"], "Indexed")
         self.assertEqual(parts["completions"], self.parts)
         self.assertEqual(parts["parallelism"], self.parts)
         self.assertEqual(parts["backoffLimitPerIndex"], 1)
-        container = parts["template"]["spec"]["containers"][0]
+        container = desired(parts["template"])["containers"][0]
         self.assertEqual(container["command"], ["bash", f"{self.work}/farm-task.sh", "part", str(self.work)])
         index = {e["name"]: e["valueFrom"]["fieldRef"]["fieldPath"] for e in container["env"]}
         self.assertEqual(index["SLURM_ARRAY_TASK_ID"],
                          "metadata.annotations['batch.kubernetes.io/job-completion-index']")
-        sound = self.jobs["ormadraft-sound-test-1"]["spec"]["template"]["spec"]["containers"][0]
+        sound = pod_of(self.jobs["ormadraft-sound-test-1"])["containers"][0]
         self.assertEqual(sound["command"][-2:], ["sound", str(self.work)])
-        join = self.jobs["ormadraft-join-test-1"]["spec"]["template"]["spec"]
+        join = pod_of(self.jobs["ormadraft-join-test-1"])
         self.assertEqual(join["containers"][0]["command"][-2:], ["join", str(self.work)])
         wait = join["initContainers"][0]["command"][-1]
         self.assertIn(f"-ge {self.parts} ]", wait)
