@@ -77,16 +77,31 @@ TEST_F(ThemeRetimeTest, AMutedRequestSilencesEveryMusic) {
   EXPECT_EQ(Str(At(musics, 0), "path"), folder_.Join("lib") + "//Sample/m1.m4a");
 }
 
-TEST_F(ThemeRetimeTest, MusicTakesTheGroupVolumeOrKeepsItsOwnWithoutAGroupFile) {
+TEST_F(ThemeRetimeTest, MusicTakesTheGroupVolumeAndWithoutAGroupFileTheRequestsZero) {
   const std::string music = R"(, "musics": [{"path": "m1.m4a", "timelineFrom": 0, "timelineTo": 10,
-      "volume": 0.5}])";
+      "volume": 0.5}, {"path": "m2.m4a", "timelineFrom": 0, "timelineTo": 5}])";
+  // No media-group file: the request's volume stays 0 and every music gets it.
   drafttest::Json draft = Fill(10, music);
   ASSERT_TRUE(draft);
-  EXPECT_EQ(Num(At(Get(draft.get(), "musics"), 0), "volume"), 0.5);
+  EXPECT_EQ(record_->volume, 0.0f);
+  EXPECT_EQ(Num(At(Get(draft.get(), "musics"), 0), "volume"), 0);
+  EXPECT_EQ(Num(At(Get(draft.get(), "musics"), 1), "volume"), 0);
+  EXPECT_EQ(LastKey(At(Get(draft.get(), "musics"), 1)), "volume");
   const std::string group = folder_.Write("group.json", R"({"medias": [], "volume": 0.25})");
   draft = Fill(10, music, {group});
   ASSERT_TRUE(draft);
   EXPECT_EQ(Num(At(Get(draft.get(), "musics"), 0), "volume"), 0.25);
+}
+
+TEST_F(ThemeRetimeTest, AGroupFileWithoutVolumeGivesEveryMusicTheFullVolume) {
+  const std::string group = folder_.Write("group.json", R"({"medias": [{"path": "a.mp4"}]})");
+  drafttest::Json draft = Fill(10, R"(, "musics": [{"path": "m1.m4a", "timelineFrom": 0, "timelineTo": 10,
+      "volume": 0.5}])",
+                               {group});
+  ASSERT_TRUE(draft);
+  EXPECT_EQ(record_->volume, 1.0f);
+  EXPECT_FALSE(record_->isMute);
+  EXPECT_EQ(Num(At(Get(draft.get(), "musics"), 0), "volume"), 1);
 }
 
 TEST_F(ThemeRetimeTest, MusicIsRepeatedByItsPathUntilTheNewEnd) {
