@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "driver/log_line.h"
 #include "platform/platform.h"
@@ -25,10 +26,21 @@ const char* Environment(const char* name) {
   return value && *value ? value : nullptr;
 }
 
+// A folder named relative to the current folder, as an absolute path.
+std::string Absolute(const std::string& folder) {
+  if (IsAbsolute(folder)) return folder;
+  std::error_code error;
+  const std::string current = std::filesystem::current_path(error).string();
+  return error || current.empty() ? folder : Join(current, folder);
+}
+
 } // namespace
 
 std::string ThemeLibraryFolder(const std::string& programPath) {
-  if (const char* themes = Environment("ORMADRAFT_THEMES")) return WithSlash(themes);
+  // Made absolute here, once: a theme's relative references are joined to
+  // its folder, and a relative result would be taken from the drafts folder
+  // (where the new draft is written), not from where the library is.
+  if (const char* themes = Environment("ORMADRAFT_THEMES")) return WithSlash(Absolute(themes));
   const std::string programDir = FolderOf(programPath);
   const std::string parent = FolderOf(programDir);
   const std::string candidates[] = {

@@ -7,7 +7,8 @@
 // theme folder whose name has the item as its second "_" part). Only entries
 // whose names are longer than five characters take part in the search.
 //
-// On POSIX the library is, in this order: $ORMADRAFT_THEMES; "TemplateThemes"
+// On POSIX the library is, in this order: $ORMADRAFT_THEMES (taken from the
+// current folder when relative, and made absolute); "TemplateThemes"
 // in the parent of the program's folder; the installed layout
 // <program dir>/../share/ormadraft/TemplateThemes; the source tree seen from
 // the build folder, <program dir>/../resources/TemplateThemes. New drafts go

@@ -75,6 +75,15 @@ TEST_F(ThemeLibraryTest, NewDraftsGoToTheCacheWhenTheProgramFolderCannotTakeThem
   testing::internal::GetCapturedStdout();
 }
 
+TEST_F(ThemeLibraryTest, ARelativeLibraryVariableIsMadeAbsoluteAgainstTheCurrentFolder) {
+  const fs::path before = fs::current_path();
+  fs::current_path(folder_.Join(""));
+  setenv("ORMADRAFT_THEMES", "lib/themes", 1);
+  const std::string library = themes::ThemeLibraryFolder(program_);
+  fs::current_path(before);
+  EXPECT_EQ(library, folder_.Join("lib/themes/"));
+}
+
 TEST_F(ThemeLibraryTest, TheDraftsVariableOverridesBoth) {
   setenv("ORMADRAFT_DRAFTS", folder_.Join("my drafts").c_str(), 1);
   testing::internal::CaptureStdout();
