@@ -1,8 +1,8 @@
 // Media replacement in a theme draft: placeholder scenes deleted or repeated
-// to fit the caller's media, fixed items, the placeholder length rule, the
-// stamp, the fit into the placeholder's frame, the media-group file, and
-// resource paths made absolute once against a theme library named by a
-// relative path.
+// to fit the caller's media, fixed items (a closing one stays last whatever
+// its length), the placeholder length rule, the stamp, the fit into the
+// placeholder's frame, the media-group file, and resource paths made
+// absolute once against a theme library named by a relative path.
 #include <filesystem>
 
 #include "tests/unit/theme_fixture.h"
@@ -223,6 +223,40 @@ TEST_F(ThemeMediaTest, TheMediaGroupFileGivesTrimsRectanglesAndVolume) {
   EXPECT_EQ(Num(info, "timelineTo"), 3); // the record's own length
   EXPECT_EQ(Num(draft.get(), "duration"), 3);
   EXPECT_FLOAT_EQ(record_->volume, 0.4f);
+}
+
+TEST_F(ThemeMediaTest, AClosingFixedSceneWithoutLengthStaysLastAndItsMissingEndPrintsBlock655) {
+  FakeTable()["a.mp4"] = {3};
+  FakeTable()["b.mp4"] = {3};
+  // The closing scene's fixed item has no trims at all.
+  drafttest::Json draft =
+      Fill(Theme(3, {Slot("p1.mp4", 0, 3)},
+                 {Scene("p1.mp4", 3),
+                  R"({"identifier": "outro", "media": [{"path": "outro.png", "replaceType": 3}]})"}),
+           {"a.mp4", "b.mp4"});
+  ASSERT_TRUE(draft) << printed_;
+  const cJSON* scenes = Get(draft.get(), "scenes");
+  ASSERT_EQ(Size(scenes), 3);
+  EXPECT_EQ(Str(At(scenes, 2), "identifier"), "outro");
+  EXPECT_NE(printed_.find("-------------------------------------\nerror : cJSON_GetObjectItem fail 655! \n"
+                          "-------------------------------------\n"),
+            std::string::npos)
+      << printed_;
+  EXPECT_EQ(Num(draft.get(), "duration"), 6); // the item without an end counts nothing
+}
+
+TEST_F(ThemeMediaTest, AClosingFixedSceneOfZeroLengthStaysLast) {
+  FakeTable()["a.mp4"] = {3};
+  FakeTable()["b.mp4"] = {3};
+  drafttest::Json draft =
+      Fill(Theme(3, {Slot("p1.mp4", 0, 3)},
+                 {Scene("p1.mp4", 3), Scene("outro.png", 0, R"(, "replaceType": 3, "identifier": "outro")")}),
+           {"a.mp4", "b.mp4"});
+  ASSERT_TRUE(draft) << printed_;
+  const cJSON* scenes = Get(draft.get(), "scenes");
+  ASSERT_EQ(Size(scenes), 3);
+  EXPECT_EQ(Str(Item(draft.get(), 2), "identifier"), "outro");
+  EXPECT_EQ(Str(Item(draft.get(), 1), "path"), folder_.Join("req/b.mp4"));
 }
 
 TEST_F(ThemeMediaTest, ARelativeThemeLibraryGivesAbsoluteResourcePathsMadeOnce) {
