@@ -6,13 +6,17 @@
 //
 // The sample theme is copied into the test's folder with a 320x180 canvas
 // (its rectangles are fractions of the canvas, so it is the same theme) and
-// its resource references made absolute, so renders stay small.
+// its resource references made absolute, so renders stay small. Themes of
+// the tests' own (ThemeOfItsOwn) are written from a few lines: two stickers
+// over one span, music without a media-group file, a theme library named by
+// a relative path.
 #include <sys/wait.h>
 
 #include <cstdio>
 #include <filesystem>
 #include <regex>
 #include <string>
+#include <vector>
 
 #include "tests/engine/engine_test_support.h"
 #include "tests/engine/ocr.h"
@@ -156,6 +160,157 @@ TEST_F(ThemeEndToEnd, AMutingMediaGroupFileSilencesClipsAndMusic) {
   EXPECT_NEAR(v.durationSeconds, 2 + 2 + 7 + 2, 0.05);
   EXPECT_PRED2(Close, At(v, 3.0, 0.5, 0.4), kRed);
   EXPECT_LT(v.Rms(0, v.durationSeconds), 0.001);
+}
+
+// Themes written by the test: a library "lib" in the test folder holding one
+// theme folder, filled with solid-colour pictures of 3 s each.
+class ThemeOfItsOwn : public EngineTest {
+protected:
+  void SetUp() override {
+    EngineTest::SetUp();
+#ifndef ORMADRAFT_EXE
+    GTEST_SKIP() << "the ormadraft program is not part of this build";
+#endif
+  }
+
+  // A 320x180 picture of one colour (ffmpeg's colour names or 0xRRGGBB).
+  void Picture(const std::string& path, const std::string& colour) {
+    fs::create_directories(fs::path(Path(path)).parent_path());
+    ASSERT_EQ(std::system(("ffmpeg -nostdin -v error -y -f lavfi -i color=c=" + colour +
+                           ":s=320x180 -frames:v 1 '" + Path(path) + "'")
+                              .c_str()),
+              0);
+  }
+
+  // A sticker folder of one solid frame.
+  void Sticker(const std::string& folder, const std::string& colour) {
+    Picture(folder + "/f.png", colour);
+    WriteFile(Path(folder + "/config.json"), R"({"fps": 1, "loop": true, "frames": ["f.png"]})");
+  }
+
+  // A scene showing the placeholder `path` for `seconds`; `more` is added to
+  // the scene.
+  static std::string Scene(const std::string& path, int seconds, const std::string& more = "") {
+    return R"({"media": [{"path": ")" + path + R"(", "trimTimeStart": 0, "trimTimeEnd": )" +
+           std::to_string(seconds) + R"(, "speed": 1, "volume": 1, "alpha": 1,
+        "showRectF": {"x": 0, "y": 0, "width": 1, "height": 1},
+        "cropRect": {"x": 0, "y": 0, "width": 1, "height": 1}}])" +
+           more + "}";
+  }
+
+  // Writes lib/NAME/config.json: a 320x180 theme of `duration` seconds.
+  void Theme(const std::string& name, int duration, const std::string& mediaInfo, const std::string& scenes,
+             const std::string& more = "") {
+    fs::create_directories(Path("lib/" + name));
+    WriteFile(Path("lib/" + name + "/config.json"),
+              R"({"ver": 5, "name": ")" + name + R"(", "duration": )" + std::to_string(duration) +
+                  R"(, "size": {"width": 320, "height": 180}, "mediaInfo": [)" + mediaInfo +
+                  R"(], "scenes": [)" + scenes + "]" + more + "}");
+  }
+
+  // Runs the program on a request for theme `id` with these media, from the
+  // test folder; `themes` is the library as ORMADRAFT_THEMES names it.
+  std::string Fill(const std::string& id, const std::vector<std::string>& media,
+                   const std::string& themes = "") {
+    std::string medias;
+    for (const std::string& m : media)
+      medias += std::string(medias.empty() ? "" : ", ") + R"({"path": ")" + m + R"("})";
+    WriteFile(Path("request.json"), R"({"ver": 1, "type": "TemplateThemes", "id": ")" + id +
+                                        R"(", "outputPath": "out/theme.mp4", "medias": [)" + medias + "]}");
+    std::string output;
+#ifdef ORMADRAFT_EXE
+    output = CommandOutput("cd '" + folder() + "' && ORMADRAFT_THEMES='" +
+                           (themes.empty() ? Path("lib") : themes) + "' ORMADRAFT_DRAFTS='" + Path("drafts") +
+                           "' '" + ORMADRAFT_EXE + "' request.json 2>&1");
+#endif
+    return output;
+  }
+
+  static Rgb At(const DecodedVideo& v, double seconds, double x, double y) {
+    return v.At(static_cast<int>(seconds * v.fpsNum / v.fpsDen), x, y);
+  }
+};
+
+TEST_F(ThemeOfItsOwn, TwoStickersOverOneSpanAreBothRepeatedOverEveryPeriod) {
+  // A 3 s theme with a red sticker on the left and a green one on the right
+  // over its whole length, filled with three 3 s pictures: 9 s, and both
+  // stickers over all of it.
+  Picture("lib/TwoStickers/p1.png", "gray");
+  Sticker("lib/TwoStickers/st/red", "red");
+  Sticker("lib/TwoStickers/st/green", "0x00ff00");
+  const std::string sticker = R"("timelineFrom": 0, "timelineTo": 3, "opacity": 1, "scale": 1, "angle": 0,
+      "blendType": 0, "sizeF": {"width": 0.2, "height": 0.3})";
+  Theme("TwoStickers", 3, R"({"path": "p1.png", "timelineFrom": 0, "timelineTo": 3})", Scene("p1.png", 3),
+        R"(, "stickers": [{"imageFolderPath": "st/red", "centerF": {"x": 0.25, "y": 0.5}, )" + sticker +
+            R"(}, {"imageFolderPath": "st/green", "centerF": {"x": 0.75, "y": 0.5}, )" + sticker + "}]");
+  Picture("blue.png", "blue");
+  const std::string run = Fill("TwoStickers", {"blue.png", "blue.png", "blue.png"});
+  ASSERT_NE(run.find("export success!"), std::string::npos) << run;
+  DecodedVideo v = Decode("out/theme.mp4");
+  ASSERT_TRUE(v.ok) << v.error;
+  EXPECT_NEAR(v.durationSeconds, 9, 0.05);
+  for (double at : {1.5, 4.5, 7.5}) {
+    EXPECT_PRED2(Close, At(v, at, 0.25, 0.5), kRed) << at << " s";
+    EXPECT_PRED2(Close, At(v, at, 0.75, 0.5), kGreen) << at << " s";
+    EXPECT_PRED2(Close, At(v, at, 0.5, 0.5), kBlue) << at << " s";
+  }
+}
+
+TEST_F(ThemeOfItsOwn, WithoutAMediaGroupFileTheMusicIsSilenced) {
+  // The request's volume is 0 unless a media-group file sets it, and every
+  // music takes it: the theme's loud tone is not heard.
+  Picture("lib/MusicTheme/p1.png", "gray");
+  ASSERT_EQ(std::system(("ffmpeg -nostdin -v error -y -f lavfi -i sine=f=440:d=3 -c:a aac '" +
+                         Path("lib/MusicTheme/music.m4a") + "'")
+                            .c_str()),
+            0);
+  Theme("MusicTheme", 3, R"({"path": "p1.png", "timelineFrom": 0, "timelineTo": 3})", Scene("p1.png", 3),
+        R"(, "musics": [{"path": "music.m4a", "timelineFrom": 0, "timelineTo": 3, "trimTimeStart": 0,
+            "trimTimeEnd": 3, "volume": 1, "speed": 1}])");
+  Picture("blue.png", "blue");
+  std::string run = Fill("MusicTheme", {"blue.png"});
+  ASSERT_NE(run.find("export success!"), std::string::npos) << run;
+  DecodedVideo v = Decode("out/theme.mp4");
+  ASSERT_TRUE(v.ok) << v.error;
+  EXPECT_LT(v.Rms(0, 3), 0.001) << "the music plays without a media-group file";
+
+  // The same theme with a group file of volume 0.5 plays the tone.
+  WriteFile(Path("group.json"), R"({"medias": [{"path": "blue.png"}], "volume": 0.5})");
+  run = Fill("MusicTheme", {"blue.png", Path("group.json")});
+  ASSERT_NE(run.find("export success!"), std::string::npos) << run;
+  v = Decode("out/theme.mp4");
+  ASSERT_TRUE(v.ok) << v.error;
+  EXPECT_GT(v.Rms(0.5, 2.5), 0.02) << "the music is silent with a group file's volume";
+}
+
+TEST_F(ThemeOfItsOwn, ARelativeThemeLibraryKeepsTheThemesTransitionWorking) {
+  // ORMADRAFT_THEMES=lib, relative to the folder the program is started in:
+  // the transition "fx/t1" of the theme must reach the theme's folder.
+  fs::create_directories(Path("lib/Transit/fx"));
+  fs::copy(std::string(ORMA_SOURCE_DIR) + "/resources/transitions/dissolve", Path("lib/Transit/fx/t1"));
+  Picture("lib/Transit/p1.png", "gray");
+  Picture("lib/Transit/p2.png", "white");
+  Theme("Transit", 6,
+        R"({"path": "p1.png", "timelineFrom": 0, "timelineTo": 3},
+           {"path": "p2.png", "timelineFrom": 3, "timelineTo": 6})",
+        Scene("p1.png", 3, R"(, "transition": {"folderPath": "fx/t1", "duration": 1, "type": 0})") + ", " +
+            Scene("p2.png", 3));
+  Picture("red.png", "red");
+  Picture("blue.png", "blue");
+  const std::string run = Fill("Transit", {"red.png", "blue.png"}, "lib");
+  ASSERT_NE(run.find("export success!"), std::string::npos) << run;
+  DecodedVideo v = Decode("out/theme.mp4");
+  ASSERT_TRUE(v.ok) << v.error;
+  EXPECT_NEAR(v.durationSeconds, 6, 0.05);
+  EXPECT_PRED2(Close, At(v, 1.0, 0.5, 0.5), kRed);
+  EXPECT_PRED2(Close, At(v, 5.0, 0.5, 0.5), kBlue);
+  // Halfway through the dissolve both pictures are mixed.
+  bool mixed = false;
+  for (double at = 2.0; at < 4.0; at += 0.04) {
+    const Rgb c = At(v, at, 0.5, 0.5);
+    mixed = mixed || (c.r > 70 && c.r < 190 && c.b > 70 && c.b < 190);
+  }
+  EXPECT_TRUE(mixed) << "no dissolve between the two pictures";
 }
 
 } // namespace
