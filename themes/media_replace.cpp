@@ -169,9 +169,7 @@ float ThemeDuration(ThemeRequest* record, cJSON* tree) {
   return static_cast<float>(sum);
 }
 
-namespace {
-
-// Step 3: fewer media than placeholders, so the last placeholder scenes go.
+// Fewer media than placeholders, so the last placeholder scenes go.
 void DeleteSpareScenes(ThemeRequest* record, cJSON* tree, int nUser) {
   for (;;) {
     cJSON* mediaInfo = Member(tree, "mediaInfo");
@@ -188,9 +186,9 @@ void DeleteSpareScenes(ThemeRequest* record, cJSON* tree, int nUser) {
   }
 }
 
-// Step 4: more media than placeholders, so placeholder scenes are repeated
-// in order (copies included once the originals are used up).
-void CopyScenes(ThemeRequest* record, cJSON* tree, int nUser) {
+// More media than placeholders, so placeholder scenes are repeated in order
+// (copies included once the originals are used up).
+void CopyPlaceholderScenes(ThemeRequest* record, cJSON* tree, int nUser) {
   cJSON* mediaInfo = Member(tree, "mediaInfo");
   if (!mediaInfo) {
     PrintErrorBlock("error : cJSON_GetObjectItem mediaInfo fail 518! \n");
@@ -209,6 +207,8 @@ void CopyScenes(ThemeRequest* record, cJSON* tree, int nUser) {
     ++count;
   }
 }
+
+namespace {
 
 const MediaRecord* RecordAt(const MediaRecord* head, int index) {
   for (; head && index > 0; --index)
@@ -264,7 +264,7 @@ int ApplyThemeMedia(ThemeRequest* record, cJSON* tree) {
     ++nUser;
 
   if (nUser < nInfo) DeleteSpareScenes(record, tree, nUser);
-  if (nUser > nInfo) CopyScenes(record, tree, nUser);
+  if (nUser > nInfo) CopyPlaceholderScenes(record, tree, nUser);
   PutMediaIn(record, tree);
 
   const float newDuration = ThemeDuration(record, tree);

@@ -24,6 +24,14 @@ int StampMediaPaths(ThemeRequest* record, cJSON* tree);
 /// elements. 1 on success; failures print an error block.
 int ApplyThemeMedia(ThemeRequest* record, cJSON* tree);
 
+/// Steps of ApplyThemeMedia: the placeholders beyond the caller's `nUser`
+/// media are deleted with their scenes, or placeholder scenes and elements
+/// are repeated until there are `nUser`. Both print error blocks and go on;
+/// a draft without "mediaInfo" gets the blocks of that case (466 and 452,
+/// 518 and 502).
+void DeleteSpareScenes(ThemeRequest* record, cJSON* tree, int nUser);
+void CopyPlaceholderScenes(ThemeRequest* record, cJSON* tree, int nUser);
+
 /// Deletes the last scene (searched backwards) that shows the placeholder; 1
 /// when one was deleted.
 int DeleteSceneMediaObject(ThemeRequest* record, cJSON* tree, const cJSON* infoElement);

@@ -280,23 +280,26 @@ int UpdateJsonLogosObject(ThemeRequest* record, cJSON* tree, float newDuration) 
   return 1;
 }
 
-int RetimeElements(ThemeRequest* record, cJSON* tree, float newDuration) {
-  const struct {
-    int (*update)(ThemeRequest*, cJSON*, float);
-    const char* failure;
-  } steps[] = {
-      {UpdateJsonOverlaysObject, "error : updateJsonOverlaysObject fail 781! \n"},
-      {UpdateJsonSpecialEffectsObject, "error : updateJsonSpecialEffectsObject fail 792! \n"},
-      {UpdateJsonStickersObject, "error : updateJsonStickersObject fail 802! \n"},
-      {UpdateJsonCaptionObject, "error : updateJsonCaptionObject fail 810! \n"},
-      {UpdateJsonMusicsObject, "error : updateJsonMusicsObject fail 820! \n"},
-      {UpdateJsonLogosObject, "error : updateJsonLogosObject fail 820! \n"},
-  };
-  for (const auto& step : steps) {
-    if (step.update(record, tree, newDuration) <= 0) {
-      themes::PrintErrorBlock(step.failure);
+// Musics and the logo share the number 820 in their messages.
+const RetimeStep kRetimeSteps[6] = {
+    {UpdateJsonOverlaysObject, "error : updateJsonOverlaysObject fail 781! \n"},
+    {UpdateJsonSpecialEffectsObject, "error : updateJsonSpecialEffectsObject fail 792! \n"},
+    {UpdateJsonStickersObject, "error : updateJsonStickersObject fail 802! \n"},
+    {UpdateJsonCaptionObject, "error : updateJsonCaptionObject fail 810! \n"},
+    {UpdateJsonMusicsObject, "error : updateJsonMusicsObject fail 820! \n"},
+    {UpdateJsonLogosObject, "error : updateJsonLogosObject fail 820! \n"},
+};
+
+int RunRetimeSteps(ThemeRequest* record, cJSON* tree, float newDuration, const RetimeStep* steps, int count) {
+  for (int i = 0; i < count; ++i) {
+    if (steps[i].update(record, tree, newDuration) <= 0) {
+      themes::PrintErrorBlock(steps[i].failure);
       return 0;
     }
   }
   return 1;
+}
+
+int RetimeElements(ThemeRequest* record, cJSON* tree, float newDuration) {
+  return RunRetimeSteps(record, tree, newDuration, kRetimeSteps, 6);
 }

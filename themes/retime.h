@@ -22,6 +22,18 @@ int UpdateJsonCaptionObject(ThemeRequest* record, cJSON* tree, float newDuration
 int UpdateJsonMusicsObject(ThemeRequest* record, cJSON* tree, float newDuration);
 int UpdateJsonLogosObject(ThemeRequest* record, cJSON* tree, float newDuration);
 
-/// The six above in that order; the first failure prints its error block
-/// and gives 0.
+/// One retiming routine and the error block printed when it fails.
+struct RetimeStep {
+  int (*update)(ThemeRequest*, cJSON*, float);
+  const char* failure;
+};
+
+/// The six above in the order they run, with their messages.
+extern const RetimeStep kRetimeSteps[6];
+
+/// Runs `count` steps in order; the first that gives a result not above 0
+/// prints its error block and gives 0 (the later ones do not run).
+int RunRetimeSteps(ThemeRequest* record, cJSON* tree, float newDuration, const RetimeStep* steps, int count);
+
+/// The six routines in their order (kRetimeSteps).
 int RetimeElements(ThemeRequest* record, cJSON* tree, float newDuration);

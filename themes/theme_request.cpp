@@ -66,10 +66,12 @@ void Report(const ThemeRequest* record, const std::string& why) {
     LogLine("theme request %s not used: %s\n", record->requestPath, why.c_str());
 }
 
+LocalTimeFunction gLocalTime = localtime_r;
+
 bool LocalStamp(char* stamp, size_t size) {
   std::time_t now = std::time(nullptr);
   std::tm local{};
-  if (!localtime_r(&now, &local)) return false;
+  if (!gLocalTime(&now, &local)) return false;
   return std::strftime(stamp, size, "_%Y_%m_%d_%H_%M_%S", &local) > 0;
 }
 
@@ -94,6 +96,8 @@ std::string WriteDraft(const char* printed, uint32_t ticks) {
 }
 
 } // namespace
+
+void SetLocalTimeFunction(LocalTimeFunction function) { gLocalTime = function ? function : localtime_r; }
 
 ThemeRequest* LoadThemeRequest(const char* requestPath) {
   const uint32_t ticks = platform::TimeGetTime();

@@ -10,6 +10,8 @@
 // that tells the run driver which draft to export and where to.
 #pragma once
 
+#include <ctime>
+
 #include "draft/records.h"
 
 struct ThemeRequest {
@@ -46,6 +48,13 @@ struct ThemeRequest {
 /// as a new draft, or null when the file is not a theme request that can be
 /// filled (the driver then exports the argument as a draft).
 ThemeRequest* LoadThemeRequest(const char* requestPath);
+
+/// How the run's local time (the stamp of placeholder paths) is had:
+/// localtime_r unless another function is set (null sets localtime_r again).
+/// When it fails, LoadThemeRequest prints "localtime function failed" and
+/// gives no request. Tests use it to make the conversion fail.
+using LocalTimeFunction = std::tm* (*)(const std::time_t* now, std::tm* local);
+void SetLocalTimeFunction(LocalTimeFunction function);
 
 /// Releases the record and every list it holds; null is ignored.
 void FreeThemeRequest(ThemeRequest* record);

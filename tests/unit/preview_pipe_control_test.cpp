@@ -232,4 +232,29 @@ TEST_F(ControlThread, AnEmptyMessageIsAnsweredAndAClosedPipeEndsTheThread) {
   EXPECT_EQ(command_.stopped, 0);
 }
 
+TEST_F(ControlThread, AReplyThatCannotBeWrittenEndsTheThreadWithItsError) {
+  // The message is there to be read, but the thread's end can no longer send.
+  Send(R"({"message": [{"key": "pause", "value": ""}]})");
+  ASSERT_EQ(shutdown(served_, SHUT_WR), 0);
+  Start();
+  Stop();
+  EXPECT_EQ(out_, "Client connected to the server.\nKey: pause, Value: \n");
+  EXPECT_EQ(err_, "WriteFile failed: 32\n"); // EPIPE
+  EXPECT_EQ(PreviewCalls(), Strings{"OrmaPreviewPause(h1)"});
+  EXPECT_EQ(command_.stopped, 0);
+}
+
+TEST_F(ControlThread, APipeThatCannotBeClosedAfterStopIsReportedAndTheThreadStillFinishes) {
+  Start();
+  Send(R"({"message": [{"key": "stop", "value": ""}]})");
+  EXPECT_EQ(Values(Receive()).size(), 2u);
+  // The thread waits 100 ms after its reply before it closes its end; closed
+  // here first, its own close fails.
+  ASSERT_EQ(close(served_), 0);
+  closedByThread_ = true;
+  Stop();
+  EXPECT_EQ(err_, "CloseHandle failed: 9\n pipe thread finish \n"); // EBADF
+  EXPECT_EQ(command_.stopped, 1);
+}
+
 } // namespace

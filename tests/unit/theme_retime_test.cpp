@@ -64,6 +64,27 @@ TEST_F(ThemeRetimeTest, PipListEffectsAreRetimedWhenTheDraftHasNoEffectArray) {
   EXPECT_EQ(Num(At(Get(draft.get(), "pipList"), 3), "pipType"), 1);
 }
 
+TEST_F(ThemeRetimeTest, PipListStickersAndCaptionsAreRetimedWhenTheDraftHasNeitherArray) {
+  drafttest::Json draft = Fill(25, R"(, "pipList": [
+      {"pipType": 4, "imageFolderPath": "st/heart", "timelineFrom": 3, "timelineTo": 4},
+      {"pipType": 3, "folderPath": "cap/plain", "timelineFrom": 1, "timelineTo": 2,
+       "showRectF": {"x": 0.1, "y": 0.8, "width": 0.8, "height": 0.1}},
+      {"pipType": 0, "timelineFrom": 5, "timelineTo": 6, "media": {"path": "ov.png"}},
+      {"pipType": 4, "imageFolderPath": "st/late", "timelineFrom": 8, "timelineTo": 30}])");
+  ASSERT_TRUE(draft);
+  const cJSON* pips = Get(draft.get(), "pipList");
+  // Cut at the new end; stickers (type 4) and captions (type 3) repeated
+  // every 10 s; overlays (type 0) have no such fallback and stay alone.
+  EXPECT_EQ(Times(pips), (Spans{{3, 4}, {1, 2}, {5, 6}, {8, 25}, {13, 14}, {23, 24}, {11, 12}, {21, 22}}));
+  EXPECT_EQ(Num(At(pips, 4), "pipType"), 4);
+  EXPECT_EQ(Num(At(pips, 6), "pipType"), 3);
+  const std::string theme = folder_.Join("lib") + "//Sample/";
+  EXPECT_EQ(Str(At(pips, 0), "imageFolderPath"), theme + "st/heart");
+  EXPECT_EQ(Str(At(pips, 5), "imageFolderPath"), theme + "st/heart");
+  EXPECT_EQ(Str(At(pips, 1), "folderPath"), theme + "cap/plain");
+  EXPECT_EQ(Str(Get(At(pips, 2), "media"), "path"), "ov.png");
+}
+
 TEST_F(ThemeRetimeTest, AMutedRequestSilencesEveryMusic) {
   const std::string group = folder_.Write("group.json", R"({"medias": [{"path": "a.mp4"}], "isMute": 1})");
   drafttest::Json draft = Fill(10, R"(, "musics": [{"path": "m1.m4a", "timelineFrom": 0, "timelineTo": 10,
