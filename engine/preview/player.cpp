@@ -2,9 +2,12 @@
 // table by video, living from OrmaPreview to "stop".
 #include "engine/preview/player.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
@@ -287,6 +290,15 @@ void Player::ReachEnd() {
 }
 
 void Player::Run() {
+  // Pictures are drawn from this thread. When the X server has gone, the
+  // next write on its connection fails with EPIPE and raises SIGPIPE, whose
+  // default action would end the process before Xlib could report the loss
+  // (window_view.h); blocked here, the signal stays pending on this thread
+  // and the write just fails.
+  sigset_t pipeSignal;
+  sigemptyset(&pipeSignal);
+  sigaddset(&pipeSignal, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
   std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
     while (!commands_.empty()) {

@@ -38,6 +38,17 @@ int CountError(Display*, XErrorEvent* event) {
   return 0;
 }
 
+// A lost connection (the X server ended, a remote session closed) is an I/O
+// error: Xlib calls the process's I/O error handler, then the display's exit
+// handler, whose default ends the process, and with it a preview that its
+// application still controls over the pipe. Here the first handler stays
+// quiet (the view logs the loss once) and the exit handler only notes it for
+// the view and returns; the Xlib call that met the loss then returns, and
+// the view stops using the connection. The player goes on without pictures.
+int QuietIoError(Display*) { return 0; }
+
+void NoteDisplayLost(Display*, void* lost) { static_cast<std::atomic<bool>*>(lost)->store(true); }
+
 // The libswscale layout of a 32-bit true-colour pixel as the server reads it.
 AVPixelFormat PixelLayout(const XImage* image, const Visual* visual) {
   if (image->bits_per_pixel != 32) return AV_PIX_FMT_NONE;
@@ -69,15 +80,32 @@ struct WindowView::State {
   // The last canvas shown, kept to draw it again after a resize.
   std::vector<uint8_t> canvas;
   int canvasW = 0, canvasH = 0, matrix = 601;
-  bool gone = false;
+  bool gone = false;                    // nothing is drawn any more
+  std::atomic<bool> displayLost{false}; // set by Xlib's exit handler: the connection is dead
+  bool lossLogged = false;
+
+  // Whether the connection was lost; logs it once and ends drawing.
+  bool Dead() {
+    if (!displayLost) return false;
+    gone = true;
+    if (!lossLogged) {
+      lossLogged = true;
+      LogText("preview: the X display was lost; pictures are no longer shown");
+    }
+    return true;
+  }
 
   ~State() { Close(); }
 
   void FreeImage() {
     if (!image) return;
     if (useShm) {
-      XShmDetach(display, &shm);
-      XSync(display, False);
+      // A dead server has let go of the segment already, and the dead
+      // connection must not be used (Close).
+      if (!displayLost) {
+        XShmDetach(display, &shm);
+        XSync(display, False);
+      }
       image->data = nullptr;
       XDestroyImage(image);
       shmdt(shm.shmaddr);
@@ -143,7 +171,7 @@ struct WindowView::State {
   }
 
   void Draw() {
-    if (gone || canvas.empty()) return;
+    if (Dead() || gone || canvas.empty()) return;
     Fit();
     if (!image) return;
     // The cached context is handed over: a new one replaces (and frees) it.
@@ -168,6 +196,7 @@ struct WindowView::State {
     // The server has read the picture when the round trip returns, so the
     // image can be written again for the next one.
     XSync(display, False);
+    if (Dead()) return;
     if (xErrors != before) Lost();
   }
 
@@ -192,10 +221,16 @@ struct WindowView::State {
   void Close() {
     if (!display) return;
     FreeImage();
-    if (child && !gone) XDestroyWindow(display, child);
-    if (gc) XFreeGC(display, gc);
-    XSync(display, False);
-    XCloseDisplay(display);
+    if (!displayLost) {
+      if (child && !gone) XDestroyWindow(display, child);
+      if (gc) XFreeGC(display, gc);
+      XSync(display, False);
+      XCloseDisplay(display);
+    }
+    // A lost connection is left as it is: after its I/O error Xlib's display
+    // lock is left taken (the process was meant to end), so any further call
+    // on it, XFreeGC or XCloseDisplay included, would wait for ever. Its
+    // client-side memory stays until the process ends, once per lost display.
     display = nullptr;
     child = 0;
     gc = nullptr;
@@ -219,6 +254,8 @@ bool WindowView::Open(uint64_t window, std::string* error) {
     return false;
   }
   XSetErrorHandler(CountError);
+  XSetIOErrorHandler(QuietIoError);
+  XSetIOErrorExitHandler(s.display, NoteDisplayLost, &s.displayLost);
   char id[32];
   std::snprintf(id, sizeof(id), "0x%llx", static_cast<unsigned long long>(window));
   XWindowAttributes attributes{};
@@ -281,10 +318,10 @@ void WindowView::Show(const uint8_t* yuv420p, int width, int height, int matrix)
 
 void WindowView::Poll() {
   State& s = *s_;
-  if (!s.display) return;
+  if (!s.display || s.Dead()) return;
   bool expose = false;
   int width = s.windowW, height = s.windowH;
-  while (XPending(s.display)) {
+  while (!s.displayLost && XPending(s.display)) {
     XEvent event;
     XNextEvent(s.display, &event);
     if (event.type == ConfigureNotify && event.xconfigure.window == s.parent) {
@@ -296,7 +333,7 @@ void WindowView::Poll() {
       s.Lost();
     }
   }
-  if (s.gone) return;
+  if (s.Dead() || s.gone) return;
   if (width != s.windowW || height != s.windowH)
     s.Resized(width, height);
   else if (expose)

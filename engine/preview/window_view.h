@@ -10,6 +10,11 @@
 // from, or into an ordinary image sent over the connection when the server
 // has no shared memory (a remote display).
 //
+// A display that goes away (the X server ends, a remote session closes) never
+// ends the process, as Xlib's default handlers would: the view notes the
+// loss, logs it once, stops drawing and no longer uses the connection; the
+// player goes on without pictures.
+//
 // All calls but Open come from one thread, the player's; Open hands the
 // connection over to it.
 #pragma once

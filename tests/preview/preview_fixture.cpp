@@ -59,7 +59,7 @@ void PreviewTest::Begin(int width, int height, const std::string& environment, c
   height_ = height;
   window_ = std::make_unique<TestWindow>(xvfb_->display(), width, height);
   ASSERT_TRUE(window_->ok());
-  session_ = std::make_unique<PreviewSession>(folder_);
+  session_ = std::make_unique<PreviewSession>(folder_, "orma_preview", pipePrefix_);
   ASSERT_TRUE(session_->Start(folder_ + "/draft.json", windowId.empty() ? window_->Id() : windowId,
                               xvfb_->display(), environment));
   ASSERT_TRUE(session_->Accept()) << session_->Out() << session_->Err();

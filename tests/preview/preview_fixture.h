@@ -39,6 +39,7 @@ protected:
   Rgb Centre();
 
   static std::unique_ptr<XvfbServer> xvfb_;
+  std::string pipePrefix_ = "\\\\.\\pipe\\"; ///< of the pipe name in the command file
   std::string folder_;
   std::unique_ptr<TestWindow> window_;
   std::unique_ptr<PreviewSession> session_;

@@ -36,8 +36,8 @@ bool Readable(int fd, int milliseconds) {
 
 } // namespace
 
-PreviewSession::PreviewSession(const std::string& folder, const std::string& name)
-    : folder_(folder), socketPath_(folder + "/" + name), pipeName_("\\\\.\\pipe\\" + name) {
+PreviewSession::PreviewSession(const std::string& folder, const std::string& name, const std::string& prefix)
+    : folder_(folder), socketPath_(folder + "/" + name), pipeName_(prefix + name) {
   listener_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
   sockaddr_un address{};
   address.sun_family = AF_UNIX;

@@ -19,8 +19,10 @@ struct Reply {
 class PreviewSession {
 public:
   /// Listens on "<folder>/<name>", which the program reaches as the pipe
-  /// "\\.\pipe\<name>" through XDG_RUNTIME_DIR.
-  PreviewSession(const std::string& folder, const std::string& name = "orma_preview");
+  /// "\\.\pipe\<name>" through XDG_RUNTIME_DIR; `prefix` is the pipe
+  /// name's prefix as the command file writes it.
+  PreviewSession(const std::string& folder, const std::string& name = "orma_preview",
+                 const std::string& prefix = "\\\\.\\pipe\\");
   ~PreviewSession();
 
   /// Writes the command file for `windowId` and starts ormadraft on

@@ -75,6 +75,14 @@ XvfbServer::~XvfbServer() {
   waitpid(pid_, &status, 0);
 }
 
+void XvfbServer::Kill() {
+  if (pid_ <= 0) return;
+  kill(pid_, SIGKILL);
+  int status = 0;
+  waitpid(pid_, &status, 0);
+  pid_ = -1;
+}
+
 std::string ToString(const Rgb& c) {
   return "(" + std::to_string(c.r) + ", " + std::to_string(c.g) + ", " + std::to_string(c.b) + ")";
 }
@@ -100,6 +108,13 @@ TestWindow::~TestWindow() {
   if (!display_) return;
   if (window_) XDestroyWindow(display_, window_);
   XCloseDisplay(display_);
+}
+
+void TestWindow::Release() {
+  if (!display_) return;
+  XSetCloseDownMode(display_, RetainPermanent);
+  XCloseDisplay(display_);
+  display_ = nullptr;
 }
 
 std::string TestWindow::Id() const {

@@ -19,6 +19,9 @@ public:
   XvfbServer();
   ~XvfbServer();
   const std::string& display() const { return display_; }
+  /// Ends the server at once (SIGKILL), as a crash or a closed session
+  /// would; its clients lose their connection.
+  void Kill();
   const std::string& error() const { return error_; }
 
 private:
@@ -45,6 +48,10 @@ public:
   /// The colour shown at (x, y) of the window, children included.
   Rgb At(int x, int y);
   void Resize(int width, int height);
+  /// Closes the test's own connection but leaves the window on the display
+  /// (close-down mode RetainPermanent), so that the server can go away
+  /// without the test process noticing it; only Id() may be used afterwards.
+  void Release();
   /// Whether the window still exists, and how many child windows it has.
   bool Exists();
   int Children();
