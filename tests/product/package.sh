@@ -2,7 +2,10 @@
 # the build folder, lintian finds no error in it, and its files, unpacked
 # into a scratch root, make a program that runs from another folder: the
 # demo draft rendered by the installed program decodes to the same pictures
-# as the one rendered by the build folder's program. Last, a hand
+# as the one rendered by the build folder's program. A theme request given
+# to the installed program (run as root, as servers and containers run it,
+# or as anyone: the scratch root is writable either way) keeps its new draft
+# in the user's cache and writes nothing under the prefix. Last, a hand
 # installation (cmake --install) under another prefix works the same way.
 #   package.sh BUILD_DIR SOURCE_DIR
 set -uo pipefail
@@ -12,7 +15,7 @@ PASSED=0
 FAILED=0
 WORK=$(mktemp -d /tmp/ormadraft-package-XXXXXX)
 trap '[ -n "${KEEP_WORK:-}" ] || rm -rf "$WORK"' EXIT
-unset LC_ALL LANG LANGUAGE ORMADRAFT_RESOURCES ORMA_VERBOSE ORMA_TRACE
+unset LC_ALL LANG LANGUAGE ORMADRAFT_RESOURCES ORMADRAFT_THEMES ORMADRAFT_DRAFTS XDG_CACHE_HOME ORMA_VERBOSE ORMA_TRACE
 export LC_CTYPE=C.UTF-8
 
 check() { # name, condition result (0 ok)
@@ -118,6 +121,32 @@ level=$(ffmpeg -v info -i installed.mp4 -vf signalstats,metadata=print:key=lavfi
 check "the pictures are not black (brightest mean luma $level)" $(awk -v y="${level:-0}" 'BEGIN { exit !(y > 40) }'; echo $?)
 psnr=$(ffmpeg -v info -i installed.mp4 -i built.mp4 -lavfi "[0:v][1:v]psnr" -f null - 2>&1 | sed -nE 's/.*PSNR.* average:([0-9.inf]+).*/\1/p')
 check "installed and built programs render the same pictures (PSNR $psnr dB)" $(awk -v p="${psnr:-0}" 'BEGIN { exit !(p == "inf" || p > 45) }'; echo $?)
+
+# ---- A theme request to the installed program ----
+# A one-placeholder theme of the test's own (the library is named by
+# ORMADRAFT_THEMES; where the draft goes does not depend on it).
+theme="$WORK/theme library/PkgTheme"
+mkdir -p "$theme"
+ffmpeg -nostdin -v error -y -f lavfi -i color=c=gray:s=320x180 -frames:v 1 "$theme/p1.png" || fatal "theme media"
+ffmpeg -nostdin -v error -y -f lavfi -i color=c=blue:s=320x180 -frames:v 1 blue.png || fatal "user media"
+cat >"$theme/config.json" <<'JSON'
+{ "ver": 5, "name": "pkg", "duration": 3, "size": {"width": 320, "height": 180},
+  "mediaInfo": [{"path": "p1.png", "timelineFrom": 0, "timelineTo": 3}],
+  "scenes": [{"media": [{"path": "p1.png", "trimTimeStart": 0, "trimTimeEnd": 3, "speed": 1, "alpha": 1,
+    "showRectF": {"x": 0, "y": 0, "width": 1, "height": 1}, "cropRect": {"x": 0, "y": 0, "width": 1, "height": 1}}]}] }
+JSON
+cat >request.json <<'JSON'
+{"ver": 1, "type": "TemplateThemes", "id": "PkgTheme", "outputPath": "theme.mp4", "medias": [{"path": "blue.png"}]}
+JSON
+(cd "$root" && find . | sort) >"$WORK/prefix-before.txt"
+HOME="$WORK/home" ORMADRAFT_THEMES="$WORK/theme library" "$program" request.json >theme.log 2>&1
+check "the installed program fills a theme as $(id -un)" $(grep -q -- '-- export success! time:' theme.log && [ -s theme.mp4 ]; echo $?)
+check "its new draft is written in ~/.cache/ormadraft/draft" $(grep -q "themes json path:$WORK/home/.cache/ormadraft/draft/config_temp_[0-9]*\.json" theme.log && [ -d "$WORK/home/.cache/ormadraft/draft" ]; echo $?)
+XDG_CACHE_HOME="$WORK/xdg cache" HOME="$WORK/home" ORMADRAFT_THEMES="$WORK/theme library" "$program" request.json >theme-xdg.log 2>&1
+check "or in \$XDG_CACHE_HOME/ormadraft/draft" $(grep -q "themes json path:$WORK/xdg cache/ormadraft/draft/config_temp_" theme-xdg.log; echo $?)
+check "no draft folder is made beside the installed program" $([ ! -e "$root/usr/bin/draft" ]; echo $?)
+(cd "$root" && find . | sort) >"$WORK/prefix-after.txt"
+check "nothing is written under the prefix" $(diff "$WORK/prefix-before.txt" "$WORK/prefix-after.txt" >&2; echo $?)
 
 # ---- A hand installation under another prefix ----
 prefix="$WORK/opt/orma draft"
