@@ -12,13 +12,16 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <strings.h>
+
 namespace preview {
 
 std::string PipePath(const char* name) {
   static const char kWindowsPrefix[] = "\\\\.\\pipe\\";
   const size_t prefix = sizeof(kWindowsPrefix) - 1;
   if (!name) return "";
-  if (std::strncmp(name, kWindowsPrefix, prefix) != 0) return name;
+  // Windows compares pipe names without case: "\\.\PIPE\x" is the same pipe.
+  if (strncasecmp(name, kWindowsPrefix, prefix) != 0) return name;
   const char* runtime = std::getenv("XDG_RUNTIME_DIR");
   const std::string folder = runtime && runtime[0] ? runtime : "/tmp";
   return folder + "/" + (name + prefix);

@@ -2,8 +2,9 @@
 // calling application hosts a Unix-domain socket of type SOCK_SEQPACKET,
 // which keeps message boundaries the way a message-mode named pipe does, and
 // the program connects to it once as its client. A Windows pipe name
-// ("\\.\pipe\NAME") is mapped to "$XDG_RUNTIME_DIR/NAME", or "/tmp/NAME"
-// when that variable is unset; any other name is used as a path.
+// ("\\.\pipe\NAME", its prefix in any case, as Windows compares pipe names
+// without case) is mapped to "$XDG_RUNTIME_DIR/NAME", or "/tmp/NAME" when
+// that variable is unset; any other name is used as a path.
 //
 // Every call returns 0 on success or an errno value, which the pipe thread
 // prints where the Windows program printed GetLastError().

@@ -58,6 +58,13 @@ double FixedLength(const cJSON* scene) {
   return 0.0;
 }
 
+// Whether a scene holds a fixed item, whatever its length (none, or 0).
+bool HoldsFixedItem(const cJSON* scene) {
+  const cJSON* item = nullptr;
+  cJSON_ArrayForEach(item, Member(scene, "media")) if (IsFixed(item)) return true;
+  return false;
+}
+
 } // namespace
 
 int StampMediaPaths(ThemeRequest* record, cJSON* tree) {
@@ -127,9 +134,9 @@ int AddSceneMediaObjectFromIndex(ThemeRequest* record, cJSON* tree, const cJSON*
   if (!match) return 1;
   cJSON* copy = cJSON_Duplicate(match, true);
   if (!copy) return 0;
-  // A closing fixed scene stays the last one.
-  const cJSON* last = cJSON_GetArrayItem(scenes, count - 1);
-  const bool closing = count > 1 && FixedLength(last) > 0.0;
+  // A closing fixed scene stays the last one, whether its fixed item has a
+  // length or not.
+  const bool closing = HoldsFixedItem(cJSON_GetArrayItem(scenes, count - 1));
   cJSON* closingScene = closing ? cJSON_DetachItemFromArray(scenes, count - 1) : nullptr;
   cJSON_AddItemToArray(scenes, copy);
   if (closingScene) cJSON_AddItemToArray(scenes, closingScene);

@@ -3,6 +3,13 @@
 // their file references to make absolute, how the records read back from
 // the draft are matched to their elements, and whether the fixed opening and
 // closing scenes are left out of the repetition.
+//
+// Matching: special effects by their times, captions by their times and
+// rectangle, musics by their path, and stickers and overlays by their place
+// among the elements considered (the reader reads them in array order, one
+// record each). Two stickers over the same span are two stickers: matched by
+// times, both records would find the first one, which would then be repeated
+// twice and the second never.
 #include "themes/retime.h"
 
 #include <cmath>
@@ -43,6 +50,7 @@ struct Kind {
   int pipType;       // elements of "pipList" used when the array is empty; -1: none
   bool middleOnly;   // repeat over the period without head and tail
   bool matchByPath;  // musics: the record's path, not its times
+  bool matchByPlace; // record k is the k-th element considered
   void (*normalise)(const ThemeRequest*, cJSON*);
   std::vector<Span> (*readBack)(ThemeRequest*, cJSON*);
 };
@@ -234,7 +242,13 @@ int Retime(ThemeRequest* record, cJSON* tree, float newDuration, const Kind& kin
   const double head = kind.middleOnly ? record->headLength : 0.0;
   const double period = Tenths(record->oldDuration) - head - tail;
   int budget = kMaxCopies;
-  for (const Span& span : kind.readBack(record, tree)) {
+  const std::vector<Span> spans = kind.readBack(record, tree);
+  for (size_t k = 0; k < spans.size(); ++k) {
+    const Span& span = spans[k];
+    if (kind.matchByPlace) {
+      if (k < elements.size()) Repeat(array, elements[k], period, newEnd, newEnd - tail, &budget);
+      continue;
+    }
     for (cJSON* e : elements) {
       if (!Matches(kind, e, span)) continue;
       Repeat(array, e, period, newEnd, newEnd - tail, &budget);
@@ -244,11 +258,11 @@ int Retime(ThemeRequest* record, cJSON* tree, float newDuration, const Kind& kin
   return 1;
 }
 
-const Kind kOverlays{"overlays", -1, true, false, NormaliseOverlay, OverlaysBack};
-const Kind kEffects{"specialEffects", 1, false, false, NormaliseEffect, EffectsBack};
-const Kind kStickers{"stickers", 4, true, false, NormaliseSticker, StickersBack};
-const Kind kCaptions{"subtitleExs", 3, true, false, NormaliseCaption, CaptionsBack};
-const Kind kMusics{"musics", -1, false, true, NormaliseMusic, MusicsBack};
+const Kind kOverlays{"overlays", -1, true, false, true, NormaliseOverlay, OverlaysBack};
+const Kind kEffects{"specialEffects", 1, false, false, false, NormaliseEffect, EffectsBack};
+const Kind kStickers{"stickers", 4, true, false, true, NormaliseSticker, StickersBack};
+const Kind kCaptions{"subtitleExs", 3, true, false, false, NormaliseCaption, CaptionsBack};
+const Kind kMusics{"musics", -1, false, true, false, NormaliseMusic, MusicsBack};
 
 } // namespace
 

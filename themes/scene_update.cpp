@@ -117,9 +117,10 @@ void FitToFrame(const ThemeRequest* record, const cJSON* tree, cJSON* item, cons
   const bool templateKnown =
       MediaSize(record, Unstamped(record, StringOf(item, "path")), &templateW, &templateH);
   if (!templateKnown)
-    themes::PrintErrorBlock(platform::LocaleText("getMediaSize 获取宽高失败 323\n").c_str());
+    themes::PrintMediaSizeErrorBlock(platform::LocaleText("getMediaSize 获取宽高失败 323\n").c_str());
   const bool userKnown = MediaSize(record, user->path, &userW, &userH);
-  if (!userKnown) themes::PrintErrorBlock(platform::LocaleText("getMediaSize 获取宽高失败 363\n").c_str());
+  if (!userKnown)
+    themes::PrintMediaSizeErrorBlock(platform::LocaleText("getMediaSize 获取宽高失败 363\n").c_str());
 
   Rect show;
   if (!ReadRect(item, "showRectF", &show)) show = Rect{};

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "driver/log_line.h"
 #include "platform/platform.h"
@@ -25,10 +26,21 @@ const char* Environment(const char* name) {
   return value && *value ? value : nullptr;
 }
 
+// A folder named relative to the current folder, as an absolute path.
+std::string Absolute(const std::string& folder) {
+  if (IsAbsolute(folder)) return folder;
+  std::error_code error;
+  const std::string current = std::filesystem::current_path(error).string();
+  return error || current.empty() ? folder : Join(current, folder);
+}
+
 } // namespace
 
 std::string ThemeLibraryFolder(const std::string& programPath) {
-  if (const char* themes = Environment("ORMADRAFT_THEMES")) return WithSlash(themes);
+  // Made absolute here, once: a theme's relative references are joined to
+  // its folder, and a relative result would be taken from the drafts folder
+  // (where the new draft is written), not from where the library is.
+  if (const char* themes = Environment("ORMADRAFT_THEMES")) return WithSlash(Absolute(themes));
   const std::string programDir = FolderOf(programPath);
   const std::string parent = FolderOf(programDir);
   const std::string candidates[] = {
@@ -75,18 +87,29 @@ FolderState EnsureFolderReported(const std::string& folder) {
   return state;
 }
 
+bool IsInstalledProgram(const std::string& programPath) {
+  const std::string programDir = FolderOf(programPath);
+  if (programDir.empty() || platform::IsDirectory(Join(programDir, "resources").c_str())) return false;
+  return platform::IsDirectory(Join(FolderOf(programDir), "share/ormadraft").c_str());
+}
+
 std::string DraftsFolder(const std::string& programPath) {
   if (const char* drafts = Environment("ORMADRAFT_DRAFTS")) {
     std::string folder = WithSlash(drafts);
     return EnsureFolderReported(folder) == FolderState::kFailed ? std::string() : folder;
   }
-  std::string beside = WithSlash(Join(FolderOf(programPath), "draft"));
-  std::string error;
-  FolderState state = EnsureFolder(beside, &error);
-  if (state == FolderState::kCreated) std::printf("Directory created: %s\n", beside.c_str());
-  if (state != FolderState::kFailed && platform::CanWriteIn(beside.c_str())) return beside;
+  // An installed program's folder is the system's, not the place for a
+  // user's drafts, even for root, who could write there.
+  if (!IsInstalledProgram(programPath)) {
+    std::string beside = WithSlash(Join(FolderOf(programPath), "draft"));
+    std::string error;
+    FolderState state = EnsureFolder(beside, &error);
+    if (state == FolderState::kCreated) std::printf("Directory created: %s\n", beside.c_str());
+    if (state != FolderState::kFailed && platform::CanWriteIn(beside.c_str())) return beside;
+  }
 
-  // An installed program's folder is not the user's to write in.
+  // The user's cache: for an installed program, and for a program folder
+  // that cannot take the drafts.
   std::string cache;
   if (const char* xdg = Environment("XDG_CACHE_HOME"))
     cache = xdg;

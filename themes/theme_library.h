@@ -7,13 +7,17 @@
 // theme folder whose name has the item as its second "_" part). Only entries
 // whose names are longer than five characters take part in the search.
 //
-// On POSIX the library is, in this order: $ORMADRAFT_THEMES; "TemplateThemes"
+// On POSIX the library is, in this order: $ORMADRAFT_THEMES (taken from the
+// current folder when relative, and made absolute); "TemplateThemes"
 // in the parent of the program's folder; the installed layout
 // <program dir>/../share/ormadraft/TemplateThemes; the source tree seen from
 // the build folder, <program dir>/../resources/TemplateThemes. New drafts go
 // to $ORMADRAFT_DRAFTS, else "draft" beside the program, else (when that
 // cannot be created or written) $XDG_CACHE_HOME/ormadraft/draft or
-// ~/.cache/ormadraft/draft.
+// ~/.cache/ormadraft/draft. An installed program (one whose resources are
+// share/ormadraft of its prefix) always takes the cache, whoever runs it:
+// nothing is written under its prefix's bin/, lib/ or share/. "Beside the
+// program" is for the build folder and a portable copy.
 #pragma once
 
 #include <string>
@@ -37,6 +41,11 @@ FolderState EnsureFolder(const std::string& folder, std::string* error);
 /// As EnsureFolder, and prints "Directory created: FOLDER" when it made it;
 /// a failure is printed as a log line naming the folder.
 FolderState EnsureFolderReported(const std::string& folder);
+
+/// Whether the program at `programPath` is installed: its prefix (the parent
+/// of its folder) holds share/ormadraft and its own folder no "resources"
+/// (which marks a build folder or a portable copy).
+bool IsInstalledProgram(const std::string& programPath);
 
 /// The folder for new drafts (ending with "/"), made when missing; "" when
 /// no candidate can be made.

@@ -100,7 +100,6 @@ ThemeRequest* LoadThemeRequest(const char* requestPath) {
   if (!requestPath || !*requestPath) return nullptr;
   Request record(NewRecord<ThemeRequest>());
   if (!record) return nullptr;
-  record->volume = -1.0f; // no media-group file: the theme's music keeps its volume
   const std::string path = AbsoluteRequestPath(requestPath);
   if (path.size() >= sizeof(record->requestPath)) return nullptr;
   draftjson::CopyTextZeroFilled(record->requestPath, sizeof(record->requestPath), path.c_str());

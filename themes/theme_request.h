@@ -36,7 +36,10 @@ struct ThemeRequest {
   float headLength; ///< seconds of the first scene's fixed item
   float tailLength; ///< seconds of the last scene's fixed item
   bool isMute;
-  float volume; ///< of the media-group file; below 0 when the request gives none
+  /// The media-group file's "volume" (1.0 when it has none, 0 when it mutes).
+  /// A request without a group file leaves it 0, and retiming gives every
+  /// music that volume: such a theme plays its music silently.
+  float volume;
 };
 
 /// The request named by the single command-line argument, filled and written

@@ -91,4 +91,8 @@ void PrintErrorBlock(const char* message) {
   std::printf("-------------------------------------\n%s-------------------------------------\n", message);
 }
 
+void PrintMediaSizeErrorBlock(const char* message) {
+  std::printf("---------------------------\n%s---------------------------\n", message);
+}
+
 } // namespace themes

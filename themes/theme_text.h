@@ -50,5 +50,8 @@ void SetString(cJSON* object, const char* key, const std::string& value);
 /// Prints the three-line error block of template themes: a dashed line, the
 /// message, the dashed line again.
 void PrintErrorBlock(const char* message);
+/// The block of a media size that cannot be had ("getMediaSize ..."), which
+/// has a shorter dashed line of its own (27 dashes instead of 37).
+void PrintMediaSizeErrorBlock(const char* message);
 
 } // namespace themes

@@ -1,13 +1,16 @@
 #!/usr/bin/env bash
 # Takes the screenshot of the example player for its README: the demo draft
-# (make demo makes its media) played in the player on a private Xvfb
+# (its media made first by scripts/demo-media.sh, which does nothing when
+# they are there) played in the player on a private Xvfb
 # display, the screen dumped with xwd 2.5 s in and cropped to the player's
 # window with ffmpeg.
 #   examples/preview/screenshot.sh [BUILD_DIR]
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 build=${1:-build}
-[ -f out/demo-media/.complete-3 ] || { echo "screenshot: run make demo first (it makes the media)" >&2; exit 1; }
+# The media script knows whether its media are complete; asking it keeps
+# this script right when the media change.
+bash scripts/demo-media.sh
 work=$(mktemp -d)
 exec 3>"$work/display"
 Xvfb -displayfd 3 -screen 0 1280x720x24 -nolisten tcp >/dev/null 2>&1 &

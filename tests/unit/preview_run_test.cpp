@@ -73,6 +73,12 @@ TEST_F(PreviewRun, AWindowsPipeNameBecomesASocketInTheRuntimeFolder) {
   EXPECT_EQ(preview::PipePath("relative name"), "relative name");
 }
 
+TEST_F(PreviewRun, TheWindowsPipePrefixIsRecognisedInAnyCase) {
+  EXPECT_EQ(preview::PipePath("\\\\.\\PIPE\\orma_1"), folder_ + "/orma_1");
+  EXPECT_EQ(preview::PipePath("\\\\.\\Pipe\\Orma_1"), folder_ + "/Orma_1"); // the name keeps its case
+  EXPECT_EQ(preview::PipePath("\\\\.\\pipes\\orma_1"), "\\\\.\\pipes\\orma_1");
+}
+
 TEST_F(PreviewRun, APipeThatDoesNotExistEndsTheControlThreadWithItsError) {
   std::snprintf(command_.pipeName, sizeof(command_.pipeName), "\\\\.\\pipe\\nobody");
   testing::internal::CaptureStderr();

@@ -75,6 +75,46 @@ TEST_F(ThemeLibraryTest, NewDraftsGoToTheCacheWhenTheProgramFolderCannotTakeThem
   testing::internal::GetCapturedStdout();
 }
 
+TEST_F(ThemeLibraryTest, AnInstalledProgramKeepsItsDraftsInTheCacheThoughItCouldWriteBesideItself) {
+  Make("usr/share/ormadraft/TemplateThemes");
+  EXPECT_TRUE(themes::IsInstalledProgram(program_));
+  setenv("XDG_CACHE_HOME", folder_.Join("cache").c_str(), 1);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("cache/ormadraft/draft/"));
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "Directory created: " + folder_.Join("cache/ormadraft/draft/") + "\n");
+  EXPECT_FALSE(fs::exists(folder_.Join("usr/bin/draft")));
+  unsetenv("XDG_CACHE_HOME");
+  setenv("HOME", folder_.Join("home").c_str(), 1);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("home/.cache/ormadraft/draft/"));
+  testing::internal::GetCapturedStdout();
+  EXPECT_FALSE(fs::exists(folder_.Join("usr/bin/draft")));
+}
+
+TEST_F(ThemeLibraryTest, ABuildFolderOrAPortableCopyKeepsItsDraftsBesideTheProgram) {
+  // Resources beside the program mark a build folder or a portable copy,
+  // even inside a prefix that has share/ormadraft.
+  Make("usr/share/ormadraft");
+  Make("usr/bin/resources");
+  EXPECT_FALSE(themes::IsInstalledProgram(program_));
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("usr/bin/draft/"));
+  testing::internal::GetCapturedStdout();
+  fs::remove_all(folder_.Join("usr/bin/resources"));
+  fs::remove_all(folder_.Join("usr/share"));
+  EXPECT_FALSE(themes::IsInstalledProgram(program_)); // a copy with TemplateThemes beside its folder
+}
+
+TEST_F(ThemeLibraryTest, ARelativeLibraryVariableIsMadeAbsoluteAgainstTheCurrentFolder) {
+  const fs::path before = fs::current_path();
+  fs::current_path(folder_.Join(""));
+  setenv("ORMADRAFT_THEMES", "lib/themes", 1);
+  const std::string library = themes::ThemeLibraryFolder(program_);
+  fs::current_path(before);
+  EXPECT_EQ(library, folder_.Join("lib/themes/"));
+}
+
 TEST_F(ThemeLibraryTest, TheDraftsVariableOverridesBoth) {
   setenv("ORMADRAFT_DRAFTS", folder_.Join("my drafts").c_str(), 1);
   testing::internal::CaptureStdout();

@@ -1,9 +1,14 @@
 // Media replacement in a theme draft: placeholder scenes deleted or repeated
-// to fit the caller's media, fixed items, the placeholder length rule, the
-// stamp, the fit into the placeholder's frame and the media-group file.
+// to fit the caller's media, fixed items (a closing one stays last whatever
+// its length), the placeholder length rule, the stamp, the fit into the
+// placeholder's frame, the media-group file, and resource paths made
+// absolute once against a theme library named by a relative path.
+#include <filesystem>
+
 #include "tests/unit/theme_fixture.h"
 
 using namespace themetest;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -218,6 +223,71 @@ TEST_F(ThemeMediaTest, TheMediaGroupFileGivesTrimsRectanglesAndVolume) {
   EXPECT_EQ(Num(info, "timelineTo"), 3); // the record's own length
   EXPECT_EQ(Num(draft.get(), "duration"), 3);
   EXPECT_FLOAT_EQ(record_->volume, 0.4f);
+}
+
+TEST_F(ThemeMediaTest, AClosingFixedSceneWithoutLengthStaysLastAndItsMissingEndPrintsBlock655) {
+  FakeTable()["a.mp4"] = {3};
+  FakeTable()["b.mp4"] = {3};
+  // The closing scene's fixed item has no trims at all.
+  drafttest::Json draft =
+      Fill(Theme(3, {Slot("p1.mp4", 0, 3)},
+                 {Scene("p1.mp4", 3),
+                  R"({"identifier": "outro", "media": [{"path": "outro.png", "replaceType": 3}]})"}),
+           {"a.mp4", "b.mp4"});
+  ASSERT_TRUE(draft) << printed_;
+  const cJSON* scenes = Get(draft.get(), "scenes");
+  ASSERT_EQ(Size(scenes), 3);
+  EXPECT_EQ(Str(At(scenes, 2), "identifier"), "outro");
+  EXPECT_NE(printed_.find("-------------------------------------\nerror : cJSON_GetObjectItem fail 655! \n"
+                          "-------------------------------------\n"),
+            std::string::npos)
+      << printed_;
+  EXPECT_EQ(Num(draft.get(), "duration"), 6); // the item without an end counts nothing
+}
+
+TEST_F(ThemeMediaTest, AClosingFixedSceneOfZeroLengthStaysLast) {
+  FakeTable()["a.mp4"] = {3};
+  FakeTable()["b.mp4"] = {3};
+  drafttest::Json draft =
+      Fill(Theme(3, {Slot("p1.mp4", 0, 3)},
+                 {Scene("p1.mp4", 3), Scene("outro.png", 0, R"(, "replaceType": 3, "identifier": "outro")")}),
+           {"a.mp4", "b.mp4"});
+  ASSERT_TRUE(draft) << printed_;
+  const cJSON* scenes = Get(draft.get(), "scenes");
+  ASSERT_EQ(Size(scenes), 3);
+  EXPECT_EQ(Str(Item(draft.get(), 2), "identifier"), "outro");
+  EXPECT_EQ(Str(Item(draft.get(), 1), "path"), folder_.Join("req/b.mp4"));
+}
+
+TEST_F(ThemeMediaTest, ARelativeThemeLibraryGivesAbsoluteResourcePathsMadeOnce) {
+  FakeTable()["a.mp4"] = {3};
+  FakeTable()["b.mp4"] = {3};
+  FakeTable()["c.mp4"] = {3};
+  WriteTheme("Sample", Theme(6, {Slot("p1.mp4", 0, 3), Slot("p2.mp4", 3, 6)},
+                             {Scene("p1.mp4", 3), Scene("p2.mp4", 3)}));
+  // Scene transitions and an item's mask, relative to the theme's folder.
+  std::string theme = drafttest::ReadFile(folder_.Join("lib/Sample/config.json"));
+  const std::string item = R"({"media": [{"path": "p1.mp4")";
+  theme.replace(theme.find(item), item.size(),
+                R"({"transition": {"folderPath": "fx/t1", "duration": 1}, "media": [{"path": "p1.mp4",
+                   "maskObject": {"folderPath": "masks/round"})");
+  WriteTheme("Sample", theme);
+  const std::string request = WriteRequest("Sample", {"a.mp4", "b.mp4", "c.mp4"});
+  const fs::path before = fs::current_path();
+  fs::current_path(folder_.Join(""));
+  setenv("ORMADRAFT_THEMES", "lib", 1);
+  record_ = Load(request);
+  fs::current_path(before);
+  ASSERT_NE(record_, nullptr) << printed_;
+  drafttest::Json draft = Written(record_.get());
+  const std::string folder = folder_.Join("lib") + "//Sample/";
+  const cJSON* scenes = Get(draft.get(), "scenes");
+  ASSERT_EQ(Size(scenes), 3);
+  for (int s : {0, 2}) { // the first scene and its copy
+    EXPECT_EQ(Str(Get(At(scenes, s), "transition"), "folderPath"), folder + "fx/t1") << s;
+    EXPECT_EQ(Str(Get(Item(draft.get(), s), "maskObject"), "folderPath"), folder + "masks/round") << s;
+  }
+  EXPECT_EQ(std::string(record_->themeConfigPath), folder + "config.json");
 }
 
 } // namespace

@@ -165,9 +165,11 @@ TEST_F(ThemeRequestTest, MediaThatCannotBeOpenedKeepTheirPlaceAndTakeNoTime) {
             std::string::npos);
   EXPECT_STREQ(record->userMedia->path, "gone.mp4");
   // Its size is unknown when it is put into its placeholder: the error block.
-  EXPECT_NE(printed_.find("-------------------------------------\ngetMediaSize "), std::string::npos)
-      << printed_;
-  EXPECT_NE(printed_.find(" 363\n-------------------------------------\n"), std::string::npos) << printed_;
+  // The block has its own dashed line of 27 dashes (not the 37 of the others).
+  const std::string dashes(27, '-');
+  EXPECT_NE(printed_.find("\n" + dashes + "\ngetMediaSize "), std::string::npos) << printed_;
+  EXPECT_NE(printed_.find(" 363\n" + dashes + "\n"), std::string::npos) << printed_;
+  EXPECT_EQ(printed_.find(std::string(28, '-') + "\ngetMediaSize "), std::string::npos) << printed_;
   EXPECT_EQ(record->userMedia->next->timelineFrom, 0);
   EXPECT_EQ(record->userMedia->next->timelineTo, 3);
 }

@@ -77,16 +77,31 @@ TEST_F(ThemeRetimeTest, AMutedRequestSilencesEveryMusic) {
   EXPECT_EQ(Str(At(musics, 0), "path"), folder_.Join("lib") + "//Sample/m1.m4a");
 }
 
-TEST_F(ThemeRetimeTest, MusicTakesTheGroupVolumeOrKeepsItsOwnWithoutAGroupFile) {
+TEST_F(ThemeRetimeTest, MusicTakesTheGroupVolumeAndWithoutAGroupFileTheRequestsZero) {
   const std::string music = R"(, "musics": [{"path": "m1.m4a", "timelineFrom": 0, "timelineTo": 10,
-      "volume": 0.5}])";
+      "volume": 0.5}, {"path": "m2.m4a", "timelineFrom": 0, "timelineTo": 5}])";
+  // No media-group file: the request's volume stays 0 and every music gets it.
   drafttest::Json draft = Fill(10, music);
   ASSERT_TRUE(draft);
-  EXPECT_EQ(Num(At(Get(draft.get(), "musics"), 0), "volume"), 0.5);
+  EXPECT_EQ(record_->volume, 0.0f);
+  EXPECT_EQ(Num(At(Get(draft.get(), "musics"), 0), "volume"), 0);
+  EXPECT_EQ(Num(At(Get(draft.get(), "musics"), 1), "volume"), 0);
+  EXPECT_EQ(LastKey(At(Get(draft.get(), "musics"), 1)), "volume");
   const std::string group = folder_.Write("group.json", R"({"medias": [], "volume": 0.25})");
   draft = Fill(10, music, {group});
   ASSERT_TRUE(draft);
   EXPECT_EQ(Num(At(Get(draft.get(), "musics"), 0), "volume"), 0.25);
+}
+
+TEST_F(ThemeRetimeTest, AGroupFileWithoutVolumeGivesEveryMusicTheFullVolume) {
+  const std::string group = folder_.Write("group.json", R"({"medias": [{"path": "a.mp4"}]})");
+  drafttest::Json draft = Fill(10, R"(, "musics": [{"path": "m1.m4a", "timelineFrom": 0, "timelineTo": 10,
+      "volume": 0.5}])",
+                               {group});
+  ASSERT_TRUE(draft);
+  EXPECT_EQ(record_->volume, 1.0f);
+  EXPECT_FALSE(record_->isMute);
+  EXPECT_EQ(Num(At(Get(draft.get(), "musics"), 0), "volume"), 1);
 }
 
 TEST_F(ThemeRetimeTest, MusicIsRepeatedByItsPathUntilTheNewEnd) {
@@ -137,6 +152,76 @@ TEST_F(ThemeRetimeTest, ACaptionIsRepeatedOnlyWhereItsRectangleMatches) {
   EXPECT_EQ(Num(Get(At(captions, 2), "showRectF"), "x"), 0.1);
   EXPECT_EQ(Num(Get(At(captions, 3), "showRectF"), "x"), 0.5);
   EXPECT_EQ(Num(At(captions, 3), "timelineFrom"), 11);
+}
+
+// A 3 s theme of one placeholder filled with three 3 s clips: 9 s, period 3 s.
+class SameSpanTest : public ThemeRetimeTest {
+protected:
+  drafttest::Json FillThree(const std::string& more) {
+    WriteTheme("Sample", Theme(3, {Slot("p1.mp4", 0, 3)}, {Scene("p1.mp4", 3)}, more));
+    for (const char* name : {"a.mp4", "b.mp4", "c.mp4"})
+      FakeTable()[name] = {3};
+    record_ = Load(WriteRequest("Sample", {"a.mp4", "b.mp4", "c.mp4"}));
+    EXPECT_NE(record_, nullptr) << printed_;
+    return record_ ? Written(record_.get()) : drafttest::Json();
+  }
+  // The spans of the elements whose `key` (inside `owner` when given) ends with `name`.
+  static Spans SpansOf(const cJSON* array, const char* key, const std::string& name, const char* owner = "") {
+    Spans spans;
+    const cJSON* e = nullptr;
+    cJSON_ArrayForEach(e, array) {
+      const std::string value = Str(*owner ? Get(e, owner) : e, key);
+      if (value.size() >= name.size() && value.compare(value.size() - name.size(), name.size(), name) == 0)
+        spans.emplace_back(Num(e, "timelineFrom"), Num(e, "timelineTo"));
+    }
+    return spans;
+  }
+};
+
+TEST_F(SameSpanTest, TwoStickersOverTheSameSpanAreEachRepeatedOncePerPeriod) {
+  drafttest::Json draft = FillThree(R"(, "stickers": [
+      {"imageFolderPath": "st/red", "timelineFrom": 0, "timelineTo": 3},
+      {"imageFolderPath": "st/green", "timelineFrom": 0, "timelineTo": 3}])");
+  ASSERT_TRUE(draft);
+  const cJSON* stickers = Get(draft.get(), "stickers");
+  EXPECT_EQ(Size(stickers), 6);
+  EXPECT_EQ(SpansOf(stickers, "imageFolderPath", "st/red"), (Spans{{0, 3}, {3, 6}, {6, 9}}));
+  EXPECT_EQ(SpansOf(stickers, "imageFolderPath", "st/green"), (Spans{{0, 3}, {3, 6}, {6, 9}}));
+}
+
+TEST_F(SameSpanTest, TwoPipListStickersOverTheSameSpanAreEachRepeatedOncePerPeriod) {
+  drafttest::Json draft = FillThree(R"(, "pipList": [
+      {"pipType": 4, "imageFolderPath": "st/red", "timelineFrom": 0, "timelineTo": 3},
+      {"pipType": 1, "folderPath": "fx/one", "timelineFrom": 0, "timelineTo": 3},
+      {"pipType": 4, "imageFolderPath": "st/green", "timelineFrom": 0, "timelineTo": 3}])");
+  ASSERT_TRUE(draft);
+  const cJSON* pips = Get(draft.get(), "pipList");
+  EXPECT_EQ(SpansOf(pips, "imageFolderPath", "st/red"), (Spans{{0, 3}, {3, 6}, {6, 9}}));
+  EXPECT_EQ(SpansOf(pips, "imageFolderPath", "st/green"), (Spans{{0, 3}, {3, 6}, {6, 9}}));
+  EXPECT_EQ(SpansOf(pips, "folderPath", "fx/one"), (Spans{{0, 3}, {3, 6}, {6, 9}}));
+}
+
+TEST_F(SameSpanTest, TwoOverlaysOverTheSameSpanAreEachRepeatedOncePerPeriod) {
+  drafttest::Json draft = FillThree(R"(, "overlays": [
+      {"timelineFrom": 1, "timelineTo": 2, "media": {"path": "one.png", "trimTimeEnd": 1}},
+      {"timelineFrom": 1, "timelineTo": 2, "media": {"path": "two.png", "trimTimeEnd": 1}}])");
+  ASSERT_TRUE(draft);
+  const cJSON* overlays = Get(draft.get(), "overlays");
+  EXPECT_EQ(Size(overlays), 6);
+  EXPECT_EQ(SpansOf(overlays, "path", "one.png", "media"), (Spans{{1, 2}, {4, 5}, {7, 8}}));
+  EXPECT_EQ(SpansOf(overlays, "path", "two.png", "media"), (Spans{{1, 2}, {4, 5}, {7, 8}}));
+}
+
+TEST_F(SameSpanTest, TwoEffectsOverTheSameSpanKeepTheMatchingByTimes) {
+  // Effects are matched by their times alone: both records find the first
+  // effect, which is repeated for each of them, and the second is not.
+  drafttest::Json draft = FillThree(R"(, "specialEffects": [
+      {"folderPath": "fx/one", "timelineFrom": 0, "timelineTo": 3},
+      {"folderPath": "fx/two", "timelineFrom": 0, "timelineTo": 3}])");
+  ASSERT_TRUE(draft);
+  const cJSON* effects = Get(draft.get(), "specialEffects");
+  EXPECT_EQ(SpansOf(effects, "folderPath", "fx/one"), (Spans{{0, 3}, {3, 6}, {6, 9}, {3, 6}, {6, 9}}));
+  EXPECT_EQ(SpansOf(effects, "folderPath", "fx/two"), (Spans{{0, 3}}));
 }
 
 } // namespace
