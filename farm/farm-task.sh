@@ -29,6 +29,7 @@ attempt=${SLURM_RESTART_COUNT:-0}
 mkdir -p "$work/run" "$work/status" "$work/logs"
 log=$work/logs/$name.log
 out=$work/run/$name.out
+err=$work/run/$name.err
 # Slurm writes the job's output to the log; elsewhere the task does.
 [ -n "${SLURM_JOB_ID:-}" ] || exec > >(tee -a "$log") 2>&1
 
@@ -37,12 +38,18 @@ mapfile -d '' args <"$work/args/$name"
 
 run_program() {
   # In the background so that its process id can be written down (a test
-  # kills it there to play a lost node).
-  "$@" >"$out" 2>&1 &
+  # kills it there to play a lost node). Standard error is kept apart: it
+  # holds the program's reason for a failure, which the batch summary shows
+  # (standard output ends with the result line alone).
+  "$@" >"$out" 2>"$err" &
   local pid=$!
   echo "$pid" >"$work/run/$name.pid"
   wait "$pid"
   cat "$out"
+  if [ -s "$err" ]; then
+    echo "== standard error"
+    cat "$err"
+  fi
   tail -n 1 "$out" | grep -q 'export success!'
 }
 

@@ -47,12 +47,22 @@ still() {
   mv "$file.tmp.png" "$file"
 }
 
-# music FILE SECONDS: a soft plucked arpeggio.
+# music FILE SECONDS: a soft plucked arpeggio. The themes play their music
+# once from the start to the end of the filled video, never restarting it,
+# so it is long (five minutes): a phrase of 10 s (the arpeggio repeats every
+# 2 s) looped, which is quick to make. A shorter file from an earlier
+# version of the themes is made again.
 music() {
   local file=$1 seconds=$2
-  [ -s "$file" ] && return 0
-  ff -f lavfi -i "aevalsrc=0.25*sin(2*PI*t*262*pow(2\,floor(mod(2*t\,4))*3/12))*exp(-3*mod(t\,0.5)):s=48000:d=$seconds" \
-     -ac 2 -c:a aac -b:a 64k "$file.tmp.m4a"
+  if [ -s "$file" ]; then
+    local have
+    have=$(ffprobe -v error -show_entries format=duration -of csv=p=0 "$file" 2>/dev/null || echo 0)
+    awk -v have="$have" -v want="$seconds" 'BEGIN { exit !(have + 0.5 >= want) }' && return 0
+  fi
+  ff -f lavfi -i "aevalsrc=0.25*sin(2*PI*t*262*pow(2\,floor(mod(2*t\,4))*3/12))*exp(-3*mod(t\,0.5)):s=48000:d=10" \
+     -ac 2 "$file.phrase.wav"
+  ff -stream_loop -1 -i "$file.phrase.wav" -t "$seconds" -c:a aac -b:a 64k "$file.tmp.m4a"
+  rm -f "$file.phrase.wav"
   mv "$file.tmp.m4a" "$file"
 }
 
@@ -72,14 +82,14 @@ clip "$summer/p2.mp4" 3 0x2a9d8f "2" sound
 clip "$summer/p3.mp4" 3 0xe9c46a "3" sound
 clip "$summer/outro.mp4" 2 0x1d3557 "The End"
 badge "$summer/badge.png" 0xf4a261
-music "$summer/music.m4a" 13
+music "$summer/music.m4a" 300
 
 slides=$lib/Slideshow
 for i in 1 2 3 4 5; do
   colours=(0 0x264653 0x2a9d8f 0xe9c46a 0xf4a261 0xe76f51)
   still "$slides/photo$i.png" "${colours[$i]}" "Photo $i"
 done
-music "$slides/music.m4a" 15
+music "$slides/music.m4a" 300
 
 layers=$lib/02_family/01_layers
 clip "$layers/scene1.mp4" 4 0x6d597a "A" sound

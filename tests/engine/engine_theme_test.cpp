@@ -141,12 +141,14 @@ TEST_F(ThemeEndToEnd, FiveMediaRepeatThePlaceholdersAndTheMiddleCaption) {
   EXPECT_PRED2(Close, At(v, 19.5, 0.04, 0.5), kFrameBackground) << "the repeated framed scene";
   Rgb outro = At(v, 24.5, 0.2, 0.5);
   EXPECT_LT(outro.r, 60) << ToString(outro);
-  // The flash at the start of the first clip comes back one theme length
-  // (13 s) later, over the repeated red clip.
-  Rgb flash = At(v, 15.1, 0.5, 0.4);
-  EXPECT_GT(flash.g, 120) << ToString(flash);
-  // The caption of the middle is repeated over the repeated middle.
-  EXPECT_EQ(ReadText(v, static_cast<int>(FrameAt(v, 15.6)), folder(), "eng", kCaptionArea), "SUMMER");
+  // The caption stays on from the first clip to the end, over the copies
+  // of the placeholders too: it neither drops out at the theme's old end
+  // nor comes back a theme length later.
+  // (Over a transition or a busy clip the reader may add a stray mark.)
+  for (double at : {10.9, 15.6, 22.5}) {
+    const std::string text = ReadText(v, static_cast<int>(FrameAt(v, at)), folder(), "eng", kCaptionArea);
+    EXPECT_NE(text.find("SUMMER"), std::string::npos) << at << ": " << text;
+  }
 }
 
 TEST_F(ThemeEndToEnd, AMutingMediaGroupFileSilencesClipsAndMusic) {

@@ -10,7 +10,8 @@ durations, every frame within 40 dB, the sound identical sample for sample,
 key frames and no gap or repeated frame at the joins, and with a lossless
 encoder the frame hashes of the single render), a renderer killed halfway
 through its part, a part that fails twice, and a batch of twenty drafts of
-which two are bad. The drafts are made by tests/farm/make_drafts.py (nine
+which two are bad, and the batch summary's reasons and the removal of a
+work folder after a success (BatchSummary, with a stand-in for the program). The drafts are made by tests/farm/make_drafts.py (nine
 scenes over 8.4 s at 320x180, so a render takes a second or two here); the
 demo draft is rendered once whole and once in seven parts (a transition at
 every cut, so its parts start inside scenes; about 80 s here, and
@@ -152,7 +153,7 @@ class RenderInParts(FarmTest):
         single_frames = luma_frames(single)
         for chunks in (1, 3, 7):
             out = WORK / f"parts-{chunks}.mp4"
-            console = self.render(chunks, settings(f"parts-{chunks}.json", out))
+            console = self.render(chunks, settings(f"parts-{chunks}.json", out), "--keep")
             self.assertIn(f"{chunks} parts in job array", console)
             self.assertRegex(console, r"parts \d/\d+ done, sound .*, [0-9.]+%")
             self.assert_same_as_single(out, single)
@@ -181,7 +182,7 @@ class RenderInParts(FarmTest):
         single_render(self.draft, settings("lossless-single.json", single, encoder="ffv1"))
         out = WORK / "lossless parts.mkv"
         # Twelve parts: more than the draft has plain scene cuts.
-        self.render(12, settings("lossless-parts.json", out, encoder="ffv1"))
+        self.render(12, settings("lossless-parts.json", out, encoder="ffv1"), "--keep")
         want, got = frame_hashes(single), frame_hashes(out)
         self.assertEqual(len(got), 210)
         cuts = cut_frames(out)
@@ -210,6 +211,21 @@ class RenderInParts(FarmTest):
         self.assert_same_as_single(out, single)
         self.assertGreaterEqual(min(psnr_per_frame(out, single)), 40.0)
 
+    def test_a_successful_render_removes_its_work_folder_unless_keep_is_given(self):
+        out = WORK / "tidy.mp4"
+        console = self.render(2, settings("tidy.json", out))
+        work = Path(re.search(r"^farm: work folder (.+)$", console, re.M).group(1))
+        self.assert_same_as_single(out, WORK / "single.mp4")
+        self.assertFalse(work.exists(), f"the work folder {work} is left: {console}")
+        self.assertEqual(list((WORK / ".ormadraft-farm").glob("tidy-*")), [])
+
+        console = self.render(2, settings("tidy.json", out), "--keep")
+        work = Path(re.search(r"^farm: work folder (.+)$", console, re.M).group(1))
+        self.assertIn(f"work folder kept: {work}", console)
+        self.assertTrue((work / "parts.json").is_file())
+        self.assertEqual(len(list((work / "run").glob("part-*.mp4"))), 2)
+        shutil.rmtree(work)
+
     def test_no_wait_prints_the_job_ids_and_the_join_places_the_video(self):
         out = WORK / "no-wait.mp4"
         done = farm("render", self.draft, settings("no-wait.json", out), "--chunks", "2", "--no-wait")
@@ -231,7 +247,7 @@ class Failures(FarmTest):
         out = WORK / "killed.mp4"
         work = WORK / "killed work"
         command = [sys.executable, str(FARM), "render", str(self.draft), str(settings("killed.json", out)),
-                   "--chunks", "2", "--bin", str(BUILD), "--poll", "0.3", "--work", str(work)]
+                   "--chunks", "2", "--bin", str(BUILD), "--poll", "0.3", "--work", str(work), "--keep"]
         shutil.rmtree(work, ignore_errors=True)
         process = subprocess.Popen(command, cwd=WORK, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         pid_file = work / "run" / "part-1.pid"
@@ -299,6 +315,66 @@ class Batch(FarmTest):
             if k not in (6, 13):
                 self.assertRegex(rows[str(k)], r"\sdone\b")
         self.assertEqual(streams(WORK / "batch" / "out-00.mp4")["video"][0], 15)
+
+
+STAND_IN = """#!/usr/bin/env bash
+# A stand-in for ormadraft in a batch: its one argument names what it does.
+case $(basename "$1") in
+  good*) echo "[00:00:00/Jan  1 2026 - 1] -- export success! time:0.1(s)" ;;
+  bad*) echo "[00:00:00/Jan  1 2026 - 1] -- export failed, errorcode:-1735"
+        echo "a warning before the reason" >&2
+        echo "export failed: Scene media path is null: $1 names /srv/gone.mp4" >&2 ;;
+  *) echo "[00:00:00/Jan  1 2026 - 1] -- json load fail" ;;
+esac
+exit 1
+"""
+
+
+class BatchSummary(unittest.TestCase):
+    """The batch's own bookkeeping, with a stand-in for the program that
+    prints a result line on standard output and its reason on standard
+    error, as the program does."""
+
+    def setUp(self):
+        self.folder = WORK / "summary"
+        shutil.rmtree(self.folder, ignore_errors=True)
+        (self.folder / "bin").mkdir(parents=True)
+        program = self.folder / "bin" / "ormadraft"
+        program.write_text(STAND_IN)
+        program.chmod(0o755)
+
+    def batch(self, names, *more):
+        listing = self.folder / "list"
+        listing.write_text("".join(f"{name}.json\n" for name in names))
+        return run(sys.executable, FARM, "batch", listing, "--bin", self.folder / "bin", "--poll", "0.3", *more,
+                   cwd=self.folder)
+
+    def test_the_summary_gives_each_failed_entry_its_result_line_and_its_reason_from_standard_error(self):
+        done = self.batch(["good-1", "bad-1", "other-1"])
+        self.assertEqual(done.returncode, 1, done.stdout + done.stderr)
+        rows = {m.group(1): m.group(0) for m in re.finditer(r"^\s*(\d+)\s+\S+\.json.*$", done.stdout, re.M)}
+        self.assertRegex(rows["1"], r"\sfailed\s+\[.*\] -- export failed, errorcode:-1735: export failed: "
+                                    r"Scene media path is null: .*bad-1\.json names /srv/gone\.mp4$")
+        self.assertRegex(rows["2"], r"\sfailed\s+\[.*\] -- json load fail$")
+        self.assertRegex(rows["0"], r"\sdone$")
+        work = Path(re.search(r"work folder (.+)$", done.stdout, re.M).group(1))
+        self.assertIn(f"logs in {work / 'logs'}", done.stdout)
+        self.assertTrue(work.is_dir(), "a batch that failed keeps its logs")
+        self.assertIn("== standard error", (work / "logs" / "entry-1.log").read_text())
+
+    def test_a_batch_that_succeeded_removes_its_work_folder_unless_keep_is_given(self):
+        done = self.batch(["good-1", "good-2"])
+        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        work = Path(re.search(r"work folder (.+)$", done.stdout, re.M).group(1))
+        self.assertFalse(work.exists(), done.stdout)
+        self.assertFalse((self.folder / ".ormadraft-farm").exists(), "the empty .ormadraft-farm folder is left")
+        self.assertRegex(done.stdout, r"(?m)^2 done, 0 failed$")
+
+        done = self.batch(["good-1"], "--keep")
+        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+        work = Path(re.search(r"work folder (.+)$", done.stdout, re.M).group(1))
+        self.assertTrue((work / "logs" / "entry-0.log").is_file(), done.stdout)
+        self.assertIn(f"work folder kept: {work}", done.stdout)
 
 
 @unittest.skipIf(os.environ.get("ORMA_FARM_DEMO") == "0", "ORMA_FARM_DEMO=0 leaves the demo out")
