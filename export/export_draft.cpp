@@ -275,7 +275,11 @@ void ProgressReporter(OrmaVideoHandle vv, ProgressBar* bar) {
       polls = 0;
     }
     if (percent >= 99.5f) {
-      if (bar) bar->Finish(vv, percent);
+      // A stopped export ends at 100 too; its bar is not drawn full.
+      if (bar && stopAsked)
+        bar->Erase();
+      else if (bar)
+        bar->Finish(vv, percent);
       return;
     }
     if (bar && !firstPoll) bar->Update(vv, percent);
