@@ -488,6 +488,10 @@ ORMA_API int32_t OrmaEditSetLimitTime(OrmaVideoHandle vv, int64_t startUs, int64
 ORMA_API int32_t OrmaEditMediaUseAgentProcess(OrmaVideoHandle vv);
 ORMA_API int32_t OrmaEditMedia(OrmaVideoHandle vv);
 ORMA_API int32_t OrmaEditProgress(OrmaVideoHandle vv);
+/* Asks the export of `vv` to stop, from any thread: a running OrmaEditMedia
+ * returns -34 after the frame it is on, removing its temporary file; one
+ * called later returns -34 at once. 1 when asked, -1 for a bad handle. */
+ORMA_API int32_t OrmaEditCancel(OrmaVideoHandle vv);
 
 /* ---- Timeline queries ---- */
 ORMA_API int64_t OrmaGetTotalPlaybackTime(OrmaVideoHandle vv);
@@ -507,6 +511,12 @@ ORMA_API int32_t OrmaPreviewSeek(OrmaVideoHandle vv, int64_t positionUs);
 
 /* ---- About the library ---- */
 ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions);
+/* The cause of the library's most recent failure in this process (the text
+ * of its log line, without the call's name), copied zero-terminated and cut
+ * to `capacity` bytes: its length, or 0 when nothing has failed yet. Kept
+ * until the next failure; refusals of values that are put right (a value
+ * brought into range) are not failures. */
+ORMA_API int32_t OrmaGetLastError(char* text, int32_t capacity);
 
 #ifdef __cplusplus
 }

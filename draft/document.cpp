@@ -3,6 +3,7 @@
 // and the release of everything.
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +14,7 @@
 #include "draft/draft_limits.h"
 #include "draft/json_read.h"
 #include "draft/record_lists.h"
+#include "driver/diagnostic.h"
 #include "driver/log_line.h"
 #include "platform/platform.h"
 
@@ -155,6 +157,29 @@ Written WriteText(const std::string& path, const char* text) {
   return ok ? Written::kOk : Written::kIncomplete;
 }
 
+// Why a draft that parsed has no replaceable media: no "mediaInfo" list
+// with entries, and "scenes" to build one from is missing or has a scene
+// without "media".
+std::string NoMediaInfoCause(const cJSON* root) {
+  const cJSON* scenes = Item(root, "scenes");
+  const std::string given =
+      Item(root, "mediaInfo") ? "its \"mediaInfo\" has no entries" : "it has no \"mediaInfo\"";
+  if (!scenes) return given + " and no \"scenes\" to take the media from";
+  int index = 0;
+  for (const cJSON* scene = scenes->child; scene; scene = scene->next) {
+    ++index;
+    if (!Item(scene, "media"))
+      return given + ", and scene " + std::to_string(index) +
+             " of \"scenes\" has no \"media\" to take them from";
+  }
+  return given + " and its \"scenes\" hold no media";
+}
+
+// The reason of a draft that parsed but is refused, on standard error.
+void SayRefused(const std::string& path, const std::string& why) {
+  Diagnostic("json load fail: draft %s: %s", platform::NativePath(path.c_str()).c_str(), why.c_str());
+}
+
 DraftDocument* Fail(DraftDocument* document, cJSON* root) {
   freeDraft(document);
   cJSON_Delete(root);
@@ -204,6 +229,8 @@ DraftDocument* loadDraft(const char* draftPath, const char* auxiliaryPath, int t
   if (path.size() >= sizeof(DraftDocument::draftPath)) {
     LogLine("draft path of %zu bytes; a draft path may have %zu\n", path.size(),
             sizeof(DraftDocument::draftPath) - 1);
+    Diagnostic("json load fail: the draft's path has %zu bytes; a draft path may have %zu", path.size(),
+               sizeof(DraftDocument::draftPath) - 1);
     return nullptr;
   }
 
@@ -219,13 +246,19 @@ DraftDocument* loadDraft(const char* draftPath, const char* auxiliaryPath, int t
   ReadRootScalars(root, document);
 
   document->mediaInfo = readMediaInfo(root, nullptr);
-  if (!document->mediaInfo) return Fail(document, root);
+  if (!document->mediaInfo) {
+    SayRefused(path, NoMediaInfoCause(root));
+    return Fail(document, root);
+  }
   CopyTextZeroFilled(document->draftPath, sizeof(document->draftPath), path.c_str());
 
   document->musics = readMusics(root);
   document->soundEffects = readSoundEffects(root);
   document->scenes = readScenes(root);
-  if (!document->scenes) return Fail(document, root);
+  if (!document->scenes) {
+    SayRefused(path, Item(root, "scenes") ? "its \"scenes\" list has no scenes" : "it has no \"scenes\"");
+    return Fail(document, root);
+  }
   document->overlays = readOverlays(root);
   document->specialEffects = readSpecialEffects(root);
   document->mosaics = readMosaics(root);
@@ -241,13 +274,26 @@ DraftDocument* loadDraft(const char* draftPath, const char* auxiliaryPath, int t
     RenumberLevels(document);
 
   char* printed = cJSON_Print(root);
-  if (!printed) return Fail(document, root);
+  if (!printed) {
+    SayRefused(path, "out of memory while writing its working copy");
+    return Fail(document, root);
+  }
   // Template mode rewrites the instantiated draft in place; otherwise the
   // normalised copy goes beside the draft and becomes the run's draft.
   std::string output = templateMode ? std::string(document->draftPath) : WorkingCopyPath(document->draftPath);
+  errno = 0;
   Written written = output.empty() ? Written::kNotOpened : WriteText(output, printed);
+  const int writeError = errno;
   cJSON_free(printed);
   if (written != Written::kOk) {
+    // The copy is written beside the draft: its folder must be writable.
+    if (output.empty())
+      SayRefused(path, "its file name gives no name for the working copy beside it");
+    else
+      Diagnostic("json load fail: the working copy %s cannot be written (%s); the draft's folder must be "
+                 "writable",
+                 platform::NativePath(output.c_str()).c_str(),
+                 writeError ? std::strerror(writeError) : "incomplete");
     // A truncated working copy of our own is not left behind.
     if (written == Written::kIncomplete && !templateMode) platform::RemoveFile(output.c_str());
     return Fail(document, root);

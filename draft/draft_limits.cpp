@@ -6,12 +6,23 @@
 
 #include <strings.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <system_error>
 
+#include "driver/diagnostic.h"
 #include "driver/log_line.h"
 #include "platform/platform.h"
+
+// A draft refused: its line on standard output, as before, and the same on
+// standard error, where a person looks for why "json load fail" came.
+#define Refused(format, ...)                                                                                 \
+  do {                                                                                                       \
+    LogLine(format "\n" __VA_OPT__(, ) __VA_ARGS__);                                                         \
+    Diagnostic("json load fail: " format __VA_OPT__(, ) __VA_ARGS__);                                        \
+  } while (0)
 
 namespace draftlimits {
 
@@ -57,18 +68,18 @@ private:
     for (const cJSON* child = array->child; child; child = child->next) {
       ++count;
       if (++total_ > kMaxTotalElements) {
-        LogLine("draft %s: more than %d list elements in all (at \"%s\"); a draft may have %d\n", path_,
+        Refused("draft %s: more than %d list elements in all (at \"%s\"); a draft may have %d", path_,
                 kMaxTotalElements, place.c_str(), kMaxTotalElements);
         return false;
       }
     }
     if (role == Role::kSceneMedia && count > kMaxMediaPerScene) {
-      LogLine("draft %s: \"%s\" has %d media items; a scene may have %d\n", path_, place.c_str(), count,
+      Refused("draft %s: \"%s\" has %d media items; a scene may have %d", path_, place.c_str(), count,
               kMaxMediaPerScene);
       return false;
     }
     if (count > kMaxListElements) {
-      LogLine("draft %s: \"%s\" has %d elements; a list may have %d\n", path_, place.c_str(), count,
+      Refused("draft %s: \"%s\" has %d elements; a list may have %d", path_, place.c_str(), count,
               kMaxListElements);
       return false;
     }
@@ -117,23 +128,27 @@ cJSON* ParseDraftWithinLimits(const char* utf8Path) {
   std::error_code error;
   const uintmax_t bytes = std::filesystem::file_size(native, error);
   if (!error && bytes > kMaxDraftBytes) {
-    LogLine("draft %s: %ju bytes; a draft may have %ju\n", path, bytes, kMaxDraftBytes);
+    Refused("draft %s: %ju bytes; a draft may have %ju", path, bytes, kMaxDraftBytes);
     return nullptr;
   }
   std::string text;
   if (!platform::ReadWholeFile(utf8Path, &text)) {
+    const int cause = errno;
     LogLine("draft %s: cannot be read\n", path);
+    // Why, for the person: missing, a folder, no permission.
+    Diagnostic("json load fail: draft %s: cannot be read (%s)", path,
+               std::filesystem::is_directory(native, error) ? "it is a folder" : std::strerror(cause));
     return nullptr;
   }
   // Checked again on what was read: the file may have grown since.
   if (text.size() > kMaxDraftBytes) {
-    LogLine("draft %s: %zu bytes; a draft may have %ju\n", path, text.size(), kMaxDraftBytes);
+    Refused("draft %s: %zu bytes; a draft may have %ju", path, text.size(), kMaxDraftBytes);
     return nullptr;
   }
   size_t where = 0;
   if (NestingDepth(text, kMaxNesting, &where) > kMaxNesting) {
-    LogLine("draft %s: arrays and objects nested more than %d deep (at byte %zu); a draft may nest %d\n",
-            path, kMaxNesting, where, kMaxNesting);
+    Refused("draft %s: arrays and objects nested more than %d deep (at byte %zu); a draft may nest %d", path,
+            kMaxNesting, where, kMaxNesting);
     return nullptr;
   }
   // Trailing bytes after the root value are accepted and no byte-order mark
@@ -142,7 +157,7 @@ cJSON* ParseDraftWithinLimits(const char* utf8Path) {
   cJSON* root = cJSON_ParseWithOpts(text.c_str(), &end, 0);
   if (!root) {
     const size_t at = end && end >= text.c_str() ? static_cast<size_t>(end - text.c_str()) : 0;
-    LogLine("draft %s: not JSON (at byte %zu)\n", path, at);
+    Refused("draft %s: not JSON (at byte %zu)", path, at);
     return nullptr;
   }
   std::string place;

@@ -9,9 +9,12 @@
 
 #include "draft/draft.h"
 #include "driver/codepage.h"
+#include "driver/diagnostic.h"
+#include "driver/interrupt.h"
 #include "driver/log_line.h"
 #include "driver/program_info.h"
 #include "export/export_draft.h"
+#include "export/export_message.h"
 #include "platform/platform.h"
 #include "platform/text_number.h"
 #include "preview/preview_command.h"
@@ -39,6 +42,33 @@ void PrintUsage() {
               .c_str());
 }
 
+// The failure on standard error: the result, the export's message and its
+// cause (the core library's reason after it, where a call of it failed).
+void SayWhyTheExportFailed(int32_t result, const char* message) {
+  const ExportFailureCause& cause = FailureCause();
+  std::string why = cause.where;
+  if (cause.libraryReason) {
+    const std::string library = LibraryCause();
+    if (!library.empty()) why = why.empty() ? library : why + ": " + library;
+  }
+  std::string text = message;
+  if (!why.empty()) text = text.empty() ? why : text + " (" + why + ")";
+  if (text.empty()) text = "no reason was given";
+  Diagnostic("export failed, errorcode:%d: %s", result, text.c_str());
+}
+
+// The end of a run stopped by a signal before its export began: the files
+// the run made go, and the usual last line says so.
+int EndInterrupted(const std::string& workingCopy, const ThemeRequest* theme) {
+  if (!workingCopy.empty()) platform::RemoveFile(workingCopy.c_str());
+  if (theme && theme->draftPath[0]) platform::RemoveFile(theme->draftPath);
+  Diagnostic("export failed, errorcode:%d: Export interrupted (stopped by %s)", kInterruptedExport,
+             interrupt::SignalName(interrupt::Signal()));
+  LogLine("export failed, errorcode:%d\n\n", kInterruptedExport);
+  std::fflush(stdout);
+  return 1;
+}
+
 } // namespace
 
 int RunDriver(int argc, char** argv) {
@@ -59,6 +89,9 @@ int RunDriver(int argc, char** argv) {
   previewHolder.reset(parsePreviewCommand(argc, argv));
   PreviewCommand* preview = previewHolder.get();
   platform::RaisePriority();
+  // An export stops cleanly on SIGINT, SIGTERM or SIGHUP; a preview keeps
+  // ending at once, as its caller expects.
+  if (!(preview && preview->hWnd != 0)) interrupt::Install();
 
   // The theme request, like the preview command, lives until the process ends.
   static std::unique_ptr<ThemeRequest, void (*)(ThemeRequest*)> themeHolder(nullptr, FreeThemeRequest);
@@ -99,7 +132,21 @@ int RunDriver(int argc, char** argv) {
   if (!templateMode && !draftArgument.empty() && draftArgument.find_first_of("\\/") == std::string::npos)
     draftArgument = std::string(".") + platform::kSeparator + draftArgument;
 
+  // A signal while the theme was filled: its new draft goes.
+  if (interrupt::Requested()) {
+    std::free(draftUtf8);
+    std::free(exportUtf8);
+    return EndInterrupted("", theme);
+  }
+
   DraftDocument* document = loadDraft(draftArgument.c_str(), exportUtf8, templateMode);
+  if (interrupt::Requested()) {
+    const std::string workingCopy = document ? document->draftPath : "";
+    freeDraft(document);
+    std::free(draftUtf8);
+    std::free(exportUtf8);
+    return EndInterrupted(workingCopy, theme);
+  }
   if (!document) {
     LogLine("json load fail\n");
     std::fflush(stdout);
@@ -143,6 +190,7 @@ int RunDriver(int argc, char** argv) {
   std::free(exportUtf8);
 
   if (result < 1) {
+    SayWhyTheExportFailed(result, message);
     LogLine("export failed, errorcode:%d\n\n", result);
   } else {
     double seconds = static_cast<double>(platform::TickCount64() - startTicks) / 1000.0;

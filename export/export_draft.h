@@ -14,6 +14,9 @@ inline constexpr int kExportMessageSize = 2048;
 /// start, or a negative bound), from the command line or the settings file.
 inline constexpr int32_t kEmptyExportRange = -2261;
 
+/// Result of an export stopped by SIGINT, SIGTERM or SIGHUP (driver/interrupt.h).
+inline constexpr int32_t kInterruptedExport = -2300;
+
 /// 1 or more on success; otherwise a failing call's result or a fixed code,
 /// with a short English text in `message` (kExportMessageSize bytes).
 int32_t ExportDraft(DraftDocument* document, char* message);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 struct ExportSettings {
   char videoCodec[128];  ///< encoder name; "libx264" unless the file names one
@@ -23,6 +24,11 @@ struct ExportSettings {
 ExportSettings DefaultExportSettings();
 
 /// Reads the UTF-8 JSON file at `path` over `settings`. A file that does not
-/// open or does not parse leaves everything as it was and returns false.
-/// Each "time" key present overwrites *exportStart / *exportEnd (microseconds).
-bool ReadExportSettings(const char* path, ExportSettings* settings, int64_t* exportStart, int64_t* exportEnd);
+/// open or does not parse leaves everything as it was and returns false,
+/// with *why (when given) saying which ("cannot be read (No such file or
+/// directory)", "is not JSON (at byte 12)"). Each "time" key present
+/// overwrites *exportStart / *exportEnd (microseconds). Values that are not
+/// used as written, and keys the format does not have, are said on standard
+/// error, one line each naming the file, the key and the value.
+bool ReadExportSettings(const char* path, ExportSettings* settings, int64_t* exportStart, int64_t* exportEnd,
+                        std::string* why = nullptr);

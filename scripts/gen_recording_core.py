@@ -55,6 +55,8 @@ for ret, params in protos:
             record.append(f"c.args.push_back(Block({pname}, sizeof({base}), &c));")
         elif ptype.startswith("Orma") and ptype.endswith("*"):
             record.append(f"c.args.push_back({pname} ? \"out\" : \"null\");")
+        elif ptype == "char*":
+            record.append(f"c.args.push_back({pname} ? \"out\" : \"null\");")
         else:
             sys.exit(f"unhandled parameter type {ptype!r} in {name}")
     sig = ", ".join(decl_params) if decl_params else "void"
@@ -72,6 +74,9 @@ for ret, params in protos:
                 out.append(f"  if ({pname}) *{pname} = static_cast<int32_t>(OutValue(\"{name}\"));\n")
             if ptype == "int64_t*":
                 out.append(f"  if ({pname}) *{pname} = OutValue(\"{name}\");\n")
+            if ptype == "char*":
+                # A text the double has nothing to say in: empty.
+                out.append(f"  if ({pname}) {pname}[0] = '\\0';\n")
             if ptype.startswith("Orma") and ptype.endswith("*") and not ptype.startswith("const"):
                 out.append(f"  FillOutBlock(\"{name}\", {pname}, sizeof(*{pname}));\n")
         out.append(f"  return static_cast<{ret_type}>(r);\n}}\n\n")

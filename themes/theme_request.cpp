@@ -8,8 +8,10 @@
 
 #include <cjson/cJSON.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <memory>
@@ -18,6 +20,7 @@
 
 #include "draft/json_read.h"
 #include "draft/record_lists.h"
+#include "driver/diagnostic.h"
 #include "driver/log_line.h"
 #include "platform/platform.h"
 #include "themes/media_replace.h"
@@ -62,8 +65,12 @@ std::string AbsoluteRequestPath(const char* path) {
 // Why a request that says it is one was not used, for its author; other
 // files given as the one argument are drafts and pass silently.
 void Report(const ThemeRequest* record, const std::string& why) {
-  if (std::string(record->type) == "TemplateThemes" && !why.empty())
+  if (std::string(record->type) == "TemplateThemes" && !why.empty()) {
     LogLine("theme request %s not used: %s\n", record->requestPath, why.c_str());
+    // The run goes on with the file as a draft, which then fails to load:
+    // the person needs this line to know why.
+    Diagnostic("theme request %s not used: %s", record->requestPath, why.c_str());
+  }
 }
 
 LocalTimeFunction gLocalTime = localtime_r;
@@ -82,7 +89,11 @@ std::string WriteDraft(const char* printed, uint32_t ticks) {
   std::string path = folder + name[0] + "_" + std::to_string(static_cast<long long>(ticks)) + "." + name[1];
   FILE* file = folder.empty() ? nullptr : platform::OpenFile(path.c_str(), "w");
   if (!file) {
+    const int error = errno;
     std::fprintf(stderr, "Error opening file.\n");
+    Diagnostic("the new draft %s cannot be written (%s)",
+               folder.empty() ? "(no drafts folder)" : path.c_str(),
+               folder.empty() ? "no drafts folder can be made; set ORMADRAFT_DRAFTS" : std::strerror(error));
     return std::string();
   }
   bool ok = std::fputs(printed, file) >= 0 && std::fputs("\n", file) >= 0;

@@ -4,6 +4,7 @@ namespace orma {
 
 int32_t Refuse(const char* function, int32_t code, const std::string& text) {
   LogText(std::string(function) + ": " + text);
+  NoteFailure(text);
   return code;
 }
 

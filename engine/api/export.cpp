@@ -57,6 +57,20 @@ ORMA_API int32_t OrmaEditProgress(OrmaVideoHandle vv) {
       call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
 
+ORMA_API int32_t OrmaEditCancel(OrmaVideoHandle vv) {
+  ORMA_ENTRY_NAME;
+  // Only a flag the export's own thread reads between frames: safe from any
+  // thread, and the export ends (and cleans up) on that thread.
+  VirtualVideo* v = VideoOf(vv);
+  int32_t r = kOk;
+  if (v)
+    v->stopRequested = true;
+  else
+    r = Refuse(call, kBadHandle, "not a virtual video handle");
+  return Traced(
+      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+}
+
 ORMA_API int64_t OrmaGetTotalPlaybackTime(OrmaVideoHandle vv) {
   ORMA_ENTRY_NAME;
   VirtualVideo* v = VideoOf(vv);

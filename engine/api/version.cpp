@@ -1,7 +1,8 @@
-// OrmaGetVersions: which library this is and which MLT and FFmpeg it runs on,
-// for the program's --version. The framework versions are read at run time
-// from the libraries actually loaded, not from the headers the library was
-// built against, so a report names what renders.
+// About the library. OrmaGetLastError: why its most recent call failed, for
+// the program's messages to its user. OrmaGetVersions: which library this is
+// and which MLT and FFmpeg it runs on, for the program's --version. The framework versions are read at run
+// time from the libraries actually loaded, not from the headers the library was built against, so a report
+// names what renders.
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
@@ -11,6 +12,7 @@ extern "C" {
 }
 
 #include <cstdio>
+#include <cstring>
 
 #include "engine/api/api.h"
 #include "platform/text_number.h"
@@ -45,6 +47,20 @@ ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
   }();
   return Traced(
       call, [&] { return TraceArgs().Ptr("versions", versions); }, r);
+}
+
+ORMA_API int32_t OrmaGetLastError(char* text, int32_t capacity) {
+  ORMA_ENTRY_NAME;
+  // Not itself a failure when the buffer is missing: there is then nothing
+  // to copy, and the last failure stays what it was.
+  const std::string last = LastFailure();
+  int32_t r = 0;
+  if (text && capacity > 0) {
+    platform::CopyText(text, static_cast<size_t>(capacity), last.c_str());
+    r = static_cast<int32_t>(std::strlen(text));
+  }
+  return Traced(
+      call, [&] { return TraceArgs().Int("capacity", capacity); }, r);
 }
 
 } // extern "C"

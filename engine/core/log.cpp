@@ -43,6 +43,27 @@ void LogOnce(const std::string& key, const std::string& text) {
   LogText(text);
 }
 
+namespace {
+struct LastFailureText {
+  std::mutex mutex;
+  std::string text;
+};
+LastFailureText& Last() {
+  static LastFailureText last;
+  return last;
+}
+} // namespace
+
+void NoteFailure(const std::string& text) {
+  std::lock_guard<std::mutex> lock(Last().mutex);
+  Last().text = text;
+}
+
+std::string LastFailure() {
+  std::lock_guard<std::mutex> lock(Last().mutex);
+  return Last().text;
+}
+
 std::string FormatDouble(double value) {
   if (std::isnan(value)) return "nan";
   if (std::isinf(value)) return value > 0 ? "inf" : "-inf";

@@ -18,6 +18,13 @@ void Log(const char* format, ...) __attribute__((format(printf, 1, 2)));
 /// Logs the text only the first time `key` is seen in this process.
 void LogOnce(const std::string& key, const std::string& text);
 
+/// Keeps `text` as the cause of the library's most recent failure, which a
+/// caller asks for with OrmaGetLastError to tell its user why a call failed.
+void NoteFailure(const std::string& text);
+
+/// The text NoteFailure kept last; empty before the first failure.
+std::string LastFailure();
+
 /// Numbers in logs and traces are written with "." whatever the locale.
 std::string FormatDouble(double value);
 

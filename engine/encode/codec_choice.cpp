@@ -11,6 +11,9 @@ extern "C" {
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <vector>
+
 #include "engine/core/av_handles.h"
 #include "engine/core/log.h"
 #include "engine/encode/export_run.h"
@@ -68,9 +71,59 @@ std::string UsualAudioEncoder(const AVOutputFormat* format) {
   return codec ? codec->name : "";
 }
 
+// Names of up to `most` encoders of this machine whose streams the container
+// can hold, the usual ones first; "" when none is found.
+std::string FittingVideoEncoders(const AVOutputFormat* container, size_t most) {
+  std::vector<std::string> names;
+  auto fits = [&](const AVCodec* codec) {
+    return codec && codec->type == AVMEDIA_TYPE_VIDEO && av_codec_is_encoder(codec) &&
+           avformat_query_codec(container, codec->id, FF_COMPLIANCE_NORMAL) == 1;
+  };
+  auto add = [&](const std::string& name) {
+    if (names.size() < most && std::find(names.begin(), names.end(), name) == names.end())
+      names.push_back(name);
+  };
+  for (const char* usual : {"libx264", "libvpx-vp9", "libvpx", "libaom-av1", "libsvtav1", "libx265", "mpeg4"})
+    if (fits(avcodec_find_encoder_by_name(usual))) add(usual);
+  void* state = nullptr;
+  while (const AVCodec* codec = av_codec_iterate(&state))
+    if (fits(codec) && !(codec->capabilities & AV_CODEC_CAP_EXPERIMENTAL)) add(codec->name);
+  std::string text;
+  for (const std::string& name : names)
+    text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+// Output name extensions whose containers take the encoder's streams.
+std::string FittingContainers(const AVCodec* encoder) {
+  std::string text;
+  for (const char* name : {"mp4", "mkv", "mov", "webm", "avi"}) {
+    const std::string file = std::string("video.") + name;
+    const AVOutputFormat* format = av_guess_format(nullptr, file.c_str(), nullptr);
+    if (format && avformat_query_codec(format, encoder->id, FF_COMPLIANCE_NORMAL) == 1)
+      text += (text.empty() ? "." : ", .") + std::string(name);
+  }
+  return text;
+}
+
+// The container must be able to hold the encoder's stream: webm takes VP8,
+// VP9 and AV1 only, and FFmpeg would refuse H.264 there with no more than
+// "Invalid argument". Containers that cannot tell are let through.
+int32_t CheckVideoFits(const AVOutputFormat* container, const AVCodec* encoder, std::string* cause) {
+  if (avformat_query_codec(container, encoder->id, FF_COMPLIANCE_NORMAL) != 0) return kExportOk;
+  const std::string encoders = FittingVideoEncoders(container, 3);
+  const std::string containers = FittingContainers(encoder);
+  *cause = "the " + std::string(container->name) + " container cannot hold " + encoder->name + " video";
+  if (!encoders.empty()) *cause += "; for " + std::string(container->name) + " name the encoder " + encoders;
+  if (!containers.empty())
+    *cause += "; " + std::string(encoder->name) + " fits an output named " + containers;
+  return kEncoderDoesNotFitContainer;
+}
+
 // The video encoder: the named one, or its hardware twin when asked for and
 // present.
-int32_t ChooseVideo(const ExportSettings& s, CodecChoice* choice, std::string* cause) {
+int32_t ChooseVideo(const ExportSettings& s, const AVOutputFormat* container, CodecChoice* choice,
+                    std::string* cause) {
   // A sound-only export has no picture encoder at all (OrmaSetOutputStreams).
   choice->video = s.writeVideo ? s.videoCodec : "";
   if (!s.writeVideo) return kExportOk;
@@ -79,6 +132,7 @@ int32_t ChooseVideo(const ExportSettings& s, CodecChoice* choice, std::string* c
     *cause = "unknown video encoder \"" + choice->video + "\"";
     return kUnknownVideoEncoder;
   }
+  if (int32_t fits = CheckVideoFits(container, encoder, cause); fits != kExportOk) return fits;
   if (s.hwEncoder != 0) {
     std::string hardware = HardwareEncoder(choice->video);
     if (hardware.empty()) {
@@ -102,10 +156,10 @@ int32_t ChooseAudio(const ExportSettings& s, const AVOutputFormat* container, Co
     if (a && a->type == AVMEDIA_TYPE_AUDIO) {
       audio = s.audioCodec;
     } else if (a && a->type == AVMEDIA_TYPE_VIDEO) {
+      // The program passes its video encoder's name as the audio codec
+      // (that is how its export settings work), so this is no mistake of the
+      // user's and is not logged.
       audio = UsualAudioEncoder(container);
-      LogOnce("audio-codec-" + s.audioCodec,
-              "audio codec \"" + s.audioCodec + "\" is a video encoder; the sound is encoded with " +
-                  (audio.empty() ? std::string("nothing") : audio) + " as usual for " + container->name);
     } else {
       *cause = "unknown audio encoder \"" + s.audioCodec + "\"";
       return kUnknownAudioEncoder;
@@ -132,7 +186,7 @@ int32_t ChooseCodecs(const ExportSettings& s, const std::string& target, CodecCh
     return kUnknownContainer;
   }
   choice->container = container->name;
-  int32_t code = ChooseVideo(s, choice, cause);
+  int32_t code = ChooseVideo(s, container, choice, cause);
   return code != kExportOk ? code : ChooseAudio(s, container, choice, cause);
 }
 

@@ -22,8 +22,11 @@ namespace orma {
 
 namespace {
 
+const char* const kStoppedCause = "the export was stopped (OrmaEditCancel); its temporary file is removed";
+
 int32_t Failure(int32_t code, const std::string& cause) {
   LogText("OrmaEditMedia failed (" + std::to_string(code) + "): " + cause);
+  NoteFailure(cause);
   return code;
 }
 
@@ -87,6 +90,9 @@ int32_t Render(VirtualVideo& video) {
   auto timeline = std::make_unique<Timeline>(video, ctx);
   std::string error;
   if (!timeline->Build(&error)) return Failure(kTimelineInvalid, error);
+  // Building a long timeline takes a while; a stop asked for meanwhile is
+  // not worth opening the encoder for.
+  if (video.stopRequested) return Failure(kExportStopped, kStoppedCause);
   int64_t length = timeline->length();
   if (length <= 0) return Failure(kTimelineEmpty, "the timeline is empty");
   FrameRange range = LimitRange(s, length);
@@ -113,6 +119,7 @@ int32_t Render(VirtualVideo& video) {
   // The decoders and pictures the graph still holds go before the encoder
   // finishes.
   timeline.reset();
+  if (end == PumpEnd::Stopped) return Failure(kExportStopped, kStoppedCause);
   if (end != PumpEnd::Done)
     return Failure(ctx.failed ? kMediaFailed : kEncodingFailed, ctx.failed ? ctx.Error() : error);
   if (!encoder.Finish(&error)) return Failure(kEncodingFailed, error);
@@ -127,7 +134,9 @@ int32_t RunExport(VirtualVideo& video) {
   if (!lock.owns_lock()) return Failure(kExportBusy, "an export of this video is already running");
   video.progress = 0;
   video.exporting = true;
-  int32_t result = Render(video);
+  // A stop asked for before the export began ends it before anything is
+  // written.
+  int32_t result = video.stopRequested ? Failure(kExportStopped, kStoppedCause) : Render(video);
   // 100 also after a failure: callers wait for the end by the progress.
   video.progress = 100;
   video.exporting = false;

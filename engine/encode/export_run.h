@@ -33,9 +33,12 @@ enum ExportResult : int32_t {
   kEncodingFailed = -31,
   kCannotPlaceOutput = -32,
   kExportBusy = -33,
+  kExportStopped = -34,
+  kEncoderDoesNotFitContainer = -35,
 };
 
-/// Blocks until the video is written (or the export failed).
+/// Blocks until the video is written (or the export failed, or was stopped
+/// by OrmaEditCancel: kExportStopped, and the temporary file is removed).
 int32_t RunExport(VirtualVideo& video);
 
 } // namespace orma

@@ -124,6 +124,7 @@ PumpEnd PumpFrames(VirtualVideo& video, RenderContext& ctx, mlt_producer produce
 
   Pump pump(s, ctx, encoder, writeSound);
   for (int64_t done = 0; done < range.count; ++done) {
+    if (video.stopRequested) return PumpEnd::Stopped;
     MltFramePtr frame(mlt_consumer_rt_frame(consumer));
     if (!frame) {
       *error = "the renderer stopped early";

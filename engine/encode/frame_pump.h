@@ -42,12 +42,14 @@ enum class PumpEnd {
   Done,       ///< every frame of the range went to the encoder
   NoRenderer, ///< MLT could not make the frame renderer
   Failed,     ///< stopped at a failure (*error, or the context's failure)
+  Stopped,    ///< the caller asked the export to stop (OrmaEditCancel)
 };
 
 /// Renders the frames of `range` from `producer` (already positioned at
 /// the range's start) in the context's profile and hands them to the open
 /// encoder: pictures when the export writes them, sound when `writeSound`.
-/// The renderer is stopped and closed again before this returns.
+/// The renderer is stopped and closed again before this returns. A stop
+/// request of the video is looked at before every frame.
 PumpEnd PumpFrames(VirtualVideo& video, RenderContext& ctx, mlt_producer producer, FrameRange range,
                    Encoder& encoder, bool writeSound, std::string* error);
 

@@ -51,6 +51,14 @@ bool IsRefusedDemuxer(const char* name) {
   return false;
 }
 
+// The image demuxer takes its file name as a pattern ("%d" numbers frames,
+// "*" globs) unless told otherwise; every opening of a file it reads says
+// that the name is one file.
+void SingleFileOption(const AVInputFormat* format, AVDictionary** options) {
+  if (format && format->name && std::strcmp(format->name, "image2") == 0)
+    av_dict_set(options, "pattern_type", "none", 0);
+}
+
 // "concat:" of "concat:a.mp4|b.mp4", "subfile," of "subfile,,start,...";
 // "" for a path that starts with a folder, a drive letter or a plain name.
 std::string ProtocolPrefix(const std::string& path) {
@@ -183,6 +191,10 @@ MediaProbe ProbeFile(const std::string& file, bool decode) {
 
   AVFormatContext* raw = nullptr;
   av_dict_set(&options, "protocol_whitelist", "file", 0);
+  // A picture's name is a name, never a numbered sequence: "pct%03d.png" or
+  // a folder "f %d" would otherwise be read as frames 0, 1, ... that do not
+  // exist (and the probe above picks the image demuxer for such names).
+  SingleFileOption(format, &options);
   rc = avformat_open_input(&raw, url.c_str(), format, &options);
   av_dict_free(&options);
   if (rc < 0) {
@@ -379,7 +391,7 @@ FormatPtr OpenMediaInput(const MediaProbe& probe, std::string* error) {
       probe.container.empty() ? nullptr : av_find_input_format(probe.container.c_str());
   AVDictionary* options = nullptr;
   av_dict_set(&options, "protocol_whitelist", "file", 0);
-  if (probe.container == "image2") av_dict_set(&options, "pattern_type", "none", 0);
+  SingleFileOption(demuxer, &options);
   std::string url = "file:" + probe.path;
   AVFormatContext* raw = nullptr;
   int rc = avformat_open_input(&raw, url.c_str(), demuxer, &options);

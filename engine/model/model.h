@@ -260,6 +260,10 @@ struct VirtualVideo : Handle {
   std::atomic<int> progress{0};
   std::atomic<int64_t> positionUs{0};
   std::atomic<bool> exporting{false};
+  /// Set by OrmaEditCancel: a running export stops at its next frame, one
+  /// not yet started does not start. Never cleared; a virtual video whose
+  /// export was stopped stays stopped.
+  std::atomic<bool> stopRequested{false};
 };
 
 /// Length of the timeline built so far: the end of the last scene,

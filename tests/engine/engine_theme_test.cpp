@@ -315,4 +315,43 @@ TEST_F(ThemeOfItsOwn, ARelativeThemeLibraryKeepsTheThemesTransitionWorking) {
   EXPECT_TRUE(mixed) << "no dissolve between the two pictures";
 }
 
+TEST_F(ThemeEndToEnd, APictureWhosePathHoldsPercentSignsIsSizedAndShownAsOneFile) {
+  // The theme reads each medium's size and length to fit its placeholder;
+  // "pic.png" in a folder "f %d" must not be taken for a numbered sequence.
+  fs::create_directories(Path("f %d"));
+  fs::copy_file(Path("green.png"), Path("f %d/pic.png"));
+  std::string run = Fill(R"({"path": "my red.mp4"}, {"path": "blue.mp4"}, {"path": "f %d/pic.png"})");
+  ASSERT_NE(run.find("export success!"), std::string::npos) << run;
+  DecodedVideo v = Decode("out/theme.mp4");
+  ASSERT_TRUE(v.ok) << v.error;
+  EXPECT_NEAR(v.durationSeconds, 2 + 2 + 7 + 3 + 2, 0.05); // the picture counts 3 s
+  EXPECT_PRED2(Close, At(v, 12.5, 0.5, 0.4), kGreen);
+  EXPECT_PRED2(Close, At(v, 12.5, 0.5, 0.05), kGreen) << "the tall picture is cropped to fill the canvas";
+}
+
+TEST_F(ThemeEndToEnd, AnInterruptedThemeExportRemovesItsNewDraftAndItsTemporaryVideo) {
+  WriteFile(Path("request.json"), R"({"ver": 1, "type": "TemplateThemes", "id": "travel-summer",
+      "outputPath": "out/theme.mp4", "medias": [{"path": "my red.mp4"}, {"path": "blue.mp4"}]})");
+  std::string output;
+#ifdef ORMADRAFT_EXE
+  // Signalled once the export has begun to write (a progress line is out).
+  // SIGTERM: a shell starts a background job with SIGINT ignored, and the
+  // program leaves an ignored signal ignored.
+  const std::string command = "cd '" + folder() + "' && { ORMADRAFT_THEMES='" + Path("lib") +
+                              "' ORMADRAFT_DRAFTS='" + Path("drafts") + "' '" + ORMADRAFT_EXE +
+                              "' request.json >out.txt 2>err.txt & pid=$!; "
+                              "for i in $(seq 600); do grep -q progress: out.txt && break; sleep 0.05; done; "
+                              "kill -TERM $pid; wait $pid; echo status $?; }";
+  output = CommandOutput(command);
+#endif
+  const std::string out = ReadFile(Path("out.txt"));
+  EXPECT_NE(output.find("status 1"), std::string::npos) << output << out;
+  EXPECT_NE(out.find("export failed, errorcode:-2300"), std::string::npos) << out;
+  EXPECT_NE(ReadFile(Path("err.txt")).find("Export interrupted (stopped by SIGTERM)"), std::string::npos);
+  for (const auto& entry : fs::directory_iterator(Path("drafts")))
+    ADD_FAILURE() << entry.path() << " was left behind";
+  for (const auto& entry : fs::directory_iterator(Path("out")))
+    ADD_FAILURE() << entry.path() << " was left behind";
+}
+
 } // namespace

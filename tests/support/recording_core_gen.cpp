@@ -983,6 +983,14 @@ int32_t OrmaEditProgress(OrmaVideoHandle vv) {
   return static_cast<int32_t>(r);
 }
 
+int32_t OrmaEditCancel(OrmaVideoHandle vv) {
+  Call c;
+  c.name = "OrmaEditCancel";
+  c.args.push_back(HandleName(vv));
+  int64_t r = Finish(std::move(c));
+  return static_cast<int32_t>(r);
+}
+
 int64_t OrmaGetTotalPlaybackTime(OrmaVideoHandle vv) {
   Call c;
   c.name = "OrmaGetTotalPlaybackTime";
@@ -1086,6 +1094,16 @@ int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
   c.args.push_back(versions ? "out" : "null");
   int64_t r = Finish(std::move(c));
   FillOutBlock("OrmaGetVersions", versions, sizeof(*versions));
+  return static_cast<int32_t>(r);
+}
+
+int32_t OrmaGetLastError(char* text, int32_t capacity) {
+  Call c;
+  c.name = "OrmaGetLastError";
+  c.args.push_back(text ? "out" : "null");
+  c.args.push_back(std::to_string(capacity));
+  int64_t r = Finish(std::move(c));
+  if (text) text[0] = '\0';
   return static_cast<int32_t>(r);
 }
 

@@ -1,0 +1,22 @@
+// Lines for the person at the console, on standard error: why a run failed
+// (the file, the key and the value concerned) and which settings were not
+// taken as written. Standard output carries the program's fixed lines, which
+// calling programs read, and stays as it is; these come in addition, one line
+// each, "ormadraft: TEXT", where the progress bar is drawn too.
+//
+//   Diagnostic("export settings %s: \"video\".\"fps\" %g is out of range; %g is used", path, fps, 25.0);
+#pragma once
+
+#include <cstdarg>
+#include <cstdio>
+
+__attribute__((format(printf, 1, 2))) inline void Diagnostic(const char* format, ...) {
+  char text[4096];
+  va_list args;
+  va_start(args, format);
+  std::vsnprintf(text, sizeof text, format, args);
+  va_end(args);
+  // One call, so that the line is written whole.
+  std::fprintf(stderr, "ormadraft: %s\n", text);
+  std::fflush(stderr);
+}
