@@ -10,7 +10,7 @@
 #include <string>
 #include <system_error>
 
-#include "driver/log_line.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 
 namespace draftlimits {

@@ -8,10 +8,10 @@
 #include <string>
 
 #include "draft/draft.h"
-#include "driver/codepage.h"
-#include "driver/log_line.h"
 #include "driver/program_info.h"
 #include "export/export_draft.h"
+#include "platform/codepage.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "platform/text_number.h"
 #include "preview/preview_command.h"

@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "draft/draft.h"
-#include "driver/log_line.h"
 #include "driver/run_driver.h"
 #include "export/captions.h"
 #include "export/convert.h"
@@ -20,6 +19,7 @@
 #include "export/scene_paths.h"
 #include "export/stickers.h"
 #include "export/timeline_effects.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "preview/preview_run.h"
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "corelib/orma_core.h"
-#include "driver/log_line.h"
 #include "export/convert.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "platform/text_number.h"
 

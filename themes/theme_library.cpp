@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "driver/log_line.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "themes/theme_text.h"
 

@@ -18,7 +18,7 @@
 
 #include "draft/json_read.h"
 #include "draft/record_lists.h"
-#include "driver/log_line.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "themes/media_replace.h"
 #include "themes/theme_library.h"
