@@ -458,6 +458,9 @@ struct DraftDocument {
   /// Set by loadDraft: the element records were allocated by the reader, so
   /// the export may release them once the core library has them.
   int32_t ownsRecords;
+  /// Milliseconds of the monotonic clock (platform::TickCount64) when the
+  /// run started, set by the driver: the export's progress lines count from it.
+  uint64_t startTicks;
 };
 
 /// Zero-filled allocation, as every record of the model expects.

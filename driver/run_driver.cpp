@@ -17,8 +17,6 @@
 #include "preview/preview_command.h"
 #include "themes/theme_request.h"
 
-uint64_t startTicks = 0;
-
 namespace {
 
 // Seconds from the command line as microseconds, truncated toward zero;
@@ -51,7 +49,8 @@ int RunDriver(int argc, char** argv) {
   int64_t limitStart = 0;
   int64_t limitEnd = 0;
   uint8_t templateMode = 0;
-  startTicks = platform::TickCount64();
+  // When the run started: the progress lines and the result line count from here.
+  const uint64_t startTicks = platform::TickCount64();
 
   // The preview command lives until the process ends: the pipe thread and the
   // export share it. Holding it here keeps it reachable for leak checkers.
@@ -128,6 +127,7 @@ int RunDriver(int argc, char** argv) {
     document->previewMode = 1;
     document->previewCommand = preview;
   }
+  document->startTicks = startTicks;
 
   int32_t result = ExportDraft(document, message);
 

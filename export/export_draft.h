@@ -25,7 +25,8 @@ int SceneSpan(const SceneRecord* scene, const MediaInfoEntry* mediaInfo, float p
 
 class ProgressBar;
 
-/// Body of the progress thread: polls every 100 ms, prints every fifth poll,
-/// ends at 99.5 %. With a `bar` (standard error is a terminal) it also
-/// redraws the bar on every poll.
-void ProgressReporter(OrmaVideoHandle vv, ProgressBar* bar = nullptr);
+/// Body of the progress thread: polls every 100 ms, prints every fifth poll
+/// with the time since `startTicks` (the run's start, TickCount64
+/// milliseconds), ends at 99.5 %. With a `bar` (standard error is a
+/// terminal) it also redraws the bar on every poll.
+void ProgressReporter(OrmaVideoHandle vv, uint64_t startTicks, ProgressBar* bar = nullptr);
