@@ -14,8 +14,8 @@
 #include "draft/draft_limits.h"
 #include "draft/json_read.h"
 #include "draft/record_lists.h"
-#include "driver/diagnostic.h"
-#include "driver/log_line.h"
+#include "platform/diagnostic.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 
 using namespace draftjson;

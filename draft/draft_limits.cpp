@@ -12,8 +12,8 @@
 #include <string>
 #include <system_error>
 
-#include "driver/diagnostic.h"
-#include "driver/log_line.h"
+#include "platform/diagnostic.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 
 // A draft refused: its line on standard output, as before, and the same on

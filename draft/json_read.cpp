@@ -4,7 +4,7 @@
 #include <cstring>
 #include <limits>
 
-#include "driver/log_line.h"
+#include "platform/log_line.h"
 
 namespace draftjson {
 

@@ -3,7 +3,6 @@
 // with NewRecord<T>() so that an absent JSON key leaves 0, 0.0 or "".
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 
@@ -413,17 +412,9 @@ struct AudioTrackRecord {
   AudioTrackRecord* next;
 };
 
-/// Preview request read from a "ThemesPreview" command file.
-struct PreviewCommand {
-  float ver;
-  char type[1024];
-  char pipeName[1024];
-  int32_t loop;
-  char key[1024];
-  char value[1024];
-  std::atomic<int32_t> stopped; ///< written once 0 -> 1 by the pipe thread
-  uint64_t hWnd;                ///< window to play into; 0 means none
-};
+/// The preview request of a preview run (preview/preview_command.h); the
+/// document only points to it.
+struct PreviewCommand;
 
 struct DraftDocument {
   int32_t ver;
@@ -467,6 +458,9 @@ struct DraftDocument {
   /// Set by loadDraft: the element records were allocated by the reader, so
   /// the export may release them once the core library has them.
   int32_t ownsRecords;
+  /// Milliseconds of the monotonic clock (platform::TickCount64) when the
+  /// run started, set by the driver: the export's progress lines count from it.
+  uint64_t startTicks;
 };
 
 /// Zero-filled allocation, as every record of the model expects.

@@ -12,7 +12,7 @@
 #include "draft/draft.h"
 #include "draft/json_read.h"
 #include "draft/record_lists.h"
-#include "driver/log_line.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 
 using namespace draftjson;

@@ -8,19 +8,17 @@
 #include <string>
 
 #include "draft/draft.h"
-#include "driver/codepage.h"
-#include "driver/diagnostic.h"
-#include "driver/interrupt.h"
-#include "driver/log_line.h"
 #include "driver/program_info.h"
 #include "export/export_draft.h"
 #include "export/export_message.h"
+#include "platform/codepage.h"
+#include "platform/diagnostic.h"
+#include "platform/interrupt.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "platform/text_number.h"
 #include "preview/preview_command.h"
 #include "themes/theme_request.h"
-
-uint64_t startTicks = 0;
 
 namespace {
 
@@ -81,7 +79,8 @@ int RunDriver(int argc, char** argv) {
   int64_t limitStart = 0;
   int64_t limitEnd = 0;
   uint8_t templateMode = 0;
-  startTicks = platform::TickCount64();
+  // When the run started: the progress lines and the result line count from here.
+  const uint64_t startTicks = platform::TickCount64();
 
   // The preview command lives until the process ends: the pipe thread and the
   // export share it. Holding it here keeps it reachable for leak checkers.
@@ -175,6 +174,7 @@ int RunDriver(int argc, char** argv) {
     document->previewMode = 1;
     document->previewCommand = preview;
   }
+  document->startTicks = startTicks;
 
   int32_t result = ExportDraft(document, message);
 

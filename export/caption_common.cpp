@@ -2,9 +2,9 @@
 
 #include <cstdio>
 
-#include "driver/log_line.h"
 #include "export/convert.h"
 #include "export/resource_path.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 
 bool CanvasHasArea(const DraftDocument* document) {

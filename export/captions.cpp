@@ -8,10 +8,10 @@
 #include <cstring>
 #include <string>
 
-#include "driver/log_line.h"
 #include "export/caption_common.h"
 #include "export/convert.h"
 #include "export/resource_path.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "platform/text_number.h"
 

@@ -8,10 +8,6 @@
 #include <thread>
 
 #include "draft/draft.h"
-#include "driver/diagnostic.h"
-#include "driver/interrupt.h"
-#include "driver/log_line.h"
-#include "driver/run_driver.h"
 #include "export/captions.h"
 #include "export/convert.h"
 #include "export/export_message.h"
@@ -22,6 +18,9 @@
 #include "export/scene_paths.h"
 #include "export/stickers.h"
 #include "export/timeline_effects.h"
+#include "platform/diagnostic.h"
+#include "platform/interrupt.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "preview/preview_run.h"
 
@@ -252,7 +251,7 @@ int SceneSpan(const SceneRecord* scene, const MediaInfoEntry* mediaInfo, float p
   return 1;
 }
 
-void ProgressReporter(OrmaVideoHandle vv, ProgressBar* bar) {
+void ProgressReporter(OrmaVideoHandle vv, uint64_t startTicks, ProgressBar* bar) {
   if (!vv) return;
   // The bar is first drawn on the second poll: by then the export's own
   // lines on standard output, which may share the terminal, are out.
@@ -390,9 +389,9 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
   if (interrupt::Requested()) return Interrupted(message);
 
   // Made here, with the timeline complete, so that it knows the range's length.
-  const std::unique_ptr<ProgressBar> bar =
-      ProgressBar::ForStandardError(vv, settings.fps, document->exportStart, document->exportEnd);
-  std::thread progress(ProgressReporter, vv, bar.get());
+  const std::unique_ptr<ProgressBar> bar = ProgressBar::ForStandardError(
+      vv, settings.fps, document->exportStart, document->exportEnd, document->startTicks);
+  std::thread progress(ProgressReporter, vv, document->startTicks, bar.get());
   std::printf("nLimitTimelineStart:%lld nLimitTimelineEnd:%lld\n",
               static_cast<long long>(document->exportStart), static_cast<long long>(document->exportEnd));
   if (document->exportStart > 0 || document->exportEnd > 0) {

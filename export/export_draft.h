@@ -14,7 +14,7 @@ inline constexpr int kExportMessageSize = 2048;
 /// start, or a negative bound), from the command line or the settings file.
 inline constexpr int32_t kEmptyExportRange = -2261;
 
-/// Result of an export stopped by SIGINT, SIGTERM or SIGHUP (driver/interrupt.h).
+/// Result of an export stopped by SIGINT, SIGTERM or SIGHUP (platform/interrupt.h).
 inline constexpr int32_t kInterruptedExport = -2300;
 
 /// 1 or more on success; otherwise a failing call's result or a fixed code,
@@ -28,7 +28,8 @@ int SceneSpan(const SceneRecord* scene, const MediaInfoEntry* mediaInfo, float p
 
 class ProgressBar;
 
-/// Body of the progress thread: polls every 100 ms, prints every fifth poll,
-/// ends at 99.5 %. With a `bar` (standard error is a terminal) it also
-/// redraws the bar on every poll.
-void ProgressReporter(OrmaVideoHandle vv, ProgressBar* bar = nullptr);
+/// Body of the progress thread: polls every 100 ms, prints every fifth poll
+/// with the time since `startTicks` (the run's start, TickCount64
+/// milliseconds), ends at 99.5 %. With a `bar` (standard error is a
+/// terminal) it also redraws the bar on every poll.
+void ProgressReporter(OrmaVideoHandle vv, uint64_t startTicks, ProgressBar* bar = nullptr);

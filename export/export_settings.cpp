@@ -10,9 +10,9 @@
 #include <string>
 
 #include "corelib/orma_core.h"
-#include "driver/diagnostic.h"
-#include "driver/log_line.h"
 #include "export/convert.h"
+#include "platform/diagnostic.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "platform/text_number.h"
 

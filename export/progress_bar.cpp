@@ -11,7 +11,6 @@
 #include <cstring>
 #include <vector>
 
-#include "driver/run_driver.h"
 #include "platform/platform.h"
 #include "platform/terminal.h"
 
@@ -108,11 +107,13 @@ BarStyle BarStyleFromEnvironment() {
   return BarStyle::Color;
 }
 
-ProgressBar::ProgressBar(FILE* stream, int columns, BarStyle style, ProgressRange range)
-    : stream_(stream), columns_(columns), style_(style), range_(range), startedMs_(platform::TickCount64()) {}
+ProgressBar::ProgressBar(FILE* stream, int columns, BarStyle style, ProgressRange range, uint64_t runStartMs)
+    : stream_(stream), columns_(columns), style_(style), range_(range), runStartMs_(runStartMs),
+      startedMs_(platform::TickCount64()) {}
 
 std::unique_ptr<ProgressBar> ProgressBar::ForStandardError(OrmaVideoHandle vv, double fps,
-                                                           int64_t limitStartUs, int64_t limitEndUs) {
+                                                           int64_t limitStartUs, int64_t limitEndUs,
+                                                           uint64_t runStartMs) {
   if (!platform::IsTerminal(stderr)) return nullptr;
   // The range the library renders: the limit, within the timeline.
   const int64_t total = OrmaGetTotalPlaybackTime(vv);
@@ -121,7 +122,7 @@ std::unique_ptr<ProgressBar> ProgressBar::ForStandardError(OrmaVideoHandle vv, d
   range.endUs = limitEndUs > 0 && (total <= 0 || limitEndUs < total) ? limitEndUs : total;
   range.startUs = std::clamp<int64_t>(limitStartUs, 0, std::max<int64_t>(range.endUs, 0));
   return std::make_unique<ProgressBar>(stderr, platform::TerminalColumns(stderr), BarStyleFromEnvironment(),
-                                       range);
+                                       range, runStartMs);
 }
 
 ProgressSnapshot ProgressBar::Measure(OrmaVideoHandle vv, double percent) {
@@ -138,7 +139,7 @@ ProgressSnapshot ProgressBar::Measure(OrmaVideoHandle vv, double percent) {
   s.framesDone = std::max<int64_t>(s.framesTotal > 0 ? std::min(done, s.framesTotal) : done, 0);
 
   const uint64_t now = platform::TickCount64();
-  s.elapsedSeconds = static_cast<double>(now - startTicks) / 1000.0;
+  s.elapsedSeconds = static_cast<double>(now - runStartMs_) / 1000.0;
   const double exportSeconds = static_cast<double>(now - startedMs_) / 1000.0;
   if (exportSeconds >= 0.2 && s.framesDone > 0)
     s.framesPerSecond = static_cast<double>(s.framesDone) / exportSeconds;

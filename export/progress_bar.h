@@ -52,14 +52,16 @@ class ProgressBar {
 public:
   /// A bar drawn on `stream`, `columns` wide (or as wide as the terminal
   /// behind `stream` is at each drawing), measuring frames through the
-  /// library's playback position over `range`.
-  ProgressBar(FILE* stream, int columns, BarStyle style, ProgressRange range);
+  /// library's playback position over `range`; the time shown counts from
+  /// `runStartMs` (TickCount64 milliseconds when the run started).
+  ProgressBar(FILE* stream, int columns, BarStyle style, ProgressRange range, uint64_t runStartMs);
 
   /// The bar for standard error when it is a terminal, for the export of
   /// `vv` over [limitStartUs, limitEndUs) (0 for the timeline's ends) at
-  /// `fps`; null when standard error is not a terminal.
+  /// `fps`, counting time from `runStartMs`; null when standard error is
+  /// not a terminal.
   static std::unique_ptr<ProgressBar> ForStandardError(OrmaVideoHandle vv, double fps, int64_t limitStartUs,
-                                                       int64_t limitEndUs);
+                                                       int64_t limitEndUs, uint64_t runStartMs);
 
   /// Redraws the line for `percent`, reading the position from the library;
   /// does nothing when the last drawing is less than 100 ms old.
@@ -80,7 +82,8 @@ private:
   int columns_;
   BarStyle style_;
   ProgressRange range_;
-  uint64_t startedMs_; ///< when the bar was made: the export's start
+  uint64_t runStartMs_; ///< when the run started: the time shown
+  uint64_t startedMs_;  ///< when the bar was made: the export's start
   uint64_t lastDrawMs_ = 0;
   bool drawn_ = false;    ///< a line is on the terminal now
   size_t drawnWidth_ = 0; ///< widest line drawn, for blanking in plain text

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <vector>
 
-#include "driver/codepage.h"
 #include "export/resource_path.h"
+#include "platform/codepage.h"
 #include "platform/platform.h"
 
 namespace {

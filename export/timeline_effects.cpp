@@ -3,11 +3,11 @@
 #include <cstdio>
 #include <string>
 
-#include "driver/log_line.h"
 #include "export/convert.h"
 #include "export/export_draft.h"
 #include "export/export_message.h"
 #include "export/resource_path.h"
+#include "platform/log_line.h"
 
 namespace {
 

@@ -17,10 +17,10 @@
 #include <string>
 
 #include "draft/draft.h"
-#include "driver/codepage.h"
 #include "export/convert.h"
 #include "export/export_draft.h"
 #include "export/export_settings.h"
+#include "platform/codepage.h"
 #include "platform/platform.h"
 
 namespace {

@@ -21,7 +21,7 @@
 #include <unistd.h>
 #endif
 
-#include "driver/log_line.h"
+#include "platform/log_line.h"
 
 namespace platform {
 
@@ -167,7 +167,8 @@ static bool MappedDrive(char drive, std::string* folder) {
         std::toupper(static_cast<unsigned char>(entry[0])) ==
             std::toupper(static_cast<unsigned char>(drive))) {
       folder->assign(entry.substr(3));
-      while (folder->size() > 1 && folder->back() == '/') folder->pop_back();
+      while (folder->size() > 1 && folder->back() == '/')
+        folder->pop_back();
       return true;
     }
   }
@@ -248,8 +249,7 @@ std::vector<std::string> ListDirectory(const char* folder) {
   intptr_t h = _findfirst(pattern.c_str(), &data);
   if (h == -1) return names;
   do {
-    if (std::strcmp(data.name, ".") != 0 && std::strcmp(data.name, "..") != 0)
-      names.emplace_back(data.name);
+    if (std::strcmp(data.name, ".") != 0 && std::strcmp(data.name, "..") != 0) names.emplace_back(data.name);
   } while (_findnext(h, &data) == 0);
   _findclose(h);
   return names;
@@ -270,12 +270,12 @@ static bool StatOf(const char* path, struct stat* st) {
 }
 
 bool IsDirectory(const char* path) {
-  struct stat st{};
+  struct stat st {};
   return StatOf(path, &st) && S_ISDIR(st.st_mode);
 }
 
 bool IsRegularFile(const char* path) {
-  struct stat st{};
+  struct stat st {};
   return StatOf(path, &st) && S_ISREG(st.st_mode);
 }
 
@@ -320,7 +320,7 @@ bool ReadWholeFile(const char* path, std::string* contents) {
   bool ok = true;
 #if !defined(_WIN32)
   // A folder opens for reading on POSIX; its "length" is not a file's.
-  struct stat st{};
+  struct stat st {};
   ok = fstat(fileno(f), &st) == 0 && S_ISREG(st.st_mode);
 #endif
   ok = ok && std::fseek(f, 0, SEEK_END) == 0;

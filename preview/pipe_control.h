@@ -10,6 +10,7 @@
 
 #include "corelib/orma_core.h"
 #include "draft/records.h"
+#include "preview/preview_command.h"
 
 /// Size of the receive buffer: a message is at most this many bytes.
 inline constexpr int kPipeMessageSize = 256;

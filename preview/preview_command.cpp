@@ -7,7 +7,7 @@
 #include <sstream>
 #include <string>
 
-#include "driver/codepage.h"
+#include "platform/codepage.h"
 #include "platform/platform.h"
 #include "platform/text_number.h"
 

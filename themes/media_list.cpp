@@ -11,7 +11,7 @@
 #include "draft/draft.h"
 #include "draft/json_read.h"
 #include "draft/record_lists.h"
-#include "driver/log_line.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "themes/media_probe.h"
 #include "themes/media_replace.h"

@@ -13,7 +13,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "driver/codepage.h"
+#include "platform/codepage.h"
 #include "platform/platform.h"
 #include "themes/media_probe.h"
 #include "themes/media_replace.h"

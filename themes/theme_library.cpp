@@ -8,7 +8,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "driver/log_line.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "themes/theme_text.h"
 

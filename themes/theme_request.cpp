@@ -20,8 +20,8 @@
 
 #include "draft/json_read.h"
 #include "draft/record_lists.h"
-#include "driver/diagnostic.h"
-#include "driver/log_line.h"
+#include "platform/diagnostic.h"
+#include "platform/log_line.h"
 #include "platform/platform.h"
 #include "themes/media_replace.h"
 #include "themes/theme_library.h"

@@ -2,8 +2,8 @@
 // in docs/resources.md); the item's OrmaMaskShapeBlock (or its mask key
 // frames) place it: centre, size, rotation, distance, corners, corner
 // radius, feather, an edge line and inversion. The shape becomes a matte
-// multiplied into the item's alpha. A mask video or picture is used as a
-// luma matte instead (white keeps, black hides).
+// multiplied into the item's alpha. (A mask video or picture is a luma
+// matte instead: luma_matte.h.)
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@
 #include "corelib/orma_core.h"
 #include "engine/core/config_fields.h"
 #include "engine/model/model.h"
-#include "engine/model/render_context.h"
+#include "engine/picture/image.h"
 
 namespace orma {
 
@@ -89,28 +89,6 @@ private:
   std::vector<OrmaMaskKeyFrameBlock> frames_;
   mutable std::mutex cacheMutex_;
   mutable Cache cache_;
-};
-
-/// One frame of a luma matte, as Fetch hands it to Apply.
-struct MatteFrame;
-
-/// A mask video or picture, read as a luma matte.
-class LumaMatte {
-public:
-  LumaMatte(const std::string& path, RenderContext& ctx);
-  ~LumaMatte();
-  /// Sequential: the matte for the item's frame (a video loops).
-  std::shared_ptr<const MatteFrame> Fetch(int64_t itemFrame);
-  /// Parallel: multiplies img's alpha (which must exist) by the matte.
-  void Apply(Yuv& img, const std::shared_ptr<const MatteFrame>& frame) const;
-  void Release();
-
-private:
-  MediaProbe probe_;
-  RenderContext& ctx_;
-  std::unique_ptr<VideoDecoder> video_;
-  std::shared_ptr<const MatteFrame> still_;
-  int64_t frames_ = 1;
 };
 
 } // namespace orma

@@ -1,60 +1,18 @@
 #include "engine/picture/compose.h"
 
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <vector>
 
-#include "corelib/orma_core.h"
-#include "engine/core/registry.h"
 #include "engine/core/vector_clones.h"
+#include "engine/picture/blend_modes.h"
 #include "engine/picture/geometry.h"
-
-#if ORMA_AVX2
-#include <immintrin.h>
-#endif
+#include "engine/picture/mix.h"
+#include "engine/picture/resampled_rows.h"
 
 namespace orma {
 
 namespace {
-
-float Multiply(float s, float d) { return s * d; }
-float Screen(float s, float d) { return 1 - (1 - s) * (1 - d); }
-float Overlay(float s, float d) { return d < 0.5f ? 2 * s * d : 1 - 2 * (1 - s) * (1 - d); }
-float Darken(float s, float d) { return std::min(s, d); }
-float Lighten(float s, float d) { return std::max(s, d); }
-float ColorDodge(float s, float d) { return d <= 0 ? 0 : (s >= 1 ? 1 : std::min(1.0f, d / (1 - s))); }
-float ColorBurn(float s, float d) { return d >= 1 ? 1 : (s <= 0 ? 0 : 1 - std::min(1.0f, (1 - d) / s)); }
-float SoftLight(float s, float d) {
-  if (s <= 0.5f) return d - (1 - 2 * s) * d * (1 - d);
-  float g = d <= 0.25f ? ((16 * d - 12) * d + 4) * d : std::sqrt(d);
-  return d + (2 * s - 1) * (g - d);
-}
-float HardLight(float s, float d) { return s < 0.5f ? 2 * s * d : 1 - 2 * (1 - s) * (1 - d); }
-float Difference(float s, float d) { return std::fabs(s - d); }
-float Exclusion(float s, float d) { return s + d - 2 * s * d; }
-float Add(float s, float d) { return std::min(1.0f, s + d); }
-float Subtract(float s, float d) { return std::max(0.0f, d - s); }
-
-// 1 is the draft's cut-out mode: the chroma key makes the cut, the item is
-// then laid over normally.
-const BlendModeInfo kModes[] = {
-    {ORMA_BLEND_NORMAL, "normal", nullptr},
-    {ORMA_BLEND_CUT_OUT, "cut-out", nullptr},
-    {ORMA_BLEND_MULTIPLY, "multiply", Multiply},
-    {ORMA_BLEND_SCREEN, "screen", Screen},
-    {ORMA_BLEND_OVERLAY, "overlay", Overlay},
-    {ORMA_BLEND_DARKEN, "darken", Darken},
-    {ORMA_BLEND_LIGHTEN, "lighten", Lighten},
-    {ORMA_BLEND_COLOR_DODGE, "colour dodge", ColorDodge},
-    {ORMA_BLEND_COLOR_BURN, "colour burn", ColorBurn},
-    {ORMA_BLEND_SOFT_LIGHT, "soft light", SoftLight},
-    {ORMA_BLEND_HARD_LIGHT, "hard light", HardLight},
-    {ORMA_BLEND_DIFFERENCE, "difference", Difference},
-    {ORMA_BLEND_EXCLUSION, "exclusion", Exclusion},
-    {ORMA_BLEND_ADD, "add", Add},
-    {ORMA_BLEND_SUBTRACT, "subtract", Subtract},
-};
 
 struct Inverse {
   float a, b, c, d, tx, ty; // item = M * canvas + t
@@ -164,197 +122,6 @@ inline Tap MakeTap(float pos, int size, float lo, float hi, float k) {
   t.f = static_cast<int>((c - t.i0) * 256.0f);
   return t;
 }
-
-#if ORMA_AVX2
-// One item row resampled, eight columns at a time: out[i] = src[i0[i]] *
-// (256 - f[i]) + src[i0[i] + 1] * f[i], both neighbours gathered as one
-// little-endian word. The word reaches two bytes beyond the second
-// neighbour, so the caller uses this only where a next row follows.
-ORMA_AVX2_FUNCTION void ResampleRowAvx2(const uint8_t* src, const int32_t* i0, const int32_t* f, int from,
-                                        int to, uint16_t* out) {
-  const __m256i low = _mm256_set1_epi32(255), whole = _mm256_set1_epi32(256);
-  int i = from;
-  for (; i + 8 <= to; i += 8) {
-    __m256i index = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(i0 + i));
-    __m256i words = _mm256_i32gather_epi32(reinterpret_cast<const int*>(src), index, 1);
-    __m256i weight = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(f + i));
-    __m256i first = _mm256_and_si256(words, low);
-    __m256i second = _mm256_and_si256(_mm256_srli_epi32(words, 8), low);
-    __m256i sum = _mm256_add_epi32(_mm256_mullo_epi32(first, _mm256_sub_epi32(whole, weight)),
-                                   _mm256_mullo_epi32(second, weight));
-    // At most 255 * 256: packed to 16 bits without saturating.
-    __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi32(sum, sum), 0x08);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm256_castsi256_si128(packed));
-  }
-  for (; i < to; ++i)
-    out[i] = static_cast<uint16_t>(src[i0[i]] * (256 - f[i]) + src[i0[i] + 1] * f[i]);
-}
-
-// Where every eight columns read both their neighbours from one window of 16
-// bytes (an item enlarged, mirrored, or made smaller by up to half), the row is
-// resampled from two such windows at a time with byte shuffles instead of
-// gathers: `base` holds each group's window start, `masks` the shuffles
-// that spread a window into its first and second neighbours (16 bytes each
-// per group), `weights` 256 - f and f as 16-bit words. Sums stay below 2^16,
-// so 16-bit products give the same values.
-struct WindowPlan {
-  std::vector<int32_t> base;
-  std::vector<uint8_t> first, second; // 16 bytes per group
-  std::vector<int16_t> keep, take;    // 256 - f and f per column
-  int groups = 0;                     // of eight columns
-};
-
-bool MakeWindowPlan(const int32_t* i0, const int32_t* f, int width, WindowPlan* plan) {
-  plan->groups = width / 8;
-  plan->base.resize(plan->groups);
-  plan->first.resize(static_cast<size_t>(plan->groups) * 16);
-  plan->second.resize(static_cast<size_t>(plan->groups) * 16);
-  plan->keep.resize(width);
-  plan->take.resize(width);
-  for (int g = 0; g < plan->groups; ++g) {
-    const int c = 8 * g, base = *std::min_element(i0 + c, i0 + c + 8);
-    if (*std::max_element(i0 + c, i0 + c + 8) + 1 - base > 15) return false;
-    plan->base[g] = base;
-    for (int j = 0; j < 8; ++j) {
-      plan->first[16 * g + 2 * j] = static_cast<uint8_t>(i0[c + j] - base);
-      plan->first[16 * g + 2 * j + 1] = 0x80; // a zero high byte
-      plan->second[16 * g + 2 * j] = static_cast<uint8_t>(i0[c + j] + 1 - base);
-      plan->second[16 * g + 2 * j + 1] = 0x80;
-    }
-  }
-  for (int i = 0; i < width; ++i) {
-    plan->keep[i] = static_cast<int16_t>(256 - f[i]);
-    plan->take[i] = static_cast<int16_t>(f[i]);
-  }
-  return true;
-}
-
-// Columns `from` to `to` and the rest of their groups. Reads up to 15 bytes
-// beyond a group's last neighbour, so the caller uses this only where a next
-// row follows.
-ORMA_AVX2_FUNCTION void ResampleRowWindowsAvx2(const uint8_t* src, const WindowPlan& plan, const int32_t* i0,
-                                               const int32_t* f, int from, int to, uint16_t* out) {
-  int g = from / 8;
-  const int groups = std::min(plan.groups, (to + 7) / 8);
-  for (; g + 2 <= groups; g += 2) {
-    __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + plan.base[g]));
-    __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + plan.base[g + 1]));
-    __m256i window = _mm256_inserti128_si256(_mm256_castsi128_si256(lo), hi, 1);
-    __m256i first = _mm256_shuffle_epi8(
-        window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(plan.first.data() + 16 * g)));
-    __m256i second = _mm256_shuffle_epi8(
-        window, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(plan.second.data() + 16 * g)));
-    __m256i keep = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(plan.keep.data() + 8 * g));
-    __m256i take = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(plan.take.data() + 8 * g));
-    __m256i sum = _mm256_add_epi16(_mm256_mullo_epi16(first, keep), _mm256_mullo_epi16(second, take));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 8 * g), sum);
-  }
-  for (int i = 8 * g; i < to; ++i)
-    out[i] = static_cast<uint16_t>(src[i0[i]] * (256 - f[i]) + src[i0[i] + 1] * f[i]);
-}
-#endif
-
-// Item rows resampled to the canvas columns, kept exact (at most 255 * 256)
-// so that mixing two of them finishes the same bilinear sum as SampleBilinear(); kept
-// for the next canvas row: when an item is enlarged, each item row is
-// between two canvas rows.
-class ResampledRows {
-public:
-  /// Memory kept between composites (per thread and plane), so that a frame
-  /// allocates nothing once the sizes have been seen.
-  struct Scratch {
-    std::vector<uint16_t> rows[2];
-#if ORMA_AVX2
-    WindowPlan plan;
-#endif
-  };
-
-  /// `i1` is `i0` + 1 in every column when `adjacent` is true.
-  ResampledRows(const uint8_t* plane, int stride, int height, const int32_t* i0, const int32_t* i1,
-                const int32_t* f, int width, bool adjacent, Scratch& scratch)
-      : plane_(plane), stride_(stride), height_(height), i0_(i0), i1_(i1), f_(f), width_(width),
-        adjacent_(adjacent)
-#if ORMA_AVX2
-        ,
-        plan_(scratch.plan)
-#endif
-  {
-    for (int k = 0; k < 2; ++k) {
-      scratch.rows[k].resize(width);
-      slots_[k].row = -1;
-      slots_[k].values = scratch.rows[k].data();
-    }
-#if ORMA_AVX2
-    windows_ = adjacent_ && plane_ && HasAvx2() && MakeWindowPlan(i0_, f_, width_, &plan_);
-#endif
-  }
-  /// Rows `a` and `b` resampled, at least in columns `from` to `to`; both
-  /// pointers stay valid until the next call.
-  void Pair(int a, int b, int from, int to, const uint16_t** ra, const uint16_t** rb) {
-    Slot* sa = Find(a, from, to);
-    Slot* sb = Find(b, from, to);
-    if (!sa) sa = Fill(a, sb, from, to);
-    if (!sb) sb = Fill(b, sa, from, to);
-    *ra = sa->values;
-    *rb = sb->values;
-  }
-
-private:
-  struct Slot {
-    int row;
-    int from, to; // the columns resampled
-    uint16_t* values;
-  };
-  // The slot of `row`; one that lacks some of the columns is resampled again
-  // over both ranges (the ranges of neighbouring rows overlap).
-  Slot* Find(int row, int& from, int& to) {
-    for (Slot& s : slots_)
-      if (s.row == row) {
-        if (s.from <= from && to <= s.to) return &s;
-        from = std::min(from, s.from);
-        to = std::max(to, s.to);
-        s.row = -1;
-      }
-    return nullptr;
-  }
-  Slot* Fill(int row, const Slot* keep, int from, int to) {
-    // The other slot than the one kept, else the one farther from `row`
-    // (the canvas rows walk through the item in one direction).
-    auto distance = [row](const Slot& s) { return s.row < 0 ? INT_MAX : std::abs(s.row - row); };
-    Slot& s = keep == &slots_[0]                           ? slots_[1]
-              : keep == &slots_[1]                         ? slots_[0]
-              : distance(slots_[0]) >= distance(slots_[1]) ? slots_[0]
-                                                           : slots_[1];
-    s.row = row;
-    s.from = from;
-    s.to = to;
-    const uint8_t* src = plane_ + static_cast<size_t>(row) * stride_;
-    uint16_t* out = s.values;
-#if ORMA_AVX2
-    if (windows_ && row + 1 < height_) {
-      ResampleRowWindowsAvx2(src, plan_, i0_, f_, from, to, out);
-      return &s;
-    }
-    if (adjacent_ && row + 1 < height_ && HasAvx2()) {
-      ResampleRowAvx2(src, i0_, f_, from, to, out);
-      return &s;
-    }
-#endif
-    for (int i = from; i < to; ++i)
-      out[i] = static_cast<uint16_t>(src[i0_[i]] * (256 - f_[i]) + src[i1_[i]] * f_[i]);
-    return &s;
-  }
-  const uint8_t* plane_;
-  int stride_, height_;
-  const int32_t *i0_, *i1_, *f_;
-  int width_;
-  bool adjacent_;
-  Slot slots_[2];
-#if ORMA_AVX2
-  WindowPlan& plan_;
-  bool windows_ = false;
-#endif
-};
 
 // One row of chroma blocks: the two resampled item rows mixed by `fy`, laid
 // over the canvas rows by each block's weight. The rows are distinct rows
@@ -534,13 +301,6 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
 } // namespace
 
 bool Placement::Invertible() const { return std::fabs(a * d - b * c) > 1e-6f; }
-
-const BlendModeInfo* FindBlendMode(int number) { return FindIn(kModes, &BlendModeInfo::number, number); }
-
-const BlendModeInfo* BlendModes(int* count) {
-  *count = static_cast<int>(sizeof kModes / sizeof kModes[0]);
-  return kModes;
-}
 
 void ComposeEachPixel(Yuv& canvas, const Yuv& item, const Placement& p, float opacity, int blendMode,
                       int matrix, const float* region) {

@@ -1,8 +1,7 @@
 // Compositing a processed media item onto the canvas: at any position,
 // scale and rotation (bilinear, with soft edges), with its alpha, an extra
-// opacity and a blend mode. The blend modes are numbered as
-// OrmaSetMediaBlendMode takes them (docs/engine.md), one function each,
-// found through a table.
+// opacity and a blend mode (blend_modes.h). Items that are only moved and
+// scaled take a separable fast path (resampled_rows.h).
 #pragma once
 
 #include "engine/picture/image.h"
@@ -16,17 +15,6 @@ struct Placement {
   float tx = 0, ty = 0;
   bool Invertible() const;
 };
-
-struct BlendModeInfo {
-  int number;
-  const char* name;
-  float (*mix)(float top, float bottom); ///< per R'G'B' component 0..1; null: normal
-};
-
-/// The blend mode of a number, or null for an unknown one.
-const BlendModeInfo* FindBlendMode(int number);
-/// Every blend mode, in number order.
-const BlendModeInfo* BlendModes(int* count);
 
 /// Draws `item` (with its alpha plane when it has one) onto `canvas`. With
 /// `region` (left, top, right, bottom in item pixels) only that part of the

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "engine/core/vector_clones.h"
+#include "engine/picture/blur.h"
 #include "engine/picture/color_table.h"
 #include "engine/picture/geometry.h"
 

@@ -70,50 +70,9 @@ Yuv Yuv420View(uint8_t* data, int width, int height);
 void Fill(Yuv& dst, YuvColor color);
 void CopyPicture(Yuv& dst, const Yuv& src);
 
-/// Scales the source area (sx, sy, sw, sh; even offsets) into the whole of
-/// dst, converting range and matrix to the canvas's limited range and
-/// `dstMatrix`. The alpha plane is scaled too when both have one; a
-/// destination alpha plane without a source alpha is set opaque.
-bool ScaleYuv(const Yuv& src, int sx, int sy, int sw, int sh, Colorimetry srcColor, Yuv& dst, int dstMatrix,
-              bool smooth);
-
-/// Converts packed RGBA (straight alpha) into dst (which must have alpha),
-/// scaling the source area (sx, sy, sw, sh) to dst's size.
-bool ScaleRgba(const uint8_t* rgba, int stride, int sx, int sy, int sw, int sh, Yuv& dst, int dstMatrix);
-
-/// Composites src onto dst with its top-left corner at (x, y) (even), using
-/// src's alpha plane when present and the extra opacity 0..1.
-void Blend(Yuv& dst, const Yuv& src, int x, int y, float opacity);
-
 /// Mirrors the picture in place: horizontally, vertically or both.
 void Mirror(Yuv& img, bool horizontal, bool vertical);
 /// Makes the alpha plane, if any, fully opaque.
 void FillAlpha(Yuv& img);
-
-/// dst = a * (1 - t) + b * t on every plane (not alpha).
-void Mix(Yuv& dst, const Yuv& a, const Yuv& b, float t);
-
-/// The weight of the second picture (0..256) for each switch order code L
-/// (0..255) of a picture that switches from one picture to another in an
-/// order: clamp((base - slope * L) >> 8, 0, 256).
-struct SwitchRamp {
-  int32_t base = 0;  ///< at most 2^25
-  int32_t slope = 0; ///< at most 2^17
-  int Weight(int order) const { return std::clamp((base - slope * order) >> 8, 0, 256); }
-};
-
-/// dst = a blended towards b by the ramp's weight of each pixel's switch
-/// order: `order` for luma (dst.w bytes a row), `orderHalf` for chroma
-/// (one code per chroma sample, Half(dst.w) bytes a row). `dst` is a
-/// picture of its own, neither `a` nor `b`.
-void SwitchMix(Yuv& dst, const Yuv& a, const Yuv& b, const uint8_t* order, const uint8_t* orderHalf,
-               const SwitchRamp& ramp);
-
-/// Approximates a Gaussian blur of standard deviation `sigma` pixels with
-/// three box passes, on the colour planes.
-void GaussianBlur(Yuv& img, float sigma);
-
-/// The same on one plane of `w` x `h` samples (alpha or a mask).
-void GaussianBlurPlane(uint8_t* plane, int stride, int w, int h, float sigma);
 
 } // namespace orma

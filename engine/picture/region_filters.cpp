@@ -1,4 +1,5 @@
 #include "engine/picture/region_filters.h"
+#include "engine/picture/blur.h"
 #include "engine/picture/geometry.h"
 
 #include <algorithm>

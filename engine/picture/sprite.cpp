@@ -1,4 +1,5 @@
 #include "engine/picture/sprite.h"
+#include "engine/picture/mix.h"
 #include "engine/picture/scratch.h"
 
 #include <cairo.h>

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "engine/picture/blur.h"
+#include "engine/picture/scale.h"
 #include "engine/picture/scratch.h"
 #include "engine/render/scene.h"
 

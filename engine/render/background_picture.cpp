@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "engine/media/still_image.h"
+#include "engine/picture/mix.h"
+#include "engine/picture/scale.h"
 #include "engine/render/scene.h"
 
 namespace orma {

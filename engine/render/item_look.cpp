@@ -1,4 +1,5 @@
 #include "engine/render/item_look.h"
+#include "engine/picture/scale.h"
 #include "engine/picture/scratch.h"
 
 #include <algorithm>
@@ -7,6 +8,7 @@
 
 #include "engine/core/log.h"
 #include "engine/look/lut_file.h"
+#include "engine/picture/blend_modes.h"
 #include "engine/picture/compose.h"
 
 namespace orma {

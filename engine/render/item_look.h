@@ -18,6 +18,7 @@
 
 #include "engine/look/animation.h"
 #include "engine/look/key_frames.h"
+#include "engine/look/luma_matte.h"
 #include "engine/look/mask_shape.h"
 #include "engine/look/special_effect.h"
 #include "engine/media/still_image.h"

@@ -3,6 +3,7 @@
 
 #include "engine/core/log.h"
 #include "engine/media/still_image.h"
+#include "engine/picture/scale.h"
 #include "engine/render/item_audio.h"
 #include "engine/render/item_look.h"
 #include "engine/render/scene.h"

@@ -1,4 +1,6 @@
 #include "engine/render/scene.h"
+#include "engine/picture/mix.h"
+#include "engine/picture/scale.h"
 #include "engine/picture/scratch.h"
 
 #include "engine/render/item_audio.h"

@@ -1,4 +1,5 @@
 // Dissolve: the next scene fades in as the current one fades out.
+#include "engine/picture/mix.h"
 #include "engine/render/transitions.h"
 
 namespace orma {

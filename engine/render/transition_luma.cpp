@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "engine/media/still_image.h"
+#include "engine/picture/scale.h"
 #include "engine/render/transitions.h"
 
 namespace orma {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "engine/picture/mix.h"
+#include "engine/picture/scale.h"
 #include "engine/picture/scratch.h"
 #include "engine/render/transitions.h"
 

@@ -11,6 +11,7 @@
 
 #include "engine/model/model.h"
 #include "engine/picture/image.h"
+#include "engine/picture/mix.h"
 #include "engine/render/scene.h"
 
 namespace orma {

@@ -12,6 +12,7 @@
 #include "engine/look/face_detect.h"
 #include "engine/media/probe.h"
 #include "engine/media/still_image.h"
+#include "engine/picture/scale.h"
 #include "engine/render/face_warp.h"
 #include "engine/render/scene.h"
 

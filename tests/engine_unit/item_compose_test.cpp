@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "engine/picture/blend_modes.h"
 #include "engine/picture/compose.h"
 #include "tests/engine_unit/picture_util.h"
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "engine/picture/blur.h"
 #include "engine/picture/filters.h"
 #include "tests/engine_unit/picture_util.h"
 

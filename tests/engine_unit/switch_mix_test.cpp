@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "engine/picture/image.h"
+#include "engine/picture/mix.h"
 #include "engine/render/transitions.h"
 
 using namespace orma;

@@ -1,5 +1,6 @@
 #include "export/export_draft.h"
 
+#include "preview/preview_command.h"
 #include "tests/support/stopping_pipe.h"
 #include "tests/unit/export_fixtures.h"
 

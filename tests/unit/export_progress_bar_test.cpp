@@ -8,7 +8,6 @@
 #include <regex>
 #include <string>
 
-#include "driver/run_driver.h"
 #include "export/export_draft.h"
 #include "export/progress_bar.h"
 #include "platform/platform.h"
@@ -109,7 +108,7 @@ TEST(ProgressBarStyle, NoColorOrADumbTerminalGivePlainText) {
 
 TEST(ProgressBarDrawing, ThreadDrawsFramesOfTheRangeAndEndsTheLine) {
   recorder::Reset();
-  startTicks = platform::TickCount64();
+  const uint64_t startTicks = platform::TickCount64();
   OrmaVideoHandle vv = OrmaVirtualVideoCreate();
   // A 10 s range from 2 s at 30 fps: 300 frames; positions after frames 0,
   // 60, 150 and 300.
@@ -117,9 +116,9 @@ TEST(ProgressBarDrawing, ThreadDrawsFramesOfTheRangeAndEndsTheLine) {
   recorder::QueueResults("OrmaGetCurrentPlaybackTime", {4000000, 7000000, 12000000});
   FILE* stream = std::tmpfile();
   ASSERT_NE(stream, nullptr);
-  ProgressBar bar(stream, 100, BarStyle::Plain, ProgressRange{30, 2000000, 12000000});
+  ProgressBar bar(stream, 100, BarStyle::Plain, ProgressRange{30, 2000000, 12000000}, startTicks);
   testing::internal::CaptureStdout();
-  ProgressReporter(vv, &bar);
+  ProgressReporter(vv, startTicks, &bar);
   const std::string out = testing::internal::GetCapturedStdout();
   const std::string drawn = Contents(stream);
   std::fclose(stream);
@@ -147,7 +146,7 @@ TEST(ProgressBarDrawing, RedrawsAtMostTenTimesASecond) {
   OrmaVideoHandle vv = OrmaVirtualVideoCreate();
   FILE* stream = std::tmpfile();
   ASSERT_NE(stream, nullptr);
-  ProgressBar bar(stream, 100, BarStyle::Color, ProgressRange{25, 0, 4000000});
+  ProgressBar bar(stream, 100, BarStyle::Color, ProgressRange{25, 0, 4000000}, platform::TickCount64());
   for (int i = 0; i < 50; ++i)
     bar.Update(vv, 10);
   platform::SleepMs(110);
@@ -161,12 +160,12 @@ TEST(ProgressBarDrawing, RedrawsAtMostTenTimesASecond) {
 
 TEST(ProgressBarDrawing, PlainTextBlanksWhatALongerLineLeft) {
   recorder::Reset();
-  startTicks = platform::TickCount64();
+  const uint64_t startTicks = platform::TickCount64();
   OrmaVideoHandle vv = OrmaVirtualVideoCreate();
   recorder::QueueResults("OrmaGetCurrentPlaybackTime", {40000000, 0});
   FILE* stream = std::tmpfile();
   ASSERT_NE(stream, nullptr);
-  ProgressBar bar(stream, 200, BarStyle::Plain, ProgressRange{25, 0, 100000000});
+  ProgressBar bar(stream, 200, BarStyle::Plain, ProgressRange{25, 0, 100000000}, startTicks);
   bar.Update(vv, 40); // "1000/2500 frames"
   platform::SleepMs(110);
   bar.Update(vv, 40); // "0/2500 frames": three characters shorter
@@ -179,7 +178,7 @@ TEST(ProgressBarDrawing, PlainTextBlanksWhatALongerLineLeft) {
 
 TEST(ProgressBarDrawing, ExportThatStoppedEarlyShowsTheFramesItRendered) {
   recorder::Reset();
-  startTicks = platform::TickCount64();
+  const uint64_t startTicks = platform::TickCount64();
   OrmaVideoHandle vv = OrmaVirtualVideoCreate();
   // The library answers 100 also after a failure; the position tells where
   // the export stopped: 1 s of a 4 s range at 25 fps.
@@ -187,9 +186,9 @@ TEST(ProgressBarDrawing, ExportThatStoppedEarlyShowsTheFramesItRendered) {
   recorder::QueueResults("OrmaGetCurrentPlaybackTime", {1000000});
   FILE* stream = std::tmpfile();
   ASSERT_NE(stream, nullptr);
-  ProgressBar bar(stream, 100, BarStyle::Plain, ProgressRange{25, 0, 4000000});
+  ProgressBar bar(stream, 100, BarStyle::Plain, ProgressRange{25, 0, 4000000}, startTicks);
   testing::internal::CaptureStdout();
-  ProgressReporter(vv, &bar);
+  ProgressReporter(vv, startTicks, &bar);
   testing::internal::GetCapturedStdout();
   const std::vector<std::string> drawings = Drawings(Contents(stream));
   std::fclose(stream);

@@ -1,6 +1,7 @@
 #include <regex>
 
 #include "export/export_draft.h"
+#include "platform/platform.h"
 #include "tests/unit/export_fixtures.h"
 
 namespace {
@@ -30,7 +31,7 @@ TEST(ExportProgress, PrintsOnTheFirstAndEveryFifthPoll) {
   OrmaVideoHandle vv = VirtualVideo();
   recorder::QueueResults("OrmaEditProgress", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11});
   testing::internal::CaptureStdout();
-  ProgressReporter(vv);
+  ProgressReporter(vv, platform::TickCount64());
   const std::vector<std::string> lines = ProgressLines(testing::internal::GetCapturedStdout());
   // Polls 1, 6 and 11 print; the twelfth answers the double's 100 and ends
   // the thread without a line of its own.
@@ -49,7 +50,7 @@ TEST(ExportProgress, EndsOnlyWhenProgressReachesNinetyNinePointFive) {
   OrmaVideoHandle vv = VirtualVideo();
   recorder::QueueResults("OrmaEditProgress", {99, 99, 100, 50});
   testing::internal::CaptureStdout();
-  ProgressReporter(vv);
+  ProgressReporter(vv, platform::TickCount64());
   const std::vector<std::string> lines = ProgressLines(testing::internal::GetCapturedStdout());
   EXPECT_EQ(Polls(), 3u);
   ASSERT_EQ(lines.size(), 1u);
@@ -60,7 +61,7 @@ TEST(ExportProgress, FinishedExportPrintsItsOnlyPoll) {
   recorder::Reset();
   OrmaVideoHandle vv = VirtualVideo();
   testing::internal::CaptureStdout();
-  ProgressReporter(vv);
+  ProgressReporter(vv, platform::TickCount64());
   const std::vector<std::string> lines = ProgressLines(testing::internal::GetCapturedStdout());
   EXPECT_EQ(Polls(), 1u);
   ASSERT_EQ(lines.size(), 1u);
@@ -70,7 +71,7 @@ TEST(ExportProgress, FinishedExportPrintsItsOnlyPoll) {
 TEST(ExportProgress, NullHandleDoesNothing) {
   recorder::Reset();
   testing::internal::CaptureStdout();
-  ProgressReporter(nullptr);
+  ProgressReporter(nullptr, platform::TickCount64());
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   EXPECT_TRUE(recorder::Calls().empty());
 }

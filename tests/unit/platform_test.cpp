@@ -4,13 +4,13 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "driver/codepage.h"
+#include "platform/codepage.h"
 #include "platform/platform.h"
 
 namespace {
 
 class DriveMap : public ::testing::Test {
- protected:
+protected:
   void SetUp() override { setenv("ORMADRAFT_DRIVE_MAP", "D:=/srv/media;e:=/mnt/e/", 1); }
   void TearDown() override { unsetenv("ORMADRAFT_DRIVE_MAP"); }
 };
@@ -62,19 +62,19 @@ TEST(PlatformFiles, ReadWholeFileRefusesAFolder) {
 
 // Runs a block under a locale's LC_CTYPE and restores "C" afterwards.
 class CtypeLocale {
- public:
+public:
   explicit CtypeLocale(const char* name) { ok_ = std::setlocale(LC_CTYPE, name) != nullptr; }
   ~CtypeLocale() { std::setlocale(LC_CTYPE, "C"); }
   bool ok() const { return ok_; }
 
- private:
+private:
   bool ok_;
 };
 
 TEST(CodePage, GbkLocaleConvertsBothWays) {
   CtypeLocale gbk("zh_CN.GBK");
   if (!gbk.ok()) GTEST_SKIP() << "zh_CN.GBK is not installed";
-  const char gbkBytes[] = "\xB2\xDD\xB8\xE5.json";  // 草稿.json
+  const char gbkBytes[] = "\xB2\xDD\xB8\xE5.json"; // 草稿.json
   char* utf8 = AnsiToUtf8(gbkBytes);
   EXPECT_STREQ(utf8, "草稿.json");
   char back[64] = {0};

@@ -1,11 +1,11 @@
-// The signal handlers of driver/interrupt.h. A handler may only do what is
+// The signal handlers of platform/interrupt.h. A handler may only do what is
 // safe inside one: it records the first signal in a lock-free atomic and
 // writes a fixed note with write(2); a second signal restores the default
 // action and raises itself again, which ends the process once the handler
 // returns. On Windows the C runtime's signal() stands for sigaction (Ctrl-C
 // and Ctrl-Break; it resets the handler, so the second signal takes the
 // default action by itself).
-#include "driver/interrupt.h"
+#include "platform/interrupt.h"
 
 #include <atomic>
 #include <csignal>

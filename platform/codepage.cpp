@@ -1,4 +1,4 @@
-#include "driver/codepage.h"
+#include "platform/codepage.h"
 
 #include <cstdlib>
 #include <cstring>

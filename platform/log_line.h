@@ -4,5 +4,5 @@
 
 #include <cstdio>
 
-#define LogLine(fmt, ...) \
+#define LogLine(fmt, ...)                                                                                    \
   std::printf("[%s/%s - %d] -- " fmt, __TIME__, __DATE__, __LINE__ __VA_OPT__(, ) __VA_ARGS__)
