@@ -178,7 +178,10 @@ for lib in "${todo[@]}"; do
   say "$lib: fetching and unpacking $SOURCE"
   unpack_source "$SOURCE" "$work/$lib"
   say "$lib: building (log $work/$lib.log)"
-  if ! (cd "$work/$lib" && build) >"$work/$lib.log" 2>&1; then
+  # In the background so that errexit holds inside build() (it would not in
+  # an "if" or "||" context).
+  (cd "$work/$lib" && build) >"$work/$lib.log" 2>&1 &
+  if ! wait $!; then
     say "$lib: FAILED after $(($(date +%s) - start)) s; last lines of $work/$lib.log:"
     tail -30 "$work/$lib.log" | tee -a "$log" >&2
     exit 1
