@@ -13,6 +13,7 @@
 #
 #   build-deps.sh [LIBRARY|program|all ...]   build (default: all)
 #   build-deps.sh --prefix                     print the prefix and stop
+#   KEEP_GOING=1 build-deps.sh ...             go on past a failed library
 #
 # "program" is what the program's own tests need (cJSON, GoogleTest). The
 # toolchain is installed from Debian packages (scripts/deps/windows.txt); the
@@ -169,7 +170,17 @@ install_toolchain
 enable_sources
 say "prefix $prefix; to build: ${todo[*]}"
 total_start=$(date +%s)
+# A library that fails stops the run, or with KEEP_GOING=1 only the
+# libraries built on it, so that one run shows every failing recipe.
+declare -A failed
 for lib in "${todo[@]}"; do
+  blocked=""
+  for dep in $(recipe_deps "$lib"); do [ -n "${failed[$dep]:-}" ] && blocked+=" $dep"; done
+  if [ -n "$blocked" ]; then
+    say "$lib: skipped, it builds on$blocked"
+    failed[$lib]=1
+    continue
+  fi
   start=$(date +%s)
   rm -f "$stamps/$lib"
   unset SOURCE DEPS SRC_SUBDIR
@@ -184,7 +195,9 @@ for lib in "${todo[@]}"; do
   if ! wait $!; then
     say "$lib: FAILED after $(($(date +%s) - start)) s; last lines of $work/$lib.log:"
     tail -30 "$work/$lib.log" | tee -a "$log" >&2
-    exit 1
+    [ "${KEEP_GOING:-0}" = 1 ] || exit 1
+    failed[$lib]=1
+    continue
   fi
   seconds=$(($(date +%s) - start))
   echo "$seconds" >"$stamps/$lib.seconds"
@@ -192,4 +205,8 @@ for lib in "${todo[@]}"; do
   rm -rf "$work/$lib"
   say "$lib: done in $seconds s"
 done
+if [ ${#failed[@]} -gt 0 ]; then
+  say "not built: ${!failed[*]}"
+  exit 1
+fi
 say "built ${todo[*]} in $(($(date +%s) - total_start)) s; prefix $(du -sh "$prefix" | cut -f1): $prefix"
