@@ -141,6 +141,7 @@ enable_sources() {
   done
   shopt -u nullglob
   [ -n "${entries//[$'\n']/}" ] || { echo "build-deps: no Debian entry in the apt sources to derive deb-src from" >&2; exit 1; }
+  entries=$(echo "$entries" | cat -s)
   if [ "$(cat "$src_list" 2>/dev/null)" != "$entries" ]; then
     say "adding deb-src entries ($src_list)"
     echo "$entries" | $SUDO tee "$src_list" >/dev/null
@@ -155,8 +156,20 @@ enable_sources() {
 unpack_source() {
   local pkg=$1 dest=$2 dsc
   mkdir -p "$sources/$pkg"
+  # The newest version the archive lists first; a version whose files the
+  # mirror no longer holds (a superseded security update) gives way to the
+  # next one.
   if ! ls "$sources/$pkg"/*.dsc >/dev/null 2>&1; then
-    (cd "$sources/$pkg" && apt_retry source --download-only "$pkg" >/dev/null)
+    local version fetched=""
+    for version in $(apt-cache showsrc --only-source "$pkg" | sed -n 's/^Version: //p' | sort -Vru); do
+      if (cd "$sources/$pkg" && apt-get source --download-only "$pkg=$version" >/dev/null 2>&1); then
+        fetched=$version
+        break
+      fi
+      say "$pkg $version: not on the mirror, trying an older version"
+      rm -f "$sources/$pkg"/*
+    done
+    [ -n "$fetched" ] || { say "$pkg: no version of the source package could be fetched"; return 1; }
   fi
   dsc=$(ls "$sources/$pkg"/*.dsc | sort -V | tail -1)
   rm -rf "$dest"
@@ -187,7 +200,11 @@ for lib in "${todo[@]}"; do
   unset -f build
   source "$(recipe_file "$lib")"
   say "$lib: fetching and unpacking $SOURCE"
-  unpack_source "$SOURCE" "$work/$lib"
+  if ! unpack_source "$SOURCE" "$work/$lib"; then
+    [ "${KEEP_GOING:-0}" = 1 ] || exit 1
+    failed[$lib]=1
+    continue
+  fi
   say "$lib: building (log $work/$lib.log)"
   # In the background so that errexit holds inside build() (it would not in
   # an "if" or "||" context).
