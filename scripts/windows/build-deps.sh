@@ -6,7 +6,7 @@
 #   ~/.cache/ormadraft/windows-<hash>/     bin/*.dll, lib/, include/, ...
 #
 # The hash covers what every library's build depends on (the compiler, the
-# cross-compilation files and the build helpers of build-helpers.sh); each library's recipe (scripts/windows/recipes/)
+# CMake toolchain and the build helpers of build-helpers.sh); each library's recipe (scripts/windows/recipes/)
 # is hashed into its own stamp, together with the stamps of the libraries it
 # builds on, so a second run takes seconds and a changed recipe rebuilds only
 # that library and those that use it.
@@ -30,7 +30,7 @@ jobs=${JOBS:-2}
 host=x86_64-w64-mingw32
 toolchain=$repo/cmake/mingw-w64-x86_64.cmake
 
-shared_hash=$( (cat "$here/build-helpers.sh" "$toolchain" "$here/meson-cross.ini.in"; $host-gcc-posix --version 2>/dev/null) |
+shared_hash=$( (cat "$here/build-helpers.sh" "$toolchain"; $host-gcc-posix --version 2>/dev/null) |
   sha256sum | cut -c1-12)
 prefix=$cache/windows-$shared_hash
 stamps=$prefix/.stamps
@@ -58,6 +58,8 @@ library_key() {
   local lib=$1 dep text
   if [ -z "${key_of[$lib]:-}" ]; then
     text=$(cat "$(recipe_file "$lib")")
+    # Meson's cross file matters to the Meson builds only.
+    if grep -q meson_build "$(recipe_file "$lib")"; then text+=$(cat "$here/meson-cross.ini.in"); fi
     for dep in $(recipe_deps "$lib"); do text+=$(library_key "$dep"); done
     key_of[$lib]=$(echo "$text" | sha256sum | cut -c1-16)
   fi
@@ -166,14 +168,24 @@ unpack_source() {
         fetched=$version
         break
       fi
+      # The upstream tarball alone, when the mirror lacks only Debian's
+      # changes, is used without them (and said so).
+      if ls "$sources/$pkg"/*.orig.tar.* >/dev/null 2>&1; then
+        say "$pkg $version: Debian's changes are not on the mirror; building the upstream source as it is"
+        fetched=$version
+        break
+      fi
       say "$pkg $version: not on the mirror, trying an older version"
       rm -f "$sources/$pkg"/*
     done
     [ -n "$fetched" ] || { say "$pkg: no version of the source package could be fetched"; return 1; }
   fi
-  dsc=$(ls "$sources/$pkg"/*.dsc | sort -V | tail -1)
   rm -rf "$dest"
-  dpkg-source --no-check -x "$dsc" "$dest" >/dev/null
+  dsc=$(ls "$sources/$pkg"/*.dsc 2>/dev/null | sort -V | tail -1)
+  if [ -n "$dsc" ] && dpkg-source --no-check -x "$dsc" "$dest" >/dev/null 2>&1; then return 0; fi
+  rm -rf "$dest"
+  mkdir -p "$dest"
+  tar -xf "$(ls "$sources/$pkg"/*.orig.tar.* | head -1)" -C "$dest" --strip-components=1
 }
 
 source "$here/build-helpers.sh"

@@ -2,5 +2,5 @@
 SOURCE=fribidi
 DEPS=""
 build() {
-  meson_build -Ddocs=false -Dbin=false -Dtests=false
+  meson_build -Ddocs=false
 }
