@@ -56,7 +56,9 @@ std::string AbsoluteRequestPath(const char* path) {
   if (themes::IsAbsolute(path)) return path;
   std::error_code error;
   const std::string current = std::filesystem::current_path(error).string();
-  return error || current.empty() ? std::string(path) : themes::Join(current, path);
+  // Joined with the system's separator: Windows gives the current folder
+  // with "\", and the request's folder is later found at its last "\".
+  return error || current.empty() ? std::string(path) : current + platform::kSeparator + path;
 }
 
 // Why a request that says it is one was not used, for its author; other
@@ -69,7 +71,11 @@ void Report(const ThemeRequest* record, const std::string& why) {
 bool LocalStamp(char* stamp, size_t size) {
   std::time_t now = std::time(nullptr);
   std::tm local{};
+#if defined(_WIN32)
+  if (localtime_s(&local, &now) != 0) return false;
+#else
   if (!localtime_r(&now, &local)) return false;
+#endif
   return std::strftime(stamp, size, "_%Y_%m_%d_%H_%M_%S", &local) > 0;
 }
 

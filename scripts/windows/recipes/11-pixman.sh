@@ -2,5 +2,5 @@
 SOURCE=pixman
 DEPS=""
 build() {
-  meson_build -Dtests=disabled -Dgtk=disabled -Dlibpng=disabled -Dopenmp=disabled -Ddemos=disabled
+  meson_build -Dtests=disabled -Dgtk=disabled -Dlibpng=disabled -Dopenmp=disabled
 }
