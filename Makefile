@@ -3,10 +3,11 @@
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 FUZZ_BUILD ?= build-fuzz
+WIN_BUILD  ?= build-windows
 JOBS       ?= $(shell nproc)
 SECONDS    ?= 60
 
-.PHONY: all deps build test unit-test asan-test demo theme-demo package fuzz bench format clean
+.PHONY: all deps build test unit-test asan-test windows-program-test windows-deps demo theme-demo package fuzz bench format clean
 
 all: build
 
@@ -18,7 +19,9 @@ build: deps
 	cmake --build $(BUILD) -j$(JOBS)
 
 # Every test of the release build, then the program's tests again under
-# AddressSanitizer and UndefinedBehaviorSanitizer.
+# AddressSanitizer and UndefinedBehaviorSanitizer. The same tests
+# cross-built for Windows and run under Wine are `make windows-program-test`
+# (docs/windows.md says why it is not part of this target yet).
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j$(JOBS)
 	$(MAKE) --no-print-directory asan-test
@@ -27,6 +30,22 @@ asan-test: deps
 	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DORMA_SANITIZE=ON -DORMA_BUILD_ENGINE=OFF >/dev/null
 	cmake --build $(ASAN_BUILD) -j$(JOBS)
 	ctest --test-dir $(ASAN_BUILD) --output-on-failure -j$(JOBS) -L program
+
+# The program's tests against the recording double, cross-built with
+# MinGW-w64 and run under Wine once per ANSI code page (936 and 1252). Of the
+# Windows libraries (scripts/windows/build-deps.sh) it needs only cJSON and
+# GoogleTest, built once into ~/.cache/ormadraft.
+windows-program-test: deps
+	bash scripts/windows/build-deps.sh program
+	cmake -S . -B $(WIN_BUILD) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64.cmake -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DORMA_WINDOWS_PREFIX=$$(bash scripts/windows/build-deps.sh --prefix) -DORMA_BUILD_ENGINE=OFF >/dev/null
+	cmake --build $(WIN_BUILD) -j$(JOBS) --target program_tests
+	bash scripts/windows/run-tests.sh $(WIN_BUILD)
+
+# Every Windows library of the program and the engine (the long first build;
+# KEEP_GOING=1 goes on past a failed one).
+windows-deps: deps
+	bash scripts/windows/build-deps.sh all
 
 demo: build
 	bash scripts/demo.sh $(BUILD)
@@ -65,4 +84,4 @@ format:
 	  | xargs -r clang-format -i
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(WIN_BUILD)

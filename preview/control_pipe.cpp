@@ -3,6 +3,8 @@
 // errno value so that the thread prints one number per failure.
 #include "preview/control_pipe.h"
 
+#if !defined(_WIN32)
+
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -74,3 +76,5 @@ int WriteMessage(int fd, const char* data, size_t size) {
 int ClosePipe(int fd) { return ::close(fd) == 0 ? 0 : errno; }
 
 } // namespace preview
+
+#endif

@@ -106,7 +106,7 @@ bool ExecuteMessage(const char* text, OrmaVideoHandle vv, PreviewCommand* comman
   return true;
 }
 
-void ServeControlPipe(int fd, OrmaVideoHandle vv, PreviewCommand* command) {
+void ServeControlPipe(preview::PipeHandle fd, OrmaVideoHandle vv, PreviewCommand* command) {
   // One byte more than a message, always zero, so that the received text is
   // terminated whatever arrives; a longer message is cut at the buffer's size.
   char buffer[kPipeMessageSize + 1] = {};
@@ -144,7 +144,7 @@ void ServeControlPipe(int fd, OrmaVideoHandle vv, PreviewCommand* command) {
 
 void PipeControlThread(OrmaVideoHandle vv, DraftDocument* document) {
   PreviewCommand* command = document->previewCommand;
-  int fd = -1;
+  preview::PipeHandle fd{};
   if (const int error = preview::ConnectPipe(command->pipeName, &fd)) {
     PrintFailure("CreateFile", error);
     return;

@@ -10,6 +10,7 @@
 
 #include "corelib/orma_core.h"
 #include "draft/records.h"
+#include "preview/control_pipe.h"
 #include "preview/preview_command.h"
 
 /// Size of the receive buffer: a message is at most this many bytes.
@@ -20,8 +21,8 @@ inline constexpr int kPipeMessageSize = 256;
 void PipeControlThread(OrmaVideoHandle vv, DraftDocument* document);
 
 /// Serves an already connected pipe: what PipeControlThread does after
-/// connecting (it also closes `fd` after "stop").
-void ServeControlPipe(int fd, OrmaVideoHandle vv, PreviewCommand* command);
+/// connecting (it also closes `pipe` after "stop").
+void ServeControlPipe(preview::PipeHandle pipe, OrmaVideoHandle vv, PreviewCommand* command);
 
 /// The reply message, printed with cJSON's formatted printer; the caller
 /// frees it with cJSON_free.

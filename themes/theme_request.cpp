@@ -59,7 +59,9 @@ std::string AbsoluteRequestPath(const char* path) {
   if (themes::IsAbsolute(path)) return path;
   std::error_code error;
   const std::string current = std::filesystem::current_path(error).string();
-  return error || current.empty() ? std::string(path) : themes::Join(current, path);
+  // Joined with the system's separator: Windows gives the current folder
+  // with "\", and the request's folder is later found at its last "\".
+  return error || current.empty() ? std::string(path) : current + platform::kSeparator + path;
 }
 
 // Why a request that says it is one was not used, for its author; other
@@ -73,7 +75,16 @@ void Report(const ThemeRequest* record, const std::string& why) {
   }
 }
 
-LocalTimeFunction gLocalTime = localtime_r;
+// The system's conversion to local time, as the replaceable function has it.
+std::tm* SystemLocalTime(const std::time_t* now, std::tm* local) {
+#if defined(_WIN32)
+  return localtime_s(local, now) == 0 ? local : nullptr;
+#else
+  return localtime_r(now, local);
+#endif
+}
+
+LocalTimeFunction gLocalTime = SystemLocalTime;
 
 bool LocalStamp(char* stamp, size_t size) {
   std::time_t now = std::time(nullptr);
@@ -108,7 +119,7 @@ std::string WriteDraft(const char* printed, uint32_t ticks) {
 
 } // namespace
 
-void SetLocalTimeFunction(LocalTimeFunction function) { gLocalTime = function ? function : localtime_r; }
+void SetLocalTimeFunction(LocalTimeFunction function) { gLocalTime = function ? function : SystemLocalTime; }
 
 ThemeRequest* LoadThemeRequest(const char* requestPath) {
   const uint32_t ticks = platform::TimeGetTime();

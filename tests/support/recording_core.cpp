@@ -1,5 +1,6 @@
 #include "tests/support/recording_core.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -23,7 +24,7 @@ struct State {
 };
 
 State& S() {
-  static State* state = new State();  // outlives threads still polling at exit
+  static State* state = new State(); // outlives threads still polling at exit
   return *state;
 }
 
@@ -98,7 +99,7 @@ void Reset() {
   s.outBlocks.clear();
   s.handleNames.clear();
   s.nextHandle = 1;
-  s.environmentRead = true;  // tests script through the API, not the environment
+  s.environmentRead = true; // tests script through the API, not the environment
 }
 
 void SetResult(const std::string& name, int64_t value) {
@@ -129,13 +130,15 @@ std::vector<Call> Calls() {
 
 std::vector<std::string> CallNames() {
   std::vector<std::string> names;
-  for (const Call& c : Calls()) names.push_back(c.name);
+  for (const Call& c : Calls())
+    names.push_back(c.name);
   return names;
 }
 
 std::string Format(const Call& call) {
   std::string text = call.name + "(";
-  for (size_t i = 0; i < call.args.size(); ++i) text += (i ? ", " : "") + call.args[i];
+  for (size_t i = 0; i < call.args.size(); ++i)
+    text += (i ? ", " : "") + call.args[i];
   return text + ")";
 }
 
@@ -153,8 +156,11 @@ std::string HandleName(const void* handle) {
   std::lock_guard<std::mutex> lock(S().mutex);
   auto it = S().handleNames.find(handle);
   if (it != S().handleNames.end()) return it->second;
+  // As glibc prints "%p", on every system (Windows prints no "0x" and pads
+  // with zeros).
   char buffer[32];
-  std::snprintf(buffer, sizeof(buffer), "%p", handle);
+  std::snprintf(buffer, sizeof(buffer), "0x%llx",
+                static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(handle)));
   return buffer;
 }
 
@@ -169,7 +175,8 @@ std::string Real(double value) {
 std::string Floats(const float* values, int count) {
   if (!values) return "null";
   std::string text = "{";
-  for (int i = 0; i < count; ++i) text += (i ? "," : "") + Real(values[i]);
+  for (int i = 0; i < count; ++i)
+    text += (i ? "," : "") + Real(values[i]);
   return text + "}";
 }
 

@@ -21,7 +21,7 @@ const char* kDraft = R"({ "ver": 5, "size": {"width": 320, "height": 180},
   "scenes": [ {"media": [ {"path": "a.png", "trimTimeStart": 0, "trimTimeEnd": 1} ]} ] })";
 
 class RunDriverTest : public ::testing::Test {
- protected:
+protected:
   void SetUp() override {
     recorder::Reset();
     char pattern[] = "/tmp/ormadraft-driver-XXXXXX";
@@ -43,7 +43,8 @@ class RunDriverTest : public ::testing::Test {
   int Run(std::vector<std::string> args) {
     args.insert(args.begin(), "ormadraft");
     std::vector<char*> argv;
-    for (auto& a : args) argv.push_back(a.data());
+    for (auto& a : args)
+      argv.push_back(a.data());
     argv.push_back(nullptr);
     testing::internal::CaptureStdout();
     int status = RunDriver(static_cast<int>(args.size()), argv.data());
@@ -59,7 +60,8 @@ class RunDriverTest : public ::testing::Test {
   }
   std::vector<std::string> Listing() const {
     std::vector<std::string> names;
-    for (const auto& e : fs::recursive_directory_iterator(folder_)) names.push_back(e.path().string());
+    for (const auto& e : fs::recursive_directory_iterator(folder_))
+      names.push_back(e.path().string());
     std::sort(names.begin(), names.end());
     return names;
   }
@@ -78,9 +80,13 @@ TEST_F(RunDriverTest, OneArgumentThatIsNoThemeRequestIsExportedAsDraft) {
 
 TEST_F(RunDriverTest, PreviewCommandWithWindowGoesThroughThemeStep) {
   std::string draft = Write("d.json", kDraft);
+  const std::string pipe = TestPipeName(folder_ + "/x");
+  std::string pipeInJson; // a Windows pipe name's backslashes escaped
+  for (char c : pipe)
+    pipeInJson += c == '\\' ? std::string("\\\\") : std::string(1, c);
   std::string preview =
-      Write("p.json", R"({"type": "ThemesPreview", "hWnd": "1A2B", "pipeName": ")" + folder_ + R"(/x"})");
-  StoppingPipe application(folder_ + "/x");
+      Write("p.json", R"({"type": "ThemesPreview", "hWnd": "1A2B", "pipeName": ")" + pipeInJson + R"("})");
+  StoppingPipe application(pipe);
   testing::internal::CaptureStderr();
   EXPECT_EQ(Run({draft, preview}), 1);
   testing::internal::GetCapturedStderr();
@@ -114,7 +120,8 @@ TEST_F(RunDriverTest, RangeWordsReadAsZero) {
   std::string settings = Write("e.json", "{}");
   Run({draft, settings, "x", "y"});
   EXPECT_TRUE(Printed("nLimitTimelineStart:0 nLimitTimelineEnd:0\n"));
-  for (const auto& name : recorder::CallNames()) EXPECT_NE(name, "OrmaEditSetLimitTime");
+  for (const auto& name : recorder::CallNames())
+    EXPECT_NE(name, "OrmaEditSetLimitTime");
 }
 
 TEST_F(RunDriverTest, ThreeArgumentsOrNonePrintUsage) {
@@ -129,7 +136,7 @@ TEST_F(RunDriverTest, ThreeArgumentsOrNonePrintUsage) {
 
 TEST_F(RunDriverTest, NonAnsiPathsAreConvertedForLoadingAndDeleting) {
   if (!std::setlocale(LC_CTYPE, "zh_CN.GBK")) GTEST_SKIP() << "zh_CN.GBK is not installed";
-  std::string gbkName = "\xB2\xDD\xB8\xE5.json";  // 草稿.json in GBK bytes
+  std::string gbkName = "\xB2\xDD\xB8\xE5.json"; // 草稿.json in GBK bytes
   std::string draft = Write(gbkName, kDraft);
   auto before = Listing();
   int status = Run({draft});
@@ -137,7 +144,7 @@ TEST_F(RunDriverTest, NonAnsiPathsAreConvertedForLoadingAndDeleting) {
   EXPECT_EQ(status, 1);
   EXPECT_TRUE(Printed("] -- json load success\n"));
   EXPECT_TRUE(Printed("] -- export success!"));
-  EXPECT_EQ(Listing(), before);  // the working copy was found and deleted
+  EXPECT_EQ(Listing(), before); // the working copy was found and deleted
 }
 
 TEST_F(RunDriverTest, WorkingCopyIsDeletedAfterTheExport) {

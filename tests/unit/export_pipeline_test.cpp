@@ -685,7 +685,7 @@ TEST_F(ExportPipeline, PreviewModeSetsUpTheWindowInsteadOfTheOutput) {
   SettingsFile(R"({"video": {"fps": 30}, "outUrl": "/v/out.mp4"})");
   // The application hosts the control pipe and stops the preview at once.
   PreviewCommand command{};
-  const std::string pipe = folder.Join("control");
+  const std::string pipe = TestPipeName(folder.Join("control"));
   SetText(command.pipeName, pipe);
   document->previewCommand = &command;
   StoppingPipe application(pipe);

@@ -1,13 +1,10 @@
 // The preview as the export runs it: the pipe name mapping, connecting to the
-// application's socket (and failing to), and the wait for "stop" with the
-// line that ends it. The application is played by a test thread that
-// listens on a SOCK_SEQPACKET socket; the core library is the recording
+// application's pipe (and failing to), and the wait for "stop" with the
+// line that ends it. The application is played by a test thread that hosts
+// the pipe (tests/support/app_pipe.h: a message-mode named pipe on Windows,
+// a SOCK_SEQPACKET socket on POSIX); the core library is the recording
 // double.
 #include <gtest/gtest.h>
-
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -20,6 +17,7 @@
 #include "preview/control_pipe.h"
 #include "preview/pipe_control.h"
 #include "preview/preview_run.h"
+#include "tests/support/app_pipe.h"
 #include "tests/support/recording_core.h"
 
 namespace fs = std::filesystem;
@@ -39,7 +37,6 @@ protected:
     document_.previewCommand = &command_;
   }
   void TearDown() override {
-    if (listener_ >= 0) close(listener_);
     if (hadRuntime_)
       setenv("XDG_RUNTIME_DIR", savedRuntime_.c_str(), 1);
     else
@@ -48,23 +45,18 @@ protected:
     fs::remove_all(folder_, ec);
   }
 
-  // The application's side: a listening socket at `path`.
-  void Listen(const std::string& path) {
-    listener_ = socket(AF_UNIX, SOCK_SEQPACKET, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, path.c_str());
-    ASSERT_EQ(bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
-    ASSERT_EQ(listen(listener_, 1), 0);
-  }
-
   std::string folder_, savedRuntime_;
   bool hadRuntime_ = false;
-  int listener_ = -1;
   PreviewCommand command_{};
   DraftDocument document_{};
 };
 
+#if defined(_WIN32)
+TEST_F(PreviewRun, APipeNameIsOpenedAsItIsWritten) {
+  EXPECT_EQ(preview::PipePath("\\\\.\\pipe\\orma_1"), "\\\\.\\pipe\\orma_1");
+  EXPECT_EQ(preview::PipePath("relative name"), "relative name");
+}
+#else
 TEST_F(PreviewRun, AWindowsPipeNameBecomesASocketInTheRuntimeFolder) {
   EXPECT_EQ(preview::PipePath("\\\\.\\pipe\\orma_1"), folder_ + "/orma_1");
   unsetenv("XDG_RUNTIME_DIR");
@@ -72,6 +64,7 @@ TEST_F(PreviewRun, AWindowsPipeNameBecomesASocketInTheRuntimeFolder) {
   EXPECT_EQ(preview::PipePath("/run/app/control"), "/run/app/control");
   EXPECT_EQ(preview::PipePath("relative name"), "relative name");
 }
+#endif
 
 TEST_F(PreviewRun, TheWindowsPipePrefixIsRecognisedInAnyCase) {
   EXPECT_EQ(preview::PipePath("\\\\.\\PIPE\\orma_1"), folder_ + "/orma_1");
@@ -83,29 +76,28 @@ TEST_F(PreviewRun, APipeThatDoesNotExistEndsTheControlThreadWithItsError) {
   std::snprintf(command_.pipeName, sizeof(command_.pipeName), "\\\\.\\pipe\\nobody");
   testing::internal::CaptureStderr();
   PipeControlThread(OrmaVirtualVideoCreate(), &document_);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "CreateFile failed: 2\n"); // ENOENT
+  // ENOENT, or ERROR_FILE_NOT_FOUND on Windows
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "CreateFile failed: 2\n");
   EXPECT_EQ(command_.stopped, 0);
 }
 
 TEST_F(PreviewRun, PlaysUntilStopThenPrintsTheEndLineAndReturnsThePreviewResult) {
-  Listen(folder_ + "/app pipe");
+  AppPipe app;
+  ASSERT_TRUE(app.Host("\\\\.\\pipe\\app pipe"));
   std::snprintf(command_.pipeName, sizeof(command_.pipeName), "\\\\.\\pipe\\app pipe");
   recorder::SetResult("OrmaPreview", 7);
   OrmaVideoHandle vv = OrmaVirtualVideoCreate();
   std::string reply;
   std::thread application([&] {
-    int client = accept(listener_, nullptr, nullptr);
+    if (!app.Accept()) return;
     // An application stops a preview it has seen play: the stop is sent
     // once the core library was asked to play (on a loaded machine the
     // control thread can otherwise get there first).
     for (int i = 0; i < 500 && recorder::Formatted("OrmaPreview").empty(); ++i)
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    const char stop[] = R"({"message": [{"key": "stop", "value": ""}]})";
-    send(client, stop, sizeof(stop) - 1, 0);
-    char buffer[512];
-    ssize_t n = recv(client, buffer, sizeof(buffer), 0);
-    if (n > 0) reply.assign(buffer, static_cast<size_t>(n));
-    close(client);
+    app.Send(R"({"message": [{"key": "stop", "value": ""}]})");
+    reply = app.Receive();
+    app.Close();
   });
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();

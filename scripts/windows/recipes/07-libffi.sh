@@ -1,0 +1,6 @@
+# libffi: GLib's GObject closures.
+SOURCE=libffi
+DEPS=""
+build() {
+  autotools_build --disable-docs --disable-multi-os-directory
+}

@@ -1,0 +1,7 @@
+# HarfBuzz: shapes the captions' text.
+SOURCE=harfbuzz
+DEPS="freetype glib"
+build() {
+  meson_build -Dtests=disabled -Ddocs=disabled -Dglib=enabled -Dfreetype=enabled -Dcairo=disabled \
+    -Dgobject=disabled -Dicu=disabled -Dintrospection=disabled -Dutilities=disabled -Dbenchmark=disabled
+}

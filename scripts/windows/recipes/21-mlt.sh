@@ -1,0 +1,11 @@
+# MLT 7: the engine's timeline. Only the framework and the core module are
+# built (the engine reads media with FFmpeg itself).
+SOURCE=mlt
+DEPS=""
+build() {
+  local off=""
+  for m in AVFORMAT DECKLINK FREI0R GDK GLAXNIMATE GLAXNIMATE_QT6 JACKRACK KDENLIVE MOVIT NDI NORMALIZE \
+    OLDFILM OPENCV PLUS PLUSGPL QT QT6 RESAMPLE RTAUDIO RUBBERBAND SDL1 SDL2 SOX SPATIALAUDIO VIDSTAB VORBIS \
+    XINE XML; do off+=" -DMOD_$m=OFF"; done
+  cmake_build $off -DMOD_CORE=ON -DBUILD_TESTING=OFF -DBUILD_DOCS=OFF -DSWIG_PYTHON=OFF -DMLT_BUILD_EXECUTABLE=OFF
+}
