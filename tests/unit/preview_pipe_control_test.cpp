@@ -259,7 +259,6 @@ TEST_F(ControlThread, APipeThatCannotBeClosedAfterStopIsReportedAndTheThreadStil
   // The thread waits 100 ms after its reply before it closes its end; closed
   // here first, its own close fails.
   ASSERT_EQ(close(served_), 0);
-  closedByThread_ = true;
   Stop();
   EXPECT_EQ(err_, "CloseHandle failed: 9\n pipe thread finish \n"); // EBADF
   EXPECT_EQ(command_.stopped, 1);
