@@ -15,6 +15,10 @@
 #include "platform/log_line.h"
 #include "platform/platform.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
 using namespace draftjson;
 namespace fs = std::filesystem;
 
@@ -213,6 +217,20 @@ void ReportUnhandled(const fs::path& path) {
   std::cerr << "Unhandled path type: " << path.string() << std::endl;
 }
 
+// Copies a file over whatever file is at `to`. On Windows this is
+// CopyFileW: the MinGW-w64 libstdc++'s copy_file compares the two files'
+// device and inode numbers to refuse copying a file onto itself, and the
+// Windows C runtime gives every file an inode number of 0, so an existing
+// destination on the same drive was always refused with "File exists".
+void CopyOver(const fs::path& from, const fs::path& to, std::error_code& ec) {
+#if defined(_WIN32)
+  if (!CopyFileW(from.c_str(), to.c_str(), FALSE))
+    ec = std::error_code(static_cast<int>(GetLastError()), std::system_category());
+#else
+  fs::copy_file(from, to, fs::copy_options::overwrite_existing, ec);
+#endif
+}
+
 } // namespace
 
 void CopyFolderTree(const char* source, const char* destination) {
@@ -276,7 +294,7 @@ void CopyFolderTree(const char* source, const char* destination) {
         continue;
       }
       ec.clear();
-      fs::copy_file(entry.path(), target, fs::copy_options::overwrite_existing, ec);
+      CopyOver(entry.path(), target, ec);
       if (ec) {
         ReportError("copy_file", entry.path(), ec);
         return;

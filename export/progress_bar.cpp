@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr uint64_t kRedrawMs = 100; // at most ten drawings a second
+constexpr std::chrono::milliseconds kRedraw{100}; // at most ten drawings a second
 constexpr int kMaxBarWidth = 30;
 constexpr int kMinBarWidth = 10;
 
@@ -167,11 +167,11 @@ void ProgressBar::Draw(const ProgressSnapshot& snapshot) {
   std::fflush(stream_);
   drawn_ = true;
   drawnWidth_ = std::max(drawnWidth_, line.size());
-  lastDrawMs_ = platform::TickCount64();
+  lastDraw_ = std::chrono::steady_clock::now();
 }
 
 void ProgressBar::Update(OrmaVideoHandle vv, double percent) {
-  if (drawn_ && platform::TickCount64() - lastDrawMs_ < kRedrawMs) return;
+  if (drawn_ && std::chrono::steady_clock::now() - lastDraw_ < kRedraw) return;
   Draw(Measure(vv, percent));
 }
 

@@ -8,6 +8,7 @@
 // no escape sequence, the old text overwritten with blanks.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -84,7 +85,10 @@ private:
   ProgressRange range_;
   uint64_t runStartMs_; ///< when the run started: the time shown
   uint64_t startedMs_;  ///< when the bar was made: the export's start
-  uint64_t lastDrawMs_ = 0;
+  // When the line was last drawn, on a clock of its own: the tick count
+  // (GetTickCount64 on Windows) advances in steps of about 16 ms there, and
+  // read from it, 110 ms could count as 94 and a due redraw was skipped.
+  std::chrono::steady_clock::time_point lastDraw_{};
   bool drawn_ = false;    ///< a line is on the terminal now
   size_t drawnWidth_ = 0; ///< widest line drawn, for blanking in plain text
 };

@@ -129,3 +129,12 @@ inline std::string TestPipeName(const std::string& posixPath) {
   return posixPath;
 #endif
 }
+
+/// `name` as it is written inside a JSON string: a Windows pipe name's
+/// backslashes doubled.
+inline std::string PipeNameInJson(const std::string& name) {
+  std::string text;
+  for (char c : name)
+    text += c == '\\' ? std::string("\\\\") : std::string(1, c);
+  return text;
+}

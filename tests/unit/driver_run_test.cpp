@@ -81,11 +81,8 @@ TEST_F(RunDriverTest, OneArgumentThatIsNoThemeRequestIsExportedAsDraft) {
 TEST_F(RunDriverTest, PreviewCommandWithWindowGoesThroughThemeStep) {
   std::string draft = Write("d.json", kDraft);
   const std::string pipe = TestPipeName(folder_ + "/x");
-  std::string pipeInJson; // a Windows pipe name's backslashes escaped
-  for (char c : pipe)
-    pipeInJson += c == '\\' ? std::string("\\\\") : std::string(1, c);
-  std::string preview =
-      Write("p.json", R"({"type": "ThemesPreview", "hWnd": "1A2B", "pipeName": ")" + pipeInJson + R"("})");
+  std::string preview = Write("p.json", R"({"type": "ThemesPreview", "hWnd": "1A2B", "pipeName": ")" +
+                                            PipeNameInJson(pipe) + R"("})");
   StoppingPipe application(pipe);
   testing::internal::CaptureStderr();
   EXPECT_EQ(Run({draft, preview}), 1);

@@ -56,6 +56,20 @@ TEST_F(PreviewRun, APipeNameIsOpenedAsItIsWritten) {
   EXPECT_EQ(preview::PipePath("\\\\.\\pipe\\orma_1"), "\\\\.\\pipe\\orma_1");
   EXPECT_EQ(preview::PipePath("relative name"), "relative name");
 }
+
+// Windows itself compares pipe names without case, so the program passes
+// the name on as it is and "\\.\PIPE\" reaches a pipe made as "\\.\pipe\".
+TEST_F(PreviewRun, TheWindowsPipePrefixIsRecognisedInAnyCase) {
+  const std::string name = TestPipeName("");
+  AppPipe app;
+  ASSERT_TRUE(app.Host(name));
+  std::string upper = name;
+  upper.replace(upper.find("pipe"), 4, "PIPE");
+  preview::PipeHandle served{};
+  ASSERT_EQ(preview::ConnectPipe(upper.c_str(), &served), 0);
+  EXPECT_TRUE(app.Accept());
+  EXPECT_EQ(preview::ClosePipe(served), 0);
+}
 #else
 TEST_F(PreviewRun, AWindowsPipeNameBecomesASocketInTheRuntimeFolder) {
   EXPECT_EQ(preview::PipePath("\\\\.\\pipe\\orma_1"), folder_ + "/orma_1");
@@ -64,13 +78,13 @@ TEST_F(PreviewRun, AWindowsPipeNameBecomesASocketInTheRuntimeFolder) {
   EXPECT_EQ(preview::PipePath("/run/app/control"), "/run/app/control");
   EXPECT_EQ(preview::PipePath("relative name"), "relative name");
 }
-#endif
 
 TEST_F(PreviewRun, TheWindowsPipePrefixIsRecognisedInAnyCase) {
   EXPECT_EQ(preview::PipePath("\\\\.\\PIPE\\orma_1"), folder_ + "/orma_1");
   EXPECT_EQ(preview::PipePath("\\\\.\\Pipe\\Orma_1"), folder_ + "/Orma_1"); // the name keeps its case
   EXPECT_EQ(preview::PipePath("\\\\.\\pipes\\orma_1"), "\\\\.\\pipes\\orma_1");
 }
+#endif
 
 TEST_F(PreviewRun, APipeThatDoesNotExistEndsTheControlThreadWithItsError) {
   std::snprintf(command_.pipeName, sizeof(command_.pipeName), "\\\\.\\pipe\\nobody");

@@ -250,9 +250,10 @@ TEST_F(ThemeMessagesTest, ATemplateRequestWithAPreviewCommandIsFilledAndThenPrev
   FakeTable()["a.mp4"] = {3};
   WriteTheme("Sample", Theme(3, {Slot("p1.mp4", 0, 3)}, {Scene("p1.mp4", 3)}));
   std::string request = WriteRequest("Sample", {"a.mp4"});
-  const std::string pipe = folder_.Join("app");
-  const std::string preview = folder_.Write(
-      "preview.json", R"({"type": "ThemesPreview", "hWnd": "0x1A2B", "pipeName": ")" + pipe + R"("})");
+  const std::string pipe = TestPipeName(folder_.Join("app"));
+  const std::string preview =
+      folder_.Write("preview.json", R"({"type": "ThemesPreview", "hWnd": "0x1A2B", "pipeName": ")" +
+                                        PipeNameInJson(pipe) + R"("})");
   StoppingPipe application(pipe);
   std::vector<std::string> args = {"ormadraft", request, preview};
   std::vector<char*> argv;
