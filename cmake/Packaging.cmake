@@ -78,7 +78,11 @@ install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/packaging/co
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME ormadraft)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(CPACK_PACKAGE_CONTACT "ormadraft developers <ormadraft@example.org>")
+# The package's Maintainer: the project, not a person. The project has no
+# mail address of its own yet; whoever publishes the package sets theirs here.
+set(ORMA_PACKAGE_MAINTAINER "ormadraft project <ormadraft@example.org>"
+    CACHE STRING "Maintainer field of the Debian package")
+set(CPACK_PACKAGE_CONTACT "${ORMA_PACKAGE_MAINTAINER}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "renders video-editing drafts to video files")
 # The extended description; CPack puts the summary above it.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION

@@ -43,6 +43,8 @@ check "dependencies come from the linked libraries (MLT)" $(grep -q 'libmlt7' <<
 check "dependencies come from the linked libraries (FFmpeg)" $(grep -qE 'libavformat[0-9]+' <<<"$depends"; echo $?)
 check "dependencies come from the linked libraries (cJSON)" $(grep -qE 'libcjson1' <<<"$depends"; echo $?)
 check "the section is video" $(grep -qx 'Section: video' <<<"$control"; echo $?)
+maintainer=$(dpkg-deb -f "$deb" Maintainer)
+check "the maintainer is the project ($maintainer)" $([[ $maintainer == "ormadraft project <"*">" ]]; echo $?)
 
 # ---- Its files ----
 root="$WORK/root dir"
@@ -62,6 +64,10 @@ for folder in "$SOURCE"/resources/*/; do
 done
 check "the manual is installed" $(zcat "$root/usr/share/man/man1/ormadraft.1.gz" | grep -q '^\.SH EXIT STATUS'; echo $?)
 check "README, copyright and changelog are installed" $(cd "$root/usr/share/doc/ormadraft" && [ -f README.md ] && [ -f copyright ] && [ -f changelog.gz ]; echo $?)
+copyright="$root/usr/share/doc/ormadraft/copyright"
+check "the copyright file gives GPL-3.0-or-later for every file" $(awk '/^Files: \*$/ { f = 1; next } f && /^License:/ { print $2; exit }' "$copyright" | grep -qx 'GPL-3.0-or-later'; echo $?)
+check "the copyright file points to the GPL 3 text" $(grep -q '/usr/share/common-licenses/GPL-3' "$copyright"; echo $?)
+check "the repository's LICENSE is the GPL 3 text" $(cmp -s "$SOURCE/LICENSE" /usr/share/common-licenses/GPL-3; echo $?)
 link="$private/orma-mlt-modules/libmltcore.so"
 target=$(readlink "$link")
 check "the MLT module link is relative" $([ -n "$target" ] && [ "${target#/}" = "$target" ]; echo $?)
