@@ -153,6 +153,25 @@ enable_sources() {
   fi
 }
 
+# A recipe whose source the mirror no longer holds for the machine's release
+# names the next Debian release (NEXT_SUITE); its source is then fetched
+# through apt with a private list and state, so that the index is checked
+# against Debian's keyring as usual and the machine's own lists stay as
+# they are. The address is that of the machine's first Debian entry.
+fetch_from_suite() {
+  local pkg=$1 suite=$2 dir=$cache/apt-$2 opts
+  mkdir -p "$dir/parts" "$dir/lists/partial"
+  awk -v RS= -v suite="$suite" 'NR == 1 { sub(/Suites:[^\n]*/, "Suites: " suite); print; exit }' "$src_list" \
+    >"$dir/parts/next.sources"
+  opts=(-o Dir::Etc::SourceList=/dev/null -o Dir::Etc::SourceParts="$dir/parts" -o Dir::State::Lists="$dir/lists"
+    -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=)
+  say "$pkg: fetching the source of Debian's $suite instead"
+  apt-get "${opts[@]}" update -qq >/dev/null 2>&1 || { say "$pkg: the $suite source index could not be read"; return 1; }
+  (cd "$sources/$pkg" && apt-get "${opts[@]}" source --download-only "$pkg" >/dev/null 2>&1) && return 0
+  rm -f "$sources/$pkg"/*
+  return 1
+}
+
 # Unpacks the newest downloaded version of a source package (with Debian's
 # patches applied) into a fresh folder.
 unpack_source() {
@@ -178,6 +197,9 @@ unpack_source() {
       say "$pkg $version: not on the mirror, trying an older version"
       rm -f "$sources/$pkg"/*
     done
+    if [ -z "$fetched" ] && [ -n "${NEXT_SUITE:-}" ] && fetch_from_suite "$pkg" "$NEXT_SUITE"; then
+      fetched=$NEXT_SUITE
+    fi
     [ -n "$fetched" ] || { say "$pkg: no version of the source package could be fetched"; return 1; }
   fi
   rm -rf "$dest"
@@ -208,7 +230,7 @@ for lib in "${todo[@]}"; do
   fi
   start=$(date +%s)
   rm -f "$stamps/$lib"
-  unset SOURCE DEPS SRC_SUBDIR
+  unset SOURCE DEPS SRC_SUBDIR NEXT_SUITE
   unset -f build
   source "$(recipe_file "$lib")"
   say "$lib: fetching and unpacking $SOURCE"
