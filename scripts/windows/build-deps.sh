@@ -47,7 +47,8 @@ mkdir -p "$cache" "$prefix" "$stamps" "$sources" "$work"
 say() { echo "[build-deps $(date -u +%H:%M:%S)] $*" | tee -a "$log" >&2; }
 
 # ---- recipes --------------------------------------------------------------
-# A recipe file sets SOURCE (Debian source package), DEPS (libraries it is
+# A recipe file sets SOURCE (Debian source package) or LOCAL (a folder of
+# scripts/windows/ with sources of this repository), DEPS (libraries it is
 # built against) and defines build(), run in the unpacked source folder.
 recipe_file() { ls "$here"/recipes/[0-9]*-"$1".sh 2>/dev/null | head -1; }
 all_libraries() { ls "$here"/recipes/[0-9]*-*.sh | sed 's|.*/[0-9]*-||; s|\.sh$||'; }
@@ -58,6 +59,10 @@ library_key() {
   local lib=$1 dep text
   if [ -z "${key_of[$lib]:-}" ]; then
     text=$(cat "$(recipe_file "$lib")")
+    # A recipe built from files of this repository (LOCAL) depends on them too.
+    local folder
+    folder=$(source "$(recipe_file "$lib")" && echo "${LOCAL:-}")
+    if [ -n "$folder" ]; then text+=$(cat "$here/$folder"/*); fi
     # Meson's cross file matters to the Meson builds only.
     if grep -q meson_build "$(recipe_file "$lib")"; then text+=$(cat "$here/meson-cross.ini.in"); fi
     for dep in $(recipe_deps "$lib"); do text+=$(library_key "$dep"); done
@@ -230,11 +235,13 @@ for lib in "${todo[@]}"; do
   fi
   start=$(date +%s)
   rm -f "$stamps/$lib"
-  unset SOURCE DEPS SRC_SUBDIR NEXT_SUITE
+  unset SOURCE DEPS SRC_SUBDIR NEXT_SUITE LOCAL
   unset -f build
   source "$(recipe_file "$lib")"
-  say "$lib: fetching and unpacking $SOURCE"
-  if ! unpack_source "$SOURCE" "$work/$lib"; then
+  if [ -n "${LOCAL:-}" ]; then
+    rm -rf "${work:?}/$lib"
+    cp -r "$here/$LOCAL" "$work/$lib"
+  elif say "$lib: fetching and unpacking $SOURCE" && ! unpack_source "$SOURCE" "$work/$lib"; then
     [ "${KEEP_GOING:-0}" = 1 ] || exit 1
     failed[$lib]=1
     continue

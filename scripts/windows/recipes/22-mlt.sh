@@ -5,7 +5,7 @@
 # and module layout the engine is written against.
 SOURCE=mlt
 NEXT_SUITE=trixie
-DEPS=""
+DEPS="wincompat"
 build() {
   local off=""
   for m in AVFORMAT DECKLINK FREI0R GDK GLAXNIMATE GLAXNIMATE_QT6 JACKRACK KDENLIVE MOVIT NDI NORMALIZE \
