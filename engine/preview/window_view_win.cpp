@@ -61,7 +61,7 @@ bool RegisterViewClass() {
     c.cbSize = sizeof c;
     c.lpfnWndProc = ViewProcedure;
     c.hInstance = GetModuleHandleW(nullptr);
-    c.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    c.hCursor = LoadCursor(nullptr, IDC_ARROW);
     c.lpszClassName = kClassName;
     return RegisterClassExW(&c) != 0 || GetLastError() == ERROR_CLASS_ALREADY_EXISTS;
   }();

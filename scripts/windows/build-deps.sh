@@ -13,6 +13,7 @@
 #
 #   build-deps.sh [LIBRARY|program|all ...]   build (default: all)
 #   build-deps.sh --prefix                     print the prefix and stop
+#   build-deps.sh --status [LIBRARY|all ...]   exit 0 when they are all built
 #   KEEP_GOING=1 build-deps.sh ...             go on past a failed library
 #
 # "program" is what the program's own tests need (cJSON, GoogleTest). The
@@ -42,6 +43,11 @@ if [ "${1:-}" = "--prefix" ]; then
   echo "$prefix"
   exit 0
 fi
+status_only=0
+if [ "${1:-}" = "--status" ]; then
+  status_only=1
+  shift
+fi
 
 mkdir -p "$cache" "$prefix" "$stamps" "$sources" "$work"
 say() { echo "[build-deps $(date -u +%H:%M:%S)] $*" | tee -a "$log" >&2; }
@@ -55,21 +61,25 @@ all_libraries() { ls "$here"/recipes/[0-9]*-*.sh | sed 's|.*/[0-9]*-||; s|\.sh$|
 recipe_deps() { (source "$(recipe_file "$1")" && echo "${DEPS:-}"); }
 
 declare -A key_of
-library_key() {
-  local lib=$1 dep text
-  if [ -z "${key_of[$lib]:-}" ]; then
-    text=$(cat "$(recipe_file "$lib")")
-    # A recipe built from files of this repository (LOCAL) depends on them too.
-    local folder
-    folder=$(source "$(recipe_file "$lib")" && echo "${LOCAL:-}")
-    if [ -n "$folder" ]; then text+=$(cat "$here/$folder"/*); fi
-    # Meson's cross file matters to the Meson builds only.
-    if grep -q meson_build "$(recipe_file "$lib")"; then text+=$(cat "$here/meson-cross.ini.in"); fi
-    for dep in $(recipe_deps "$lib"); do text+=$(library_key "$dep"); done
-    key_of[$lib]=$(echo "$text" | sha256sum | cut -c1-16)
-  fi
-  echo "${key_of[$lib]}"
+# Computed in this shell (not in a command substitution), so that each
+# library's key is worked out once however many libraries build on it.
+compute_key() {
+  local lib=$1 dep text folder
+  [ -n "${key_of[$lib]:-}" ] && return
+  text=$(cat "$(recipe_file "$lib")")
+  # A recipe built from files of this repository (LOCAL) depends on them too.
+  folder=$(source "$(recipe_file "$lib")" && echo "${LOCAL:-}")
+  if [ -n "$folder" ]; then text+=$(cat "$here/$folder"/*); fi
+  # Meson's cross file matters to the Meson builds only.
+  if grep -q meson_build "$(recipe_file "$lib")"; then text+=$(cat "$here/meson-cross.ini.in"); fi
+  for dep in $(recipe_deps "$lib"); do
+    compute_key "$dep"
+    text+=${key_of[$dep]}
+  done
+  key_of[$lib]=$(echo "$text" | sha256sum | cut -c1-16)
 }
+library_key() { echo "${key_of[$1]}"; }
+for lib in $(all_libraries); do compute_key "$lib"; done
 
 # The requested libraries and everything they build on, in recipe order.
 declare -A wanted
@@ -93,6 +103,12 @@ for lib in $(all_libraries); do
   [ -n "${wanted[$lib]:-}" ] || continue
   if [ "$(cat "$stamps/$lib" 2>/dev/null)" != "$(library_key "$lib")" ]; then todo+=("$lib"); fi
 done
+if [ $status_only = 1 ]; then
+  # Only whether the prefix is complete: nothing is installed or built.
+  if [ ${#todo[@]} -eq 0 ]; then exit 0; fi
+  echo "not built in $prefix: ${todo[*]}"
+  exit 1
+fi
 if [ ${#todo[@]} -eq 0 ]; then
   say "up to date: $prefix"
   exit 0
@@ -224,7 +240,7 @@ say "prefix $prefix; to build: ${todo[*]}"
 total_start=$(date +%s)
 # A library that fails stops the run, or with KEEP_GOING=1 only the
 # libraries built on it, so that one run shows every failing recipe.
-declare -A failed
+declare -A failed=()
 for lib in "${todo[@]}"; do
   blocked=""
   for dep in $(recipe_deps "$lib"); do [ -n "${failed[$dep]:-}" ] && blocked+=" $dep"; done

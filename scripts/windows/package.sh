@@ -45,7 +45,8 @@ cp "$build/orma-mlt-modules/libmltcore.dll" "$program/orma-mlt-modules/"
 # ---- the DLLs they import, recursively --------------------------------------
 runtime=$(realpath "$(dirname "$($host-g++-posix -print-file-name=libstdc++-6.dll)")")
 threads=$(realpath "$(dirname "$($host-g++-posix -print-file-name=libwinpthread-1.dll)")")
-search=("$prefix/bin" "$prefix/lib" "$runtime" "$threads")
+# MLT installs its DLLs at the top of the prefix.
+search=("$prefix/bin" "$prefix" "$prefix/lib" "$runtime" "$threads")
 # What every Windows has (Wine ships its own builds of the same names).
 wine_system=/usr/lib/x86_64-linux-gnu/wine/x86_64-windows
 is_system() {
