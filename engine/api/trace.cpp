@@ -1,13 +1,11 @@
 #include "engine/api/trace.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 
+#include "engine/core/files.h"
 #include "engine/core/log.h"
 
 namespace orma {
@@ -110,16 +108,8 @@ void TraceCall(const char* function, const TraceArgs& args, const std::string& r
   using namespace std::chrono;
   long long ms = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
   std::string line = std::to_string(ms) + " " + function + "(" + args.str() + ") = " + result + "\n";
-  // One write() on an O_APPEND descriptor per line keeps lines of different
-  // threads whole.
-  int fd = ::open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-  if (fd < 0) {
+  if (!AppendText(path, line))
     LogOnce("trace-open", std::string("cannot open the trace file named by ORMA_TRACE: ") + path);
-    return;
-  }
-  ssize_t written = ::write(fd, line.data(), line.size());
-  (void)written;
-  ::close(fd);
 }
 
 } // namespace orma

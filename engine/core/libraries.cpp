@@ -5,15 +5,13 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
-#include <dlfcn.h>
-#include <sys/stat.h>
-
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 
+#include "engine/core/files.h"
 #include "engine/core/log.h"
 
 namespace orma {
@@ -51,17 +49,21 @@ void AvLogCallback(void* avcl, int level, const char* format, va_list args) {
   if (gVerbose) std::fprintf(stderr, "[ffmpeg] %s", buffer);
 }
 
-// The folder of module links that the build puts beside libOrmaCore.so.
+// The folder of modules that the build puts beside the core library: links
+// to MLT's own module files on Linux, the module DLLs themselves in the
+// Windows package.
 std::string ModuleFolder() {
-  Dl_info info;
-  if (!dladdr(reinterpret_cast<void*>(&EnsureMlt), &info) || !info.dli_fname) return "";
-  std::string lib(info.dli_fname);
-  size_t slash = lib.rfind('/');
-  std::string folder =
-      (slash == std::string::npos ? std::string(".") : lib.substr(0, slash)) + "/orma-mlt-modules";
+  std::string library = LibraryFolder();
+  if (library.empty()) return "";
+  std::string folder = library + "/orma-mlt-modules";
+#if defined(_WIN32)
+  const char* const kCoreModule = "/libmltcore.dll";
+#else
+  const char* const kCoreModule = "/libmltcore.so";
+#endif
   // A link left dangling (MLT moved or removed) leaves MLT's own folder.
-  struct stat st;
-  if (stat((folder + "/libmltcore.so").c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return "";
+  std::string error;
+  if (ResolvedRegularFile(folder + kCoreModule, &error).empty()) return "";
   return folder;
 }
 

@@ -9,21 +9,18 @@ extern "C" {
 #include <libavutil/hwcontext.h>
 }
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <vector>
 
 #include "engine/core/av_handles.h"
 #include "engine/core/log.h"
 #include "engine/encode/export_run.h"
+#include "engine/media/video_decoder.h"
 #include "engine/model/model.h"
 
 namespace orma {
 
 namespace {
-
-const char* const kRenderNode = "/dev/dri/renderD128";
 
 bool HardwareDevice(AVHWDeviceType type, const char* device) {
   AVBufferRef* ref = nullptr;
@@ -192,8 +189,8 @@ int32_t ChooseCodecs(const ExportSettings& s, const std::string& target, CodecCh
 
 bool UseHardwareDecoding(const ExportSettings& s) {
   if (s.hwDecoder == 0) return false;
-  if (access(kRenderNode, R_OK) == 0 && HardwareDevice(AV_HWDEVICE_TYPE_VAAPI, kRenderNode)) {
-    LogOnce("hw-decoder-used", "decoding with VA-API");
+  if (const HardwareDecoding* hardware = AvailableHardwareDecoding()) {
+    LogOnce("hw-decoder-used", std::string("decoding with ") + hardware->name);
     return true;
   }
   LogOnce("hw-decoder", "no hardware decoder on this machine; decoding in software");

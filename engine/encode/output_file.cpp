@@ -1,17 +1,8 @@
 #include "engine/encode/output_file.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <climits>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
+#include "engine/core/files.h"
 #include "engine/core/log.h"
 
 namespace orma {
@@ -24,7 +15,7 @@ struct TargetParts {
 
 TargetParts Split(const std::string& target) {
   TargetParts p;
-  size_t slash = target.rfind('/');
+  size_t slash = LastSeparator(target);
   p.folder = slash == std::string::npos ? "." : target.substr(0, slash);
   p.base = slash == std::string::npos ? target : target.substr(slash + 1);
   size_t dot = p.base.rfind('.');
@@ -46,67 +37,61 @@ long WriterOf(const std::string& name, const TargetParts& p) {
   return std::strtol(digits.c_str(), nullptr, 10);
 }
 
-bool Running(long pid) { return pid > 0 && (kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM); }
+// The folder and name joined with the separator the target itself uses.
+std::string InFolder(const std::string& target, const TargetParts& p, const std::string& name) {
+  size_t slash = LastSeparator(target);
+  char separator = slash == std::string::npos ? '/' : target[slash];
+  return p.folder + separator + name;
+}
 
 } // namespace
 
-std::string AbsolutePath(const std::string& path) {
-  if (!path.empty() && path[0] == '/') return path;
-  char cwd[PATH_MAX];
-  if (!getcwd(cwd, sizeof cwd)) return path;
-  return std::string(cwd) + "/" + path;
-}
-
 std::string TemporaryOutputPath(const std::string& target) {
   TargetParts p = Split(target);
-  return p.folder + "/." + p.base + "." + std::to_string(getpid()) + ".part" + p.extension;
+  return InFolder(target, p, "." + p.base + "." + std::to_string(ProcessId()) + ".part" + p.extension);
 }
 
 int RemoveStaleTemporaries(const std::string& target) {
   TargetParts p = Split(target);
-  DIR* dir = opendir(p.folder.c_str());
-  if (!dir) return 0;
   int removed = 0;
-  while (dirent* entry = readdir(dir)) {
-    long pid = WriterOf(entry->d_name, p);
-    if (pid < 0 || pid == getpid() || Running(pid)) continue;
-    std::string path = p.folder + "/" + entry->d_name;
-    if (unlink(path.c_str()) == 0) {
+  for (const std::string& name : FolderEntries(p.folder)) {
+    long pid = WriterOf(name, p);
+    if (pid < 0 || pid == ProcessId() || ProcessRunning(pid)) continue;
+    std::string path = InFolder(target, p, name);
+    if (RemoveFileAt(path)) {
       LogText("removed " + path + ", left by an export that did not end (process " + std::to_string(pid) +
               ")");
       ++removed;
     }
   }
-  closedir(dir);
   return removed;
 }
 
 PartFile::~PartFile() {
-  if (!path_.empty() && !placed_) ::unlink(path_.c_str());
+  if (!path_.empty() && !placed_) RemoveFileAt(path_);
 }
 
 bool PartFile::Create(const std::string& target, std::string* cause) {
-  struct stat st;
-  if (stat(target.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) {
+  if (IsFolder(target)) {
     *cause = "cannot write " + target + ": it is a folder";
     return false;
   }
   RemoveStaleTemporaries(target);
   std::string temp = TemporaryOutputPath(target);
-  int fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (fd < 0) {
-    *cause = "cannot write " + target + ": " + std::strerror(errno);
+  std::string why;
+  if (!CreateEmptyFile(temp, &why)) {
+    *cause = "cannot write " + target + ": " + why;
     return false;
   }
-  ::close(fd);
   target_ = target;
   path_ = temp;
   return true;
 }
 
 bool PartFile::Place(std::string* cause) {
-  if (std::rename(path_.c_str(), target_.c_str()) != 0) {
-    *cause = "cannot move the video to " + target_ + ": " + std::strerror(errno);
+  std::string why;
+  if (!ReplaceFile(path_, target_, &why)) {
+    *cause = "cannot move the video to " + target_ + ": " + why;
     return false;
   }
   placed_ = true;

@@ -14,11 +14,9 @@
 
 #include <string>
 
-namespace orma {
+#include "engine/core/files.h"
 
-/// `path` as an absolute path: a relative one is taken from the working
-/// folder (the export runs with the caller's).
-std::string AbsolutePath(const std::string& path);
+namespace orma {
 
 /// The temporary file one export writes its video to. Removed again when
 /// it goes, unless Place has put it at the target.

@@ -6,13 +6,7 @@ extern "C" {
 #include <libavutil/dict.h>
 }
 
-#include <fcntl.h>
-#include <limits.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cctype>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <list>
@@ -20,6 +14,7 @@ extern "C" {
 #include <mutex>
 
 #include "engine/core/av_handles.h"
+#include "engine/core/files.h"
 #include "engine/core/libraries.h"
 #include "engine/media/picture_limits.h"
 #include "platform/platform.h"
@@ -140,21 +135,7 @@ std::string ResolveLocalFile(const char* path, std::string* error) {
     *error = "not a local file (the " + protocol + " protocol): " + native;
     return "";
   }
-  char resolved[PATH_MAX];
-  if (!realpath(native.c_str(), resolved)) {
-    *error = native + ": " + std::strerror(errno);
-    return "";
-  }
-  struct stat st;
-  if (stat(resolved, &st) != 0 || !S_ISREG(st.st_mode)) {
-    *error = native + ": not a regular file";
-    return "";
-  }
-  if (access(resolved, R_OK) != 0) {
-    *error = native + ": " + std::strerror(errno);
-    return "";
-  }
-  return resolved;
+  return ResolvedRegularFile(native, error);
 }
 
 namespace {
@@ -304,25 +285,9 @@ MediaProbe ProbeFile(const std::string& file, bool decode) {
 
 // What identifies one version of a file: a file written again (or another
 // file moved into its place) differs in one of these.
-struct FileVersion {
-  dev_t device = 0;
-  ino_t inode = 0;
-  off_t size = 0;
-  timespec modified{};
-  timespec changed{};
-  bool operator==(const FileVersion& o) const {
-    return device == o.device && inode == o.inode && size == o.size && modified.tv_sec == o.modified.tv_sec &&
-           modified.tv_nsec == o.modified.tv_nsec && changed.tv_sec == o.changed.tv_sec &&
-           changed.tv_nsec == o.changed.tv_nsec;
-  }
-};
+using FileVersion = FileStamp;
 
-bool VersionOf(const std::string& file, FileVersion* v) {
-  struct stat st;
-  if (stat(file.c_str(), &st) != 0) return false;
-  *v = FileVersion{st.st_dev, st.st_ino, st.st_size, st.st_mtim, st.st_ctim};
-  return true;
-}
+bool VersionOf(const std::string& file, FileVersion* v) { return StampOf(file, v); }
 
 // Drafts name the same few files again and again (a two-camera edit cuts
 // between two clips hundreds of times), and each probe opens the file,

@@ -27,7 +27,6 @@ constexpr int kDecoderThreads = 1;
 // Broken packets tolerated in a row before a clip is given up on (a damaged
 // stretch of a file, or the B-frames before the first key frame).
 constexpr int kMaxDecodeErrors = 50;
-const char* const kRenderNode = "/dev/dri/renderD128";
 
 // Clockwise quarter turns that show the picture upright, from the display
 // matrix the file carries (phones record sideways and say so there).
@@ -84,13 +83,42 @@ AVPixelFormat WithoutFullRangeName(AVPixelFormat f) {
   }
 }
 
-AVPixelFormat PickVaapi(AVCodecContext*, const AVPixelFormat* offered) {
+AVPixelFormat PickHardware(AVCodecContext*, const AVPixelFormat* offered) {
+  const HardwareDecoding* hardware = AvailableHardwareDecoding();
   for (const AVPixelFormat* p = offered; *p != AV_PIX_FMT_NONE; ++p)
-    if (*p == AV_PIX_FMT_VAAPI) return *p;
+    if (hardware && *p == hardware->format) return *p;
   return offered[0];
 }
 
+bool Opens(const HardwareDecoding& h) {
+  AVBufferRef* ref = nullptr;
+  if (av_hwdevice_ctx_create(&ref, h.type, h.device, nullptr, 0) < 0) return false;
+  BufferPtr opened(ref); // only tried, not kept
+  return true;
+}
+
 } // namespace
+
+const HardwareDecoding* AvailableHardwareDecoding() {
+#if defined(_WIN32)
+  static const HardwareDecoding kChoices[] = {
+      {"Direct3D 11", AV_HWDEVICE_TYPE_D3D11VA, nullptr, AV_PIX_FMT_D3D11},
+      {"DXVA2", AV_HWDEVICE_TYPE_DXVA2, nullptr, AV_PIX_FMT_DXVA2_VLD},
+  };
+#else
+  static const HardwareDecoding kChoices[] = {
+      {"VA-API", AV_HWDEVICE_TYPE_VAAPI, "/dev/dri/renderD128", AV_PIX_FMT_VAAPI},
+  };
+#endif
+  // Opening a device is slow (tens of milliseconds), and the machine's
+  // devices do not change during a run: asked once.
+  static const HardwareDecoding* const available = []() -> const HardwareDecoding* {
+    for (const HardwareDecoding& h : kChoices)
+      if (Opens(h)) return &h;
+    return nullptr;
+  }();
+  return available;
+}
 
 struct VideoDecoder::State {
   MediaProbe probe;
@@ -244,7 +272,8 @@ struct VideoDecoder::State {
   std::shared_ptr<Decoded> Wrap(AVFrame* picture, std::string* error) {
     AVFrame* f = picture;
     FramePtr fromHardware;
-    if (f->format == AV_PIX_FMT_VAAPI) {
+    const HardwareDecoding* hardware = AvailableHardwareDecoding();
+    if (hardware && f->format == hardware->format) {
       fromHardware.reset(av_frame_alloc());
       if (!fromHardware || av_hwframe_transfer_data(fromHardware.get(), f, 0) < 0) {
         *error = probe.path + ": cannot fetch a picture from the hardware decoder";
@@ -346,10 +375,11 @@ std::unique_ptr<VideoDecoder> VideoDecoder::Open(const MediaProbe& probe, Ration
   decoder->thread_count = kDecoderThreads;
   decoder->pkt_timebase = st->time_base;
   AVBufferRef* device = nullptr;
-  if (hardware && av_hwdevice_ctx_create(&device, AV_HWDEVICE_TYPE_VAAPI, kRenderNode, nullptr, 0) >= 0) {
+  const HardwareDecoding* platform = hardware ? AvailableHardwareDecoding() : nullptr;
+  if (platform && av_hwdevice_ctx_create(&device, platform->type, platform->device, nullptr, 0) >= 0) {
     s->hwDevice.reset(device);
     decoder->hw_device_ctx = av_buffer_ref(device);
-    decoder->get_format = PickVaapi;
+    decoder->get_format = PickHardware;
   }
   int rc = s->in.Start();
   if (rc < 0) {

@@ -10,6 +10,11 @@
 // refers to (the disposable B-frames of most H.264 and HEVC files).
 #pragma once
 
+extern "C" {
+#include <libavutil/hwcontext.h>
+#include <libavutil/pixfmt.h>
+}
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -20,6 +25,18 @@
 #include "engine/picture/image.h"
 
 namespace orma {
+
+/// The hardware decoding this platform offers through FFmpeg: VA-API on the
+/// render node on Linux, Direct3D 11 on Windows (DXVA2 where it is missing).
+struct HardwareDecoding {
+  const char* name;      ///< for the log line
+  AVHWDeviceType type;
+  const char* device;    ///< device to open, or null for the default
+  AVPixelFormat format;  ///< the decoder's frames in that device's memory
+};
+/// The first that opens on this machine, or null.
+const HardwareDecoding* AvailableHardwareDecoding();
+
 
 /// A decoded picture at its own size: 4:2:0 planes (a reference to the
 /// decoder's frame, or a converted copy), or packed RGBA for sources with
@@ -42,7 +59,7 @@ class VideoDecoder {
 public:
   /// Opens the picture stream of a clip the probe accepted. `fps` is the
   /// rate positions are counted in; `canvasMatrix` the colour matrix taken
-  /// for a file that declares none; `hardware` asks for VA-API decoding
+  /// for a file that declares none; `hardware` asks for the platform's hardware decoding
   /// where the machine has it. Null with *error on failure.
   static std::unique_ptr<VideoDecoder> Open(const MediaProbe& probe, Rational fps, int canvasMatrix,
                                             bool hardware, std::string* error);

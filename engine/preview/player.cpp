@@ -2,7 +2,10 @@
 // table by video, living from OrmaPreview to "stop".
 #include "engine/preview/player.h"
 
+#if !defined(_WIN32)
 #include <pthread.h>
+#include <signal.h>
+#endif
 
 #include <algorithm>
 #include <chrono>
@@ -295,10 +298,12 @@ void Player::Run() {
   // default action would end the process before Xlib could report the loss
   // (window_view.h); blocked here, the signal stays pending on this thread
   // and the write just fails.
+#if !defined(_WIN32)
   sigset_t pipeSignal;
   sigemptyset(&pipeSignal);
   sigaddset(&pipeSignal, SIGPIPE);
   pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
+#endif
   std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
     while (!commands_.empty()) {

@@ -1,19 +1,21 @@
 // Where a preview's pictures are shown: a window of the calling application,
-// named by its X11 window id, on the display that DISPLAY names.
+// named by its X11 window id on the display that DISPLAY names, or by its
+// HWND on Windows (window_view_x11.cpp, window_view_win.cpp).
 //
 // The view never draws on the caller's window itself: it makes one child
 // window of its own that fills it, shows every picture there scaled to fit
 // with the canvas' proportions kept (black bars around), follows the
 // caller's window when it is resized, and destroys only that child when it
-// is closed. Pictures are converted and scaled with libswscale (bilinear)
-// straight into a shared-memory image (MIT-SHM) that the X server copies
-// from, or into an ordinary image sent over the connection when the server
-// has no shared memory (a remote display).
+// is closed. Pictures are converted and scaled with libswscale (bilinear).
+// On X11 they go into a shared-memory image (MIT-SHM) that the X server
+// copies from, or into an ordinary image sent over the connection when the
+// server has no shared memory (a remote display); on Windows into a DIB
+// copied with GDI.
 //
-// A display that goes away (the X server ends, a remote session closes) never
-// ends the process, as Xlib's default handlers would: the view notes the
-// loss, logs it once, stops drawing and no longer uses the connection; the
-// player goes on without pictures.
+// A display that goes away (the X server ends, a remote session closes) or a
+// window that is destroyed never ends the process, as Xlib's default
+// handlers would: the view notes the loss, logs it once, stops drawing and
+// no longer uses the connection; the player goes on without pictures.
 //
 // All calls but Open come from one thread, the player's; Open hands the
 // connection over to it.

@@ -13,6 +13,7 @@
 #
 #   build-deps.sh [LIBRARY|program|all ...]   build (default: all)
 #   build-deps.sh --prefix                     print the prefix and stop
+#   build-deps.sh --status [LIBRARY|all ...]   exit 0 when they are all built
 #   KEEP_GOING=1 build-deps.sh ...             go on past a failed library
 #
 # "program" is what the program's own tests need (cJSON, GoogleTest). The
@@ -42,29 +43,43 @@ if [ "${1:-}" = "--prefix" ]; then
   echo "$prefix"
   exit 0
 fi
+status_only=0
+if [ "${1:-}" = "--status" ]; then
+  status_only=1
+  shift
+fi
 
 mkdir -p "$cache" "$prefix" "$stamps" "$sources" "$work"
 say() { echo "[build-deps $(date -u +%H:%M:%S)] $*" | tee -a "$log" >&2; }
 
 # ---- recipes --------------------------------------------------------------
-# A recipe file sets SOURCE (Debian source package), DEPS (libraries it is
+# A recipe file sets SOURCE (Debian source package) or LOCAL (a folder of
+# scripts/windows/ with sources of this repository), DEPS (libraries it is
 # built against) and defines build(), run in the unpacked source folder.
 recipe_file() { ls "$here"/recipes/[0-9]*-"$1".sh 2>/dev/null | head -1; }
 all_libraries() { ls "$here"/recipes/[0-9]*-*.sh | sed 's|.*/[0-9]*-||; s|\.sh$||'; }
 recipe_deps() { (source "$(recipe_file "$1")" && echo "${DEPS:-}"); }
 
 declare -A key_of
-library_key() {
-  local lib=$1 dep text
-  if [ -z "${key_of[$lib]:-}" ]; then
-    text=$(cat "$(recipe_file "$lib")")
-    # Meson's cross file matters to the Meson builds only.
-    if grep -q meson_build "$(recipe_file "$lib")"; then text+=$(cat "$here/meson-cross.ini.in"); fi
-    for dep in $(recipe_deps "$lib"); do text+=$(library_key "$dep"); done
-    key_of[$lib]=$(echo "$text" | sha256sum | cut -c1-16)
-  fi
-  echo "${key_of[$lib]}"
+# Computed in this shell (not in a command substitution), so that each
+# library's key is worked out once however many libraries build on it.
+compute_key() {
+  local lib=$1 dep text folder
+  [ -n "${key_of[$lib]:-}" ] && return
+  text=$(cat "$(recipe_file "$lib")")
+  # A recipe built from files of this repository (LOCAL) depends on them too.
+  folder=$(source "$(recipe_file "$lib")" && echo "${LOCAL:-}")
+  if [ -n "$folder" ]; then text+=$(cat "$here/$folder"/*); fi
+  # Meson's cross file matters to the Meson builds only.
+  if grep -q meson_build "$(recipe_file "$lib")"; then text+=$(cat "$here/meson-cross.ini.in"); fi
+  for dep in $(recipe_deps "$lib"); do
+    compute_key "$dep"
+    text+=${key_of[$dep]}
+  done
+  key_of[$lib]=$(echo "$text" | sha256sum | cut -c1-16)
 }
+library_key() { echo "${key_of[$1]}"; }
+for lib in $(all_libraries); do compute_key "$lib"; done
 
 # The requested libraries and everything they build on, in recipe order.
 declare -A wanted
@@ -88,6 +103,12 @@ for lib in $(all_libraries); do
   [ -n "${wanted[$lib]:-}" ] || continue
   if [ "$(cat "$stamps/$lib" 2>/dev/null)" != "$(library_key "$lib")" ]; then todo+=("$lib"); fi
 done
+if [ $status_only = 1 ]; then
+  # Only whether the prefix is complete: nothing is installed or built.
+  if [ ${#todo[@]} -eq 0 ]; then exit 0; fi
+  echo "not built in $prefix: ${todo[*]}"
+  exit 1
+fi
 if [ ${#todo[@]} -eq 0 ]; then
   say "up to date: $prefix"
   exit 0
@@ -153,6 +174,25 @@ enable_sources() {
   fi
 }
 
+# A recipe whose source the mirror no longer holds for the machine's release
+# names the next Debian release (NEXT_SUITE); its source is then fetched
+# through apt with a private list and state, so that the index is checked
+# against Debian's keyring as usual and the machine's own lists stay as
+# they are. The address is that of the machine's first Debian entry.
+fetch_from_suite() {
+  local pkg=$1 suite=$2 dir=$cache/apt-$2 opts
+  mkdir -p "$dir/parts" "$dir/lists/partial"
+  awk -v RS= -v suite="$suite" 'NR == 1 { sub(/Suites:[^\n]*/, "Suites: " suite); print; exit }' "$src_list" \
+    >"$dir/parts/next.sources"
+  opts=(-o Dir::Etc::SourceList=/dev/null -o Dir::Etc::SourceParts="$dir/parts" -o Dir::State::Lists="$dir/lists"
+    -o Dir::Cache::pkgcache= -o Dir::Cache::srcpkgcache=)
+  say "$pkg: fetching the source of Debian's $suite instead"
+  apt-get "${opts[@]}" update -qq >/dev/null 2>&1 || { say "$pkg: the $suite source index could not be read"; return 1; }
+  (cd "$sources/$pkg" && apt-get "${opts[@]}" source --download-only "$pkg" >/dev/null 2>&1) && return 0
+  rm -f "$sources/$pkg"/*
+  return 1
+}
+
 # Unpacks the newest downloaded version of a source package (with Debian's
 # patches applied) into a fresh folder.
 unpack_source() {
@@ -178,6 +218,9 @@ unpack_source() {
       say "$pkg $version: not on the mirror, trying an older version"
       rm -f "$sources/$pkg"/*
     done
+    if [ -z "$fetched" ] && [ -n "${NEXT_SUITE:-}" ] && fetch_from_suite "$pkg" "$NEXT_SUITE"; then
+      fetched=$NEXT_SUITE
+    fi
     [ -n "$fetched" ] || { say "$pkg: no version of the source package could be fetched"; return 1; }
   fi
   rm -rf "$dest"
@@ -197,7 +240,7 @@ say "prefix $prefix; to build: ${todo[*]}"
 total_start=$(date +%s)
 # A library that fails stops the run, or with KEEP_GOING=1 only the
 # libraries built on it, so that one run shows every failing recipe.
-declare -A failed
+declare -A failed=()
 for lib in "${todo[@]}"; do
   blocked=""
   for dep in $(recipe_deps "$lib"); do [ -n "${failed[$dep]:-}" ] && blocked+=" $dep"; done
@@ -208,11 +251,13 @@ for lib in "${todo[@]}"; do
   fi
   start=$(date +%s)
   rm -f "$stamps/$lib"
-  unset SOURCE DEPS SRC_SUBDIR
+  unset SOURCE DEPS SRC_SUBDIR NEXT_SUITE LOCAL
   unset -f build
   source "$(recipe_file "$lib")"
-  say "$lib: fetching and unpacking $SOURCE"
-  if ! unpack_source "$SOURCE" "$work/$lib"; then
+  if [ -n "${LOCAL:-}" ]; then
+    rm -rf "${work:?}/$lib"
+    cp -r "$here/$LOCAL" "$work/$lib"
+  elif say "$lib: fetching and unpacking $SOURCE" && ! unpack_source "$SOURCE" "$work/$lib"; then
     [ "${KEEP_GOING:-0}" = 1 ] || exit 1
     failed[$lib]=1
     continue

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs a Windows program of the cross build under Wine, the way the tests
 # need it: headless and quiet (no debug channels, no offer to install Mono
-# or Gecko), with the DLLs of the dependency prefix and of the MinGW-w64
+# or Gecko), with the DLLs of the dependency prefix (bin/, and its top for
+# MLT's) and of the MinGW-w64
 # runtime on its search path. CMake uses it as the emulator of the Windows
 # build's tests.
 #
@@ -24,7 +25,7 @@ deps=${ORMA_WINDOWS_PREFIX:-$(bash "$here/build-deps.sh" --prefix)}
 winpath() { echo "Z:$1" | tr / '\\'; }
 runtime=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libstdc++-6.dll)")
 threads=$(dirname "$(x86_64-w64-mingw32-g++-posix -print-file-name=libwinpthread-1.dll)")
-WINEPATH="$(winpath "$deps/bin");$(winpath "$(realpath "$runtime")");$(winpath "$(realpath "$threads")")"
+WINEPATH="$(winpath "$deps/bin");$(winpath "$deps");$(winpath "$(realpath "$runtime")");$(winpath "$(realpath "$threads")")"
 export WINEPATH
 
 if [ -z "${WINEPREFIX:-}" ]; then

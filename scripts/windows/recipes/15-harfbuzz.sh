@@ -2,6 +2,6 @@
 SOURCE=harfbuzz
 DEPS="freetype glib"
 build() {
-  meson_build -Dtests=disabled -Ddocs=disabled -Dglib=enabled -Dfreetype=enabled -Dcairo=disabled \
-    -Dgobject=disabled -Dicu=disabled -Dintrospection=disabled -Dutilities=disabled -Dbenchmark=disabled
+  meson_build -Dtests=disabled -Ddocs=disabled -Dglib=enabled -Dfreetype=enabled -Dcairo=disabled -Dchafa=disabled \
+    -Dgobject=disabled -Dicu=disabled -Dintrospection=disabled -Dbenchmark=disabled
 }

@@ -1,7 +1,11 @@
 # MLT 7: the engine's timeline. Only the framework and the core module are
 # built (the engine reads media with FFmpeg itself).
+# The mirror no longer holds the upstream tarball of the release's MLT
+# (7.12.0), so the next release's (7.30.0) is used: the same MLT 7 API
+# and module layout the engine is written against.
 SOURCE=mlt
-DEPS=""
+NEXT_SUITE=trixie
+DEPS="wincompat"
 build() {
   local off=""
   for m in AVFORMAT DECKLINK FREI0R GDK GLAXNIMATE GLAXNIMATE_QT6 JACKRACK KDENLIVE MOVIT NDI NORMALIZE \

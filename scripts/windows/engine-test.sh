@@ -1,0 +1,162 @@
+#!/usr/bin/env bash
+# The Windows program with its real engine, run under Wine (make
+# windows-test): the demo draft rendered by OrmaDraft.exe and by the Linux
+# program and compared frame by frame; the same draft in a Chinese-named
+# folder given with drive-letter paths under the 936 code page; a relative
+# draft name from the draft's own folder; a theme request filled from the
+# zip's layout; and the zip unpacked and run from another folder in a fresh
+# Wine prefix. Each case prints one line; the script fails when one fails.
+#
+#   engine-test.sh WINDOWS_BUILD LINUX_BUILD [ZIP]
+set -uo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+repo=$(cd "$here/../.." && pwd)
+win=$(cd "$1" && pwd)
+linux=$(cd "$2" && pwd)
+zip=${3:-}
+wine=${ORMA_WINE:-/usr/lib/wine/wine64}
+work=$(mktemp -d "${TMPDIR:-/tmp}/ormadraft-wintest-XXXXXX")
+export WINEPREFIX=$work/wine WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+export ORMA_WINDOWS_PREFIX=${ORMA_WINDOWS_PREFIX:-$(bash "$here/build-deps.sh" --prefix)}
+cleanup() {
+  "$(dirname "$wine")/wineserver" -k 2>/dev/null || true
+  rm -rf "$work"
+}
+trap cleanup EXIT
+"$wine" wineboot -i >/dev/null 2>&1 || true
+
+failed=0
+pass() { echo "PASS $*"; }
+fail() {
+  echo "FAIL $*"
+  failed=1
+}
+winpath() { echo "Z:$1" | tr / '\\'; }
+
+bash "$repo/scripts/demo-media.sh" >/dev/null
+media=$repo/out/demo-media
+
+# An export settings file like the demo's, writing to $1 (a path as the
+# program is to read it).
+settings() {
+  python3 - "$repo/examples/demo/export.json" "$1" <<'EOF'
+import json, sys
+s = json.load(open(sys.argv[1]))
+s["outUrl"] = sys.argv[2]
+print(json.dumps(s))
+EOF
+}
+
+# Frames, duration and the lowest PSNR of the second video against the
+# first, and the difference of their mean sound levels in dB.
+compare() {
+  local a=$1 b=$2 fa fb da db low la lb
+  fa=$(ffprobe -v error -count_frames -select_streams v:0 -show_entries stream=nb_read_frames -of csv=p=0 "$a")
+  fb=$(ffprobe -v error -count_frames -select_streams v:0 -show_entries stream=nb_read_frames -of csv=p=0 "$b")
+  da=$(ffprobe -v error -show_entries format=duration -of csv=p=0 "$a")
+  db=$(ffprobe -v error -show_entries format=duration -of csv=p=0 "$b")
+  ffmpeg -v error -i "$a" -i "$b" -lavfi "[0:v][1:v]psnr=stats_file=$work/psnr.log" -f null - || return 1
+  low=$(awk '{ for (i = 1; i <= NF; i++) if ($i ~ /^psnr_avg:/) { split($i, v, ":"); p = v[2] == "inf" ? 999 : v[2];
+              if (min == "" || p + 0 < min) min = p + 0 } } END { print min }' "$work/psnr.log")
+  la=$(ffmpeg -v info -i "$a" -af volumedetect -vn -f null - 2>&1 | sed -n 's/.*mean_volume: \(-*[0-9.]*\) dB/\1/p')
+  lb=$(ffmpeg -v info -i "$b" -af volumedetect -vn -f null - 2>&1 | sed -n 's/.*mean_volume: \(-*[0-9.]*\) dB/\1/p')
+  echo "frames $fa/$fb duration $da/$db lowest-psnr $low dB sound $la/$lb dB"
+  [ "$fa" = "$fb" ] && [ -n "$fa" ] || return 1
+  awk -v a="$da" -v b="$db" 'BEGIN { exit !(a - b < 0.05 && b - a < 0.05) }' || return 1
+  awk -v p="$low" 'BEGIN { exit !(p >= 40) }' || return 1
+  awk -v a="$la" -v b="$lb" 'BEGIN { exit !(a != "" && b != "" && a - b <= 1 && b - a <= 1) }' || return 1
+}
+
+# ---- the demo, Windows against Linux -----------------------------------------
+settings "$work/linux.mp4" >"$work/export-linux.json"
+(cd "$repo" && "$linux/ormadraft" "$repo/examples/demo/draft.json" "$work/export-linux.json" >"$work/linux.out" 2>&1)
+settings "$(winpath "$work/windows.mp4")" >"$work/export-win.json"
+(cd "$repo" && bash "$here/wine-run.sh" "$win/OrmaDraft.exe" "$(winpath "$repo/examples/demo/draft.json")" \
+  "$(winpath "$work/export-win.json")" >"$work/windows.out" 2>&1)
+if [ -s "$work/windows.mp4" ] && [ -s "$work/linux.mp4" ] && result=$(compare "$work/linux.mp4" "$work/windows.mp4"); then
+  pass "demo: OrmaDraft.exe renders the demo as the Linux program does ($result)"
+else
+  fail "demo: ${result:-no video}; last lines of OrmaDraft.exe: $(tail -3 "$work/windows.out" | tr '\n' ' ')"
+fi
+if grep -q "export success!" "$work/windows.out"; then
+  pass "demo: the result line says export success!"
+else
+  fail "demo: no success line: $(tail -1 "$work/windows.out")"
+fi
+
+# ---- a Chinese folder under the 936 code page, drive-letter paths ------------
+cn=$work/视频草稿
+mkdir -p "$cn/素材"
+cp "$media"/* "$cn/素材/"
+python3 - "$repo/examples/demo/draft.json" "$cn/草稿.json" <<'EOF'
+import json, sys
+d = json.load(open(sys.argv[1], encoding="utf-8"))
+text = json.dumps(d, ensure_ascii=False).replace("..\\\\..\\\\out\\\\demo-media\\\\", "素材\\\\")
+open(sys.argv[2], "w", encoding="utf-8").write(text)
+EOF
+settings "$(winpath "$cn/成片.mp4")" >"$cn/导出.json"
+(cd "$work" && LANG=zh_CN.UTF-8 bash "$here/wine-run.sh" "$win/OrmaDraft.exe" "$(winpath "$cn/草稿.json")" \
+  "$(winpath "$cn/导出.json")" >"$work/cn.out" 2>&1)
+if [ -s "$cn/成片.mp4" ] && result=$(compare "$work/linux.mp4" "$cn/成片.mp4"); then
+  pass "chinese: a draft in 视频草稿 with media in 素材, given as Z:\\ paths under code page 936 ($result)"
+else
+  fail "chinese: ${result:-no video}; $(tail -3 "$work/cn.out" | tr '\n' ' ')"
+fi
+
+# ---- a relative draft name from the draft's own folder -----------------------
+settings "relative.mp4" >"$cn/相对.json"
+(cd "$cn" && LANG=zh_CN.UTF-8 bash "$here/wine-run.sh" "$win/OrmaDraft.exe" 草稿.json 相对.json >"$work/rel.out" 2>&1)
+if [ -s "$cn/relative.mp4" ]; then
+  pass "relative: 草稿.json and 相对.json named from their folder write relative.mp4 there"
+else
+  fail "relative: no video; $(tail -3 "$work/rel.out" | tr '\n' ' ')"
+fi
+
+# ---- the zip, unpacked into a fresh Wine prefix, run from another folder -----
+if [ -n "$zip" ]; then
+  unpacked=$work/unpacked
+  mkdir -p "$unpacked" "$work/elsewhere"
+  (cd "$unpacked" && unzip -q "$zip")
+  program=$(ls -d "$unpacked"/OrmaDraft-*/OrmaDraft)
+  settings "$(winpath "$work/zip.mp4")" >"$work/export-zip.json"
+  fresh=$work/wine-fresh
+  # Only the system's DLLs: no WINEPATH, so a DLL missing from the zip fails.
+  (cd "$work/elsewhere" && WINEPREFIX=$fresh "$wine" wineboot -i >/dev/null 2>&1;
+   cd "$work/elsewhere" && WINEPREFIX=$fresh "$wine" "$program/OrmaDraft.exe" \
+     "$(winpath "$repo/examples/demo/draft.json")" "$(winpath "$work/export-zip.json")" >"$work/zip.out" 2>&1)
+  WINEPREFIX=$fresh "$(dirname "$wine")/wineserver" -k 2>/dev/null || true
+  if [ -s "$work/zip.mp4" ] && result=$(compare "$work/linux.mp4" "$work/zip.mp4"); then
+    pass "zip: the unpacked zip renders the demo in a fresh Wine prefix from another folder ($result)"
+  else
+    fail "zip: ${result:-no video}; $(tail -3 "$work/zip.out" | tr '\n' ' ')"
+  fi
+
+  # The three sample themes, each from a request in the zip's layout:
+  # TemplateThemes beside the program's folder, the new draft written to
+  # draft\ beside the program.
+  for example in layers slideshow summer; do
+    request=$work/request-$example.json
+    python3 - "$repo/examples/themes/$example.json" "$request" "$(winpath "$work/theme-$example.mp4")" \
+      "$(winpath "$media")" <<'EOF'
+import json, sys
+source, out, video, media = sys.argv[1:5]
+r = json.load(open(source, encoding="utf-8"))
+r["outputPath"] = video
+for m in r.get("medias", []):
+    if "path" in m and not m["path"].lower().endswith(".json"):
+        m["path"] = media + "\\" + m["path"].replace("/", "\\").split("\\")[-1]
+json.dump(r, open(out, "w", encoding="utf-8"))
+EOF
+    (cd "$work/elsewhere" && WINEPREFIX=$fresh "$wine" "$program/OrmaDraft.exe" "$(winpath "$request")" \
+      >"$work/theme-$example.out" 2>&1)
+    WINEPREFIX=$fresh "$(dirname "$wine")/wineserver" -k 2>/dev/null || true
+    if [ -s "$work/theme-$example.mp4" ] && grep -q "export success!" "$work/theme-$example.out"; then
+      pass "theme: examples/themes/$example.json filled from the zip's TemplateThemes ($(ffprobe -v error \
+        -show_entries format=duration -of csv=p=0 "$work/theme-$example.mp4") s)"
+    else
+      fail "theme $example: no video; $(tail -3 "$work/theme-$example.out" | tr '\n' ' ')"
+    fi
+  done
+fi
+
+exit $failed
