@@ -1,5 +1,5 @@
 // Shared by the API entry points (api/*.cpp): handle lookup, tracing and
-// the library's own result codes.
+// the library's result codes (OrmaResult, corelib/orma_core.h).
 #pragma once
 
 #include <string>
@@ -11,16 +11,6 @@
 
 namespace orma {
 
-/// Results below 1 that the API returns for its own checks; an export
-/// returns the codes of encode/export_run.h.
-enum ApiResult : int32_t {
-  kOk = 1,
-  kBadHandle = -1,   ///< null, unknown or wrong kind of handle
-  kBadArgument = -2, ///< a value out of range or a null block
-  kBadFile = -3,     ///< a file that is missing, unreadable or undecodable
-  kBadState = -4,    ///< a call out of order (scene not added, export running ...)
-};
-
 /// Opens an entry point's body: `call` is the entry point's own name, for
 /// its trace line and its log lines (lambdas inside the body see it too), so
 /// the name is written once, in the signature.
@@ -31,6 +21,10 @@ template <class R, class Args> R Traced(const char* function, Args&& args, R res
   if (TraceEnabled()) TraceCall(function, args(), TraceResult(result));
   return result;
 }
+
+/// The handle a caller is given for an object: the address of its Handle
+/// (what the registry knows), typed as the header's handle of its kind.
+template <class H> H HandleTo(Handle* object) { return reinterpret_cast<H>(object); }
 
 inline VirtualVideo* VideoOf(const void* h) { return Lookup<VirtualVideo>(h, HandleType::Video); }
 inline Scene* SceneOf(const void* h) { return Lookup<Scene>(h, HandleType::Scene); }

@@ -9,8 +9,8 @@ using namespace orma;
 namespace {
 template <class Apply> int32_t WithAudio(const char* function, OrmaAudioHandle a, Apply apply) {
   AudioTrack* t = AudioOf(a);
-  if (!t) return Refuse(function, kBadHandle, "not an audio handle");
-  if (Exporting(t->video)) return Refuse(function, kBadState, "an export is running");
+  if (!t) return Refuse(function, ORMA_BAD_HANDLE, "not an audio handle");
+  if (Exporting(t->video)) return Refuse(function, ORMA_BAD_STATE, "an export is running");
   return apply(*t);
 }
 
@@ -28,7 +28,7 @@ int32_t SetTimes(const char* call, OrmaAudioHandle a, int64_t AudioTrack::*first
   int32_t r = WithAudio(call, a, [&](AudioTrack& t) {
     t.*firstField = NotNegative(call, names.first, first);
     t.*secondField = NotNegative(call, names.second, second);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call,
@@ -43,7 +43,7 @@ int32_t SetNumber(const char* call, OrmaAudioHandle a, int32_t AudioTrack::*fiel
                   int32_t value) {
   int32_t r = WithAudio(call, a, [&](AudioTrack& t) {
     t.*field = value;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("audio", a).Int(argument, value); }, r);
@@ -60,17 +60,17 @@ ORMA_API OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path,
   AudioTrack* t = nullptr;
   VirtualVideo* v = VideoOf(vv);
   if (!v) {
-    Refuse(call, kBadHandle, "not a virtual video handle");
+    Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
   } else if (Exporting(v)) {
-    Refuse(call, kBadState, "an export is running");
+    Refuse(call, ORMA_BAD_STATE, "an export is running");
   } else if (!std::isfinite(volume)) {
-    Refuse(call, kBadArgument, "the volume is not a number");
+    Refuse(call, ORMA_BAD_ARGUMENT, "the volume is not a number");
   } else {
     MediaProbe probe = ProbeMedia(path, true);
     if (!probe.ok)
-      Refuse(call, kBadFile, probe.error);
+      Refuse(call, ORMA_BAD_FILE, probe.error);
     else if (!probe.hasAudio)
-      Refuse(call, kBadFile, probe.path + ": no sound in the file");
+      Refuse(call, ORMA_BAD_FILE, probe.path + ": no sound in the file");
     else {
       // Out-of-range values are brought into range and an empty span
       // leaves the track out, each with a log line.
@@ -99,7 +99,7 @@ ORMA_API OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path,
             .Int("timelineFromUs", timelineFromUs)
             .Int("timelineToUs", timelineToUs);
       },
-      static_cast<OrmaAudioHandle>(t));
+      HandleTo<OrmaAudioHandle>(t));
 }
 
 ORMA_API int32_t OrmaSetAudioMediaCutTime(OrmaAudioHandle a, int64_t trimStartUs, int64_t trimEndUs) {
@@ -117,9 +117,9 @@ ORMA_API int32_t OrmaSetAudioMediaFadeTime(OrmaAudioHandle a, int64_t fadeInUs, 
 ORMA_API int32_t OrmaSetAudioMediaPlaySpeed(OrmaAudioHandle a, double speed) {
   ORMA_ENTRY_NAME;
   int32_t r = WithAudio(call, a, [&](AudioTrack& t) {
-    if (!std::isfinite(speed)) return Refuse(call, kBadArgument, "speed is not a number");
+    if (!std::isfinite(speed)) return Refuse(call, ORMA_BAD_ARGUMENT, "speed is not a number");
     t.speed = Limited(call, "speed", speed, 0, 100);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("audio", a).Dbl("speed", speed); }, r);
@@ -128,9 +128,9 @@ ORMA_API int32_t OrmaSetAudioMediaPlaySpeed(OrmaAudioHandle a, double speed) {
 ORMA_API int32_t OrmaSetAudioMediaVolFactor(OrmaAudioHandle a, double volume) {
   ORMA_ENTRY_NAME;
   int32_t r = WithAudio(call, a, [&](AudioTrack& t) {
-    if (!std::isfinite(volume)) return Refuse(call, kBadArgument, "volume is not a number");
+    if (!std::isfinite(volume)) return Refuse(call, ORMA_BAD_ARGUMENT, "volume is not a number");
     t.volume = AtLeast(call, "volume", volume, 0);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("audio", a).Dbl("volume", volume); }, r);

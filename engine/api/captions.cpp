@@ -20,15 +20,15 @@ namespace {
 
 template <class Apply> int32_t WithCaption(const char* function, OrmaCaptionHandle c, Apply apply) {
   Caption* caption = CaptionOf(c);
-  if (!caption) return Refuse(function, kBadHandle, "not a caption handle");
-  if (Exporting(caption->video)) return Refuse(function, kBadState, "an export is running");
+  if (!caption) return Refuse(function, ORMA_BAD_HANDLE, "not a caption handle");
+  if (Exporting(caption->video)) return Refuse(function, ORMA_BAD_STATE, "an export is running");
   return apply(*caption);
 }
 
 template <class Apply> int32_t WithItem(const char* function, OrmaCaptionItemHandle i, Apply apply) {
   CaptionItem* item = CaptionItemOf(i);
-  if (!item) return Refuse(function, kBadHandle, "not a caption item handle");
-  if (Exporting(item->caption->video)) return Refuse(function, kBadState, "an export is running");
+  if (!item) return Refuse(function, ORMA_BAD_HANDLE, "not a caption item handle");
+  if (Exporting(item->caption->video)) return Refuse(function, ORMA_BAD_STATE, "an export is running");
   return apply(*item);
 }
 
@@ -36,9 +36,9 @@ template <class Apply> int32_t WithItem(const char* function, OrmaCaptionItemHan
 int32_t SetFinite(const char* call, OrmaCaptionHandle c, float Caption::*field, const char* argument,
                   float value) {
   int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    if (!std::isfinite(value)) return Refuse(call, kBadArgument, "not a number");
+    if (!std::isfinite(value)) return Refuse(call, ORMA_BAD_ARGUMENT, "not a number");
     caption.*field = value;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("caption", c).Dbl(argument, value); }, r);
@@ -49,7 +49,7 @@ int32_t SetPair(const char* call, OrmaCaptionHandle c, OrmaFloatPair Caption::*f
                 const char* second, OrmaFloatPair value) {
   int32_t r = WithCaption(call, c, [&](Caption& caption) {
     caption.*field = value;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("caption", c).Dbl(first, value.first).Dbl(second, value.second); },
@@ -63,9 +63,9 @@ int32_t SetItemBlock(const char* call, OrmaCaptionItemHandle i,
                      std::optional<Block> CaptionItemAttributes::*field, const Block* block,
                      Describe describe) {
   int32_t r = WithItem(call, i, [&](CaptionItem& item) {
-    if (!block) return Refuse(call, kBadArgument, "no block");
+    if (!block) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     item.attrs.*field = *block;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call,
@@ -173,15 +173,15 @@ ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath
   std::string native = ResolveLocalFile(configPath, &error);
   const CaptionKindEntry* entry = FindCaptionKind(kind);
   if (!entry) {
-    Refuse(call, kBadArgument, "kind must be 0, 1 or 2");
+    Refuse(call, ORMA_BAD_ARGUMENT, "kind must be 0, 1 or 2");
   } else if (native.empty()) {
-    Refuse(call, kBadFile, error);
+    Refuse(call, ORMA_BAD_FILE, error);
   } else {
     auto made = std::make_unique<Caption>();
     made->configPath = native;
     made->captionKind = kind;
     if (!entry->load(*made, &error)) {
-      Refuse(call, kBadFile, error);
+      Refuse(call, ORMA_BAD_FILE, error);
     } else {
       caption = made.release();
       RegisterHandle(caption);
@@ -190,18 +190,18 @@ ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath
   }
   return Traced(
       call, [&] { return TraceArgs().Text("configPath", configPath).Int("kind", kind); },
-      static_cast<OrmaCaptionHandle>(caption));
+      HandleTo<OrmaCaptionHandle>(caption));
 }
 
 ORMA_API int32_t OrmaAddCaption(OrmaVideoHandle vv, OrmaCaptionHandle c) {
   ORMA_ENTRY_NAME;
   int32_t r = WithCaption(call, c, [&](Caption& caption) {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
-    if (Exporting(v)) return Refuse(call, kBadState, "an export is running");
-    if (caption.video) return Refuse(call, kBadState, "the caption is already on a timeline");
+    if (!v) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
+    if (Exporting(v)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
+    if (caption.video) return Refuse(call, ORMA_BAD_STATE, "the caption is already on a timeline");
     AddElement(v, &caption);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Ptr("caption", c); }, r);
@@ -210,9 +210,9 @@ ORMA_API int32_t OrmaAddCaption(OrmaVideoHandle vv, OrmaCaptionHandle c) {
 ORMA_API int32_t OrmaUpateCaptionLevel(OrmaCaptionHandle c, int32_t level) {
   ORMA_ENTRY_NAME;
   int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    if (level < 0) return Refuse(call, kBadArgument, "negative level");
+    if (level < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative level");
     caption.level = level;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("caption", c).Int("level", level); }, r);
@@ -225,7 +225,7 @@ ORMA_API int32_t OrmaUpdateCaptionTimeline(OrmaCaptionHandle c, int64_t startUs,
     caption.leftOut = EmptySpan(call, startUs, endUs);
     caption.startUs = caption.leftOut ? startUs : NotNegative(call, "start", startUs);
     caption.endUs = endUs;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("caption", c).Int("startUs", startUs).Int("endUs", endUs); }, r);
@@ -261,7 +261,7 @@ ORMA_API int32_t OrmaCaptionGetItemCount(OrmaCaptionHandle c) {
   // A count, not a status: 0 for a caption without items (or a bad handle).
   Caption* caption = CaptionOf(c);
   int32_t n = caption ? static_cast<int32_t>(caption->items.size()) : 0;
-  if (!caption) Refuse(call, kBadHandle, "not a caption handle");
+  if (!caption) Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
   return Traced(
       call, [&] { return TraceArgs().Ptr("caption", c); }, n);
 }
@@ -271,14 +271,14 @@ ORMA_API OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle c, in
   Caption* caption = CaptionOf(c);
   CaptionItem* item = nullptr;
   if (!caption)
-    Refuse(call, kBadHandle, "not a caption handle");
+    Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
   else if (index < 0 || index >= static_cast<int32_t>(caption->items.size()))
-    Refuse(call, kBadArgument, "no item " + std::to_string(index));
+    Refuse(call, ORMA_BAD_ARGUMENT, "no item " + std::to_string(index));
   else
     item = caption->items[index];
   return Traced(
       call, [&] { return TraceArgs().Ptr("caption", c).Int("index", index); },
-      static_cast<OrmaCaptionItemHandle>(item));
+      HandleTo<OrmaCaptionItemHandle>(item));
 }
 
 ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t index,
@@ -286,12 +286,12 @@ ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t ind
   ORMA_ENTRY_NAME;
   int32_t r = [&] {
     Caption* caption = CaptionOf(c);
-    if (!caption) return Refuse(call, kBadHandle, "not a caption handle");
-    if (!block) return Refuse(call, kBadArgument, "no block");
+    if (!caption) return Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
+    if (!block) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     if (index < 0 || index >= static_cast<int32_t>(caption->items.size()))
-      return Refuse(call, kBadArgument, "no item " + std::to_string(index));
+      return Refuse(call, ORMA_BAD_ARGUMENT, "no item " + std::to_string(index));
     *block = caption->items[index]->block;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
       call, [&] { return TraceArgs().Ptr("caption", c).Int("index", index).Ptr("block", block); }, r);
@@ -306,11 +306,11 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
   Caption* caption = CaptionOf(c);
   CaptionItem* item = nullptr;
   if (!caption)
-    Refuse(call, kBadHandle, "not a caption handle");
+    Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
   else if (!text)
-    Refuse(call, kBadArgument, "no text");
+    Refuse(call, ORMA_BAD_ARGUMENT, "no text");
   else if (Exporting(caption->video))
-    Refuse(call, kBadState, "an export is running");
+    Refuse(call, ORMA_BAD_STATE, "an export is running");
   else {
     for (CaptionItem* i : caption->items)
       if (!i->filled && Copied(i->block.text, sizeof i->block.text) == text) {
@@ -324,17 +324,17 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
   }
   return Traced(
       call, [&] { return TraceArgs().Ptr("caption", c).Text("text", text); },
-      static_cast<OrmaCaptionItemHandle>(item));
+      HandleTo<OrmaCaptionItemHandle>(item));
 }
 
 ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle i, const OrmaCaptionItemBlock* block) {
   ORMA_ENTRY_NAME;
   int32_t r = WithItem(call, i, [&](CaptionItem& item) {
-    if (!block) return Refuse(call, kBadArgument, "no block");
+    if (!block) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     item.block = *block;
     item.block.text[sizeof item.block.text - 1] = '\0';
     item.filled = true;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call,
@@ -355,10 +355,10 @@ ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, cons
   int32_t r = WithItem(call, i, [&](CaptionItem& item) {
     std::string error;
     std::string native = ResolveLocalFile(path, &error);
-    if (native.empty()) return Refuse(call, kBadFile, error);
-    if (!LoadWordArt(native, &error)) return Refuse(call, kBadFile, error);
+    if (native.empty()) return Refuse(call, ORMA_BAD_FILE, error);
+    if (!LoadWordArt(native, &error)) return Refuse(call, ORMA_BAD_FILE, error);
     item.attrs.wordArt = native;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("item", i).Text("path", path); }, r);
@@ -383,10 +383,10 @@ ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle i, int32_t e
                                               const OrmaCaptionBackgroundBlock* background) {
   ORMA_ENTRY_NAME;
   int32_t r = WithItem(call, i, [&](CaptionItem& item) {
-    if (enable && !background) return Refuse(call, kBadArgument, "no block");
+    if (enable && !background) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     item.attrs.backgroundEnabled = enable != 0;
     if (background) item.attrs.background = *background;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call,
@@ -405,11 +405,11 @@ ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char
   int32_t r = WithItem(call, i, [&](CaptionItem& item) {
     std::string error;
     std::string native = ResolveLocalFile(configPath, &error);
-    if (native.empty()) return Refuse(call, kBadFile, error);
-    if (startUs < 0 || durationUs < 0) return Refuse(call, kBadArgument, "negative time");
-    if (!AnimationClip::Load(native, &error)) return Refuse(call, kBadFile, error);
+    if (native.empty()) return Refuse(call, ORMA_BAD_FILE, error);
+    if (startUs < 0 || durationUs < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative time");
+    if (!AnimationClip::Load(native, &error)) return Refuse(call, ORMA_BAD_FILE, error);
     item.attrs.animations.push_back({native, type, startUs, durationUs});
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call,
@@ -427,9 +427,9 @@ ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char
 ORMA_API int32_t OrmaSetCaptionItemAnimationCycleDuration(OrmaCaptionItemHandle i, int64_t cycleUs) {
   ORMA_ENTRY_NAME;
   int32_t r = WithItem(call, i, [&](CaptionItem& item) {
-    if (cycleUs < 0) return Refuse(call, kBadArgument, "negative time");
+    if (cycleUs < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative time");
     item.attrs.animationCycle = cycleUs;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("item", i).Int("cycleUs", cycleUs); }, r);
@@ -439,9 +439,9 @@ ORMA_API int32_t OrmaCreateCaptionKeyFrameAniamtion(OrmaCaptionHandle c,
                                                     const OrmaCaptionKeyFrameBlock* frame) {
   ORMA_ENTRY_NAME;
   int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    if (!frame) return Refuse(call, kBadArgument, "no key frame");
+    if (!frame) return Refuse(call, ORMA_BAD_ARGUMENT, "no key frame");
     caption.keyFrames.push_back(*frame);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call,

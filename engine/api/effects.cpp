@@ -13,11 +13,11 @@ namespace {
 Effect* NewEffect(const char* function, OrmaVideoHandle vv, EffectKind kind, int64_t fromUs, int64_t toUs) {
   VirtualVideo* v = VideoOf(vv);
   if (!v) {
-    Refuse(function, kBadHandle, "not a virtual video handle");
+    Refuse(function, ORMA_BAD_HANDLE, "not a virtual video handle");
     return nullptr;
   }
   if (Exporting(v)) {
-    Refuse(function, kBadState, "an export is running");
+    Refuse(function, ORMA_BAD_STATE, "an export is running");
     return nullptr;
   }
   // An empty span leaves the effect out; one starting before 0 starts at 0.
@@ -35,7 +35,7 @@ Effect* NewEffect(const char* function, OrmaVideoHandle vv, EffectKind kind, int
 OrmaEffectHandle Region(const char* function, OrmaVideoHandle vv, EffectKind kind, const float* region,
                         float intensity, int64_t fromUs, int64_t toUs) {
   if (!region) {
-    Refuse(function, kBadArgument, "no region");
+    Refuse(function, ORMA_BAD_ARGUMENT, "no region");
     return nullptr;
   }
   Effect* e = NewEffect(function, vv, kind, fromUs, toUs);
@@ -44,7 +44,7 @@ OrmaEffectHandle Region(const char* function, OrmaVideoHandle vv, EffectKind kin
       e->region[i] = region[i];
     e->intensity = intensity;
   }
-  return e;
+  return HandleTo<OrmaEffectHandle>(e);
 }
 
 // Mosaic and blurred regions differ only in their kind.
@@ -102,11 +102,11 @@ ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float
   // The table is read now so that a file that is not a table is refused
   // here (the caller skips that filter) rather than failing the export.
   if (native.empty())
-    Refuse(call, kBadFile, error);
+    Refuse(call, ORMA_BAD_FILE, error);
   else if (!LoadLutFile(native, &table, &error))
-    Refuse(call, kBadFile, error);
+    Refuse(call, ORMA_BAD_FILE, error);
   else if (!std::isfinite(intensity))
-    Refuse(call, kBadArgument, "intensity is not a number");
+    Refuse(call, ORMA_BAD_ARGUMENT, "intensity is not a number");
   else if ((e = NewEffect(call, vv, EffectKind::Lut, fromUs, toUs))) {
     e->path = native;
     e->intensity = intensity;
@@ -121,7 +121,7 @@ ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float
             .Int("fromUs", fromUs)
             .Int("toUs", toUs);
       },
-      static_cast<OrmaEffectHandle>(e));
+      HandleTo<OrmaEffectHandle>(e));
 }
 
 ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const OrmaAdjustmentBlock* adjustment,
@@ -129,7 +129,7 @@ ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const Orma
   ORMA_ENTRY_NAME;
   Effect* e = nullptr;
   if (!adjustment)
-    Refuse(call, kBadArgument, "no adjustment block");
+    Refuse(call, ORMA_BAD_ARGUMENT, "no adjustment block");
   else if ((e = NewEffect(call, vv, EffectKind::Adjustment, fromUs, toUs)))
     e->adjustment = *adjustment;
   return Traced(
@@ -140,7 +140,7 @@ ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const Orma
         if (adjustment) t.Floats("values", &adjustment->brightness, 12);
         return t.Int("fromUs", fromUs).Int("toUs", toUs);
       },
-      static_cast<OrmaEffectHandle>(e));
+      HandleTo<OrmaEffectHandle>(e));
 }
 
 ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* configPath, int32_t applyRange,
@@ -151,7 +151,7 @@ ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* c
   std::string native = ResolveLocalFile(configPath, &error);
   std::shared_ptr<const SpecialEffect> chain;
   if (native.empty() || !(chain = SpecialEffect::Load(native, &error)))
-    Refuse(call, kBadFile, error);
+    Refuse(call, ORMA_BAD_FILE, error);
   else if ((e = NewEffect(call, vv, EffectKind::Special, fromUs, toUs))) {
     e->path = native;
     e->applyRange = applyRange;
@@ -168,7 +168,7 @@ ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* c
             .Int("fromUs", fromUs)
             .Int("toUs", toUs);
       },
-      static_cast<OrmaEffectHandle>(e));
+      HandleTo<OrmaEffectHandle>(e));
 }
 
 ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level) {
@@ -177,12 +177,12 @@ ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level) {
   int32_t r = [&] {
     Handle* h = FindHandle(handle);
     if (!h || (h->type != HandleType::Effect && h->type != HandleType::Scene))
-      return Refuse(call, kBadHandle, "not an effect or picture-in-picture scene handle");
+      return Refuse(call, ORMA_BAD_HANDLE, "not an effect or picture-in-picture scene handle");
     auto* e = static_cast<Element*>(h);
-    if (Exporting(e->video)) return Refuse(call, kBadState, "an export is running");
-    if (level < 0) return Refuse(call, kBadArgument, "negative level");
+    if (Exporting(e->video)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
+    if (level < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative level");
     e->level = level;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
       call, [&] { return TraceArgs().Ptr("handle", handle).Int("level", level); }, r);

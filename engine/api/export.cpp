@@ -14,14 +14,14 @@ ORMA_API int32_t OrmaEditSetLimitTime(OrmaVideoHandle vv, int64_t startUs, int64
   // Renders only [start, end); an end of 0 or less means "to the end".
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
-    if (Exporting(v)) return Refuse(call, kBadState, "an export is running");
+    if (!v) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
+    if (Exporting(v)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
     if (startUs < 0 || (endUs > 0 && endUs <= startUs))
-      return Refuse(call, kBadArgument,
+      return Refuse(call, ORMA_BAD_ARGUMENT,
                     "range " + std::to_string(startUs) + ".." + std::to_string(endUs) + " us is empty");
     v->settings.limitStartUs = startUs;
     v->settings.limitEndUs = endUs;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Int("startUs", startUs).Int("endUs", endUs); }, r);
@@ -33,9 +33,9 @@ ORMA_API int32_t OrmaEditMediaUseAgentProcess(OrmaVideoHandle vv) {
   // the request is recorded and has no further effect.
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
+    if (!v) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
     v->settings.agentProcess = true;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
@@ -44,7 +44,7 @@ ORMA_API int32_t OrmaEditMediaUseAgentProcess(OrmaVideoHandle vv) {
 ORMA_API int32_t OrmaEditMedia(OrmaVideoHandle vv) {
   ORMA_ENTRY_NAME;
   VirtualVideo* v = VideoOf(vv);
-  int32_t r = v ? RunExport(*v) : Refuse(call, kBadHandle, "not a virtual video handle");
+  int32_t r = v ? RunExport(*v) : Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
@@ -62,11 +62,11 @@ ORMA_API int32_t OrmaEditCancel(OrmaVideoHandle vv) {
   // Only a flag the export's own thread reads between frames: safe from any
   // thread, and the export ends (and cleans up) on that thread.
   VirtualVideo* v = VideoOf(vv);
-  int32_t r = kOk;
+  int32_t r = ORMA_OK;
   if (v)
     v->stopRequested = true;
   else
-    r = Refuse(call, kBadHandle, "not a virtual video handle");
+    r = Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
 }
@@ -92,7 +92,7 @@ ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, Orm
   ORMA_ENTRY_NAME;
   int32_t r = [&] {
     MediaProbe probe = ProbeMedia(path, false);
-    if (!probe.ok) return Refuse(call, kBadFile, probe.error);
+    if (!probe.ok) return Refuse(call, ORMA_BAD_FILE, probe.error);
     if (durationUs) *durationUs = probe.durationUs;
     if (video) {
       std::memset(video, 0, sizeof *video);
@@ -115,15 +115,15 @@ ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, Orm
         platform::CopyText(audio->name, probe.audioCodec.c_str());
       }
     }
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
       call,
       [&] {
         TraceArgs t;
         t.Text("path", path);
-        if (r == kOk && durationUs) t.Int("durationUs", *durationUs);
-        if (r == kOk && video)
+        if (r == ORMA_OK && durationUs) t.Int("durationUs", *durationUs);
+        if (r == ORMA_OK && video)
           t.Int("width", video->width).Int("height", video->height).Text("videoCodec", video->name);
         return t;
       },

@@ -24,15 +24,15 @@ namespace {
 
 template <class Apply> int32_t WithMedia(const char* function, OrmaMediaHandle media, Apply apply) {
   Media* m = MediaOf(media);
-  if (!m) return Refuse(function, kBadHandle, "not a media handle");
-  if (m->scene && Exporting(m->scene->video)) return Refuse(function, kBadState, "an export is running");
+  if (!m) return Refuse(function, ORMA_BAD_HANDLE, "not a media handle");
+  if (m->scene && Exporting(m->scene->video)) return Refuse(function, ORMA_BAD_STATE, "an export is running");
   return apply(*m);
 }
 
 int32_t Level(const char* function, int MediaAttributes::*attribute, OrmaMediaHandle media, int32_t level) {
   return WithMedia(function, media, [&](Media& m) {
     m.attrs.*attribute = level;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
 }
 
@@ -64,7 +64,7 @@ int32_t SetTimes(const char* call, OrmaMediaHandle m, UsPair MediaAttributes::*p
   int32_t r = WithMedia(call, m, [&](Media& media) {
     UsPair& times = media.attrs.*pair;
     times = {true, NotNegative(call, names.first, first), NotNegative(call, names.second, second)};
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call,
@@ -77,11 +77,11 @@ int32_t SetTimes(const char* call, OrmaMediaHandle m, UsPair MediaAttributes::*p
 // The crop and the show rectangle are set alike: four finite shares.
 int32_t SetRect(const char* call, OrmaMediaHandle m, float (MediaAttributes::*member)[4], const float* rect) {
   int32_t r = WithMedia(call, m, [&](Media& media) {
-    if (!rect) return Refuse(call, kBadArgument, "no rectangle");
+    if (!rect) return Refuse(call, ORMA_BAD_ARGUMENT, "no rectangle");
     for (int i = 0; i < 4; ++i)
-      if (!std::isfinite(rect[i])) return Refuse(call, kBadArgument, "not a number");
+      if (!std::isfinite(rect[i])) return Refuse(call, ORMA_BAD_ARGUMENT, "not a number");
     std::copy(rect, rect + 4, media.attrs.*member);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("media", m).Floats("rect", rect, 4); }, r);
@@ -102,9 +102,9 @@ ORMA_API int32_t OrmaSetMediaFlip(OrmaMediaHandle m, int32_t mode) {
   ORMA_ENTRY_NAME;
   int32_t r = WithMedia(call, m, [&](Media& media) {
     if (mode < ORMA_FLIP_NONE || mode > ORMA_FLIP_BOTH)
-      return Refuse(call, kBadArgument, "flip mode must be 0 to 3");
+      return Refuse(call, ORMA_BAD_ARGUMENT, "flip mode must be 0 to 3");
     media.attrs.flip = mode;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("media", m).Int("mode", mode); }, r);
@@ -125,9 +125,9 @@ ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int
 ORMA_API int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle m, float volume) {
   ORMA_ENTRY_NAME;
   int32_t r = WithMedia(call, m, [&](Media& media) {
-    if (!std::isfinite(volume)) return Refuse(call, kBadArgument, "volume is not a number");
+    if (!std::isfinite(volume)) return Refuse(call, ORMA_BAD_ARGUMENT, "volume is not a number");
     media.attrs.volume = AtLeast(call, "volume", volume, 0);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("media", m).Dbl("volume", volume); }, r);
@@ -146,14 +146,14 @@ ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float inte
   ORMA_ENTRY_NAME;
   int32_t r = WithMedia(call, m, [&](Media& media) {
     std::string native, error;
-    if (!std::isfinite(intensity)) return Refuse(call, kBadArgument, "intensity is not a number");
+    if (!std::isfinite(intensity)) return Refuse(call, ORMA_BAD_ARGUMENT, "intensity is not a number");
     Lut3D lut;
     if (!Resource(path, &native, &error) || !LoadLutFile(native, &lut, &error))
       return WithoutResource(call, error);
     intensity = static_cast<float>(AtLeast(call, "intensity", intensity, 0));
     media.attrs.lutPath = native;
     media.attrs.lutIntensity = intensity;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("media", m).Text("path", path).Dbl("intensity", intensity); }, r);
@@ -164,9 +164,9 @@ ORMA_LEVEL_SETTER(OrmaSetMediaDisplayMode, &MediaAttributes::displayMode)
 ORMA_API int32_t OrmaSetMediaBlur(OrmaMediaHandle m, const OrmaBlurBlock* blur) {
   ORMA_ENTRY_NAME;
   int32_t r = WithMedia(call, m, [&](Media& media) {
-    if (!blur) return Refuse(call, kBadArgument, "no blur block");
+    if (!blur) return Refuse(call, ORMA_BAD_ARGUMENT, "no blur block");
     media.attrs.blur = *blur;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("media", m).Raw("blur", blur ? BlurText(blur) : "null"); }, r);
@@ -183,7 +183,7 @@ ORMA_API int32_t OrmaGetMediaFaceCount(OrmaMediaHandle m, int32_t* count) {
   // The result is the number of faces too, so 0 (no face) tells callers to
   // skip face shaping; see face_count.h for the frames looked at.
   int32_t r = WithMedia(call, m, [&](Media& media) {
-    if (!count) return Refuse(call, kBadArgument, "no count");
+    if (!count) return Refuse(call, ORMA_BAD_ARGUMENT, "no count");
     *count = CountMediaFaces(media.probe, media.attrs.cut.first, media.attrs.cut.second);
     return *count;
   });
@@ -207,9 +207,9 @@ ORMA_LEVEL_SETTER(OrmaSetMediaFade, &MediaAttributes::fade)
 ORMA_API int32_t OrmaSetMediaTransparency(OrmaMediaHandle m, double opacity) {
   ORMA_ENTRY_NAME;
   int32_t r = WithMedia(call, m, [&](Media& media) {
-    if (!std::isfinite(opacity)) return Refuse(call, kBadArgument, "opacity is not a number");
+    if (!std::isfinite(opacity)) return Refuse(call, ORMA_BAD_ARGUMENT, "opacity is not a number");
     media.attrs.opacity = Limited(call, "opacity", opacity, 0, 1);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("media", m).Dbl("opacity", opacity); }, r);
@@ -219,7 +219,7 @@ ORMA_API int32_t OrmaSetMediaAnimationAngle(OrmaMediaHandle m, int32_t degrees) 
   ORMA_ENTRY_NAME;
   int32_t r = WithMedia(call, m, [&](Media& media) {
     media.attrs.angle = degrees;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("media", m).Int("degrees", degrees); }, r);
@@ -241,9 +241,9 @@ ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
   ORMA_ENTRY_NAME;
   // 0 (a draft without speed) plays at normal speed.
   int32_t r = WithMedia(call, m, [&](Media& media) {
-    if (!std::isfinite(speed)) return Refuse(call, kBadArgument, "speed is not a number");
+    if (!std::isfinite(speed)) return Refuse(call, ORMA_BAD_ARGUMENT, "speed is not a number");
     media.attrs.speed = Limited(call, "speed", speed, 0, 100);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("media", m).Dbl("speed", speed); }, r);
@@ -262,7 +262,7 @@ ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath
       LogOnce("animation-type",
               "animation types other than 0 (in), 1 (out) and 2 (loop) play as in-animations");
     media.attrs.animations.push_back({native, type, startUs, durationUs});
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call,
@@ -280,12 +280,13 @@ ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath
 ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t cycleUs) {
   ORMA_ENTRY_NAME;
   int32_t r = WithMedia(call, m, [&](Media& media) {
-    if (media.animationLeftOut) return int32_t{kOk}; // its animation was left out
+    if (media.animationLeftOut) return int32_t{ORMA_OK}; // its animation was left out
     cycleUs = NotNegative(call, "cycle", cycleUs);
     // The cycle belongs to the animation set just before it.
-    if (media.attrs.animations.empty()) return Refuse(call, kBadState, "no animation to set the cycle of");
+    if (media.attrs.animations.empty())
+      return Refuse(call, ORMA_BAD_STATE, "no animation to set the cycle of");
     media.attrs.animations.back().cycleUs = cycleUs;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("media", m).Int("cycleUs", cycleUs); }, r);
@@ -297,11 +298,11 @@ ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyF
   int64_t r = 0;
   Media* media = MediaOf(m);
   if (!media)
-    Refuse(call, kBadHandle, "not a media handle");
+    Refuse(call, ORMA_BAD_HANDLE, "not a media handle");
   else if (!frame)
-    Refuse(call, kBadArgument, "no key frame");
+    Refuse(call, ORMA_BAD_ARGUMENT, "no key frame");
   else if (media->scene && Exporting(media->scene->video))
-    Refuse(call, kBadState, "an export is running");
+    Refuse(call, ORMA_BAD_STATE, "an export is running");
   else {
     media->attrs.keyFrames.push_back(*frame);
     r = static_cast<int64_t>(media->attrs.keyFrames.size());
@@ -330,7 +331,7 @@ ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path) {
     if (!probe.ok) return WithoutResource(call, probe.error);
     if (!probe.hasVideo) return WithoutResource(call, probe.path + ": has no picture");
     media.attrs.maskVideo = probe.path;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("media", m).Text("path", path); }, r);
@@ -343,9 +344,9 @@ ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char
   std::string native, error;
   MaskConfig config;
   if (!media)
-    Refuse(call, kBadHandle, "not a media handle");
+    Refuse(call, ORMA_BAD_HANDLE, "not a media handle");
   else if (media->scene && Exporting(media->scene->video))
-    Refuse(call, kBadState, "an export is running");
+    Refuse(call, ORMA_BAD_STATE, "an export is running");
   else if (!Resource(configPath, &native, &error) || !LoadMaskConfig(native, &config, &error)) {
     // A mask that cannot be read is left out: its handle takes the shape and
     // key frames the caller sends, and the item is drawn unmasked.
@@ -362,7 +363,7 @@ ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char
   }
   return Traced(
       call, [&] { return TraceArgs().Ptr("media", m).Text("configPath", configPath); },
-      static_cast<OrmaMaskHandle>(mask));
+      HandleTo<OrmaMaskHandle>(mask));
 }
 
 ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHandle mask,
@@ -372,9 +373,9 @@ ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHa
   Media* media = MediaOf(m);
   Mask* k = MaskOf(mask);
   if (!media || !k || k->media != media)
-    Refuse(call, kBadHandle, "not a mask of the media");
+    Refuse(call, ORMA_BAD_HANDLE, "not a mask of the media");
   else if (!frame)
-    Refuse(call, kBadArgument, "no key frame");
+    Refuse(call, ORMA_BAD_ARGUMENT, "no key frame");
   else {
     k->keyFrames.push_back(*frame);
     r = static_cast<int64_t>(k->keyFrames.size());
@@ -396,10 +397,10 @@ ORMA_API int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle m, OrmaMaskHandle mask
   int32_t r = [&] {
     Media* media = MediaOf(m);
     Mask* k = MaskOf(mask);
-    if (!media || !k || k->media != media) return Refuse(call, kBadHandle, "not a mask of the media");
-    if (!shape) return Refuse(call, kBadArgument, "no shape");
+    if (!media || !k || k->media != media) return Refuse(call, ORMA_BAD_HANDLE, "not a mask of the media");
+    if (!shape) return Refuse(call, ORMA_BAD_ARGUMENT, "no shape");
     k->shape = *shape;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
       call,
@@ -424,7 +425,7 @@ ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_
     media.attrs.chromaKeyEnabled = enable != 0;
     const int32_t values[7] = {red, green, blue, factor, alphaLower, alphaUpper, edgeSize};
     std::copy(values, values + 7, media.attrs.chromaKey);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call,
@@ -454,7 +455,7 @@ ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* config
     startUs = NotNegative(call, "start", startUs);
     durationUs = NotNegative(call, "duration", durationUs);
     media.specialEffects.push_back({chain, startUs, durationUs});
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call,

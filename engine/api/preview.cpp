@@ -10,7 +10,7 @@ using namespace orma;
 namespace {
 int32_t Control(const char* function, OrmaVideoHandle vv, PreviewControl control, int64_t positionUs = 0) {
   VirtualVideo* v = VideoOf(vv);
-  if (!v) return Refuse(function, kBadHandle, "not a virtual video handle");
+  if (!v) return Refuse(function, ORMA_BAD_HANDLE, "not a virtual video handle");
   return ControlPreview(*v, control, positionUs);
 }
 } // namespace
@@ -21,10 +21,11 @@ ORMA_API int32_t OrmaSetDisplayRatio(OrmaVideoHandle vv, float ratio) {
   ORMA_ENTRY_NAME;
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
-    if (!(ratio > 0.0f) || !std::isfinite(ratio)) return Refuse(call, kBadArgument, "ratio must be positive");
+    if (!v) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
+    if (!(ratio > 0.0f) || !std::isfinite(ratio))
+      return Refuse(call, ORMA_BAD_ARGUMENT, "ratio must be positive");
     v->preview.displayRatio = ratio;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Dbl("ratio", ratio); }, r);
@@ -34,9 +35,9 @@ ORMA_API int32_t OrmaSetPreviewWindowsHwnd(OrmaVideoHandle vv, uint64_t window) 
   ORMA_ENTRY_NAME;
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
+    if (!v) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
     v->preview.window = window;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Int("window", static_cast<int64_t>(window)); }, r);
@@ -46,10 +47,10 @@ ORMA_API int32_t OrmaPreviewInit(OrmaVideoHandle vv) {
   ORMA_ENTRY_NAME;
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
+    if (!v) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
     v->preview.initialised = true;
     AwaitPreview(*v);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
@@ -61,7 +62,7 @@ ORMA_API int32_t OrmaPreview(OrmaVideoHandle vv) {
       call, [&] { return TraceArgs().Ptr("vv", vv); },
       [&] {
         VirtualVideo* v = VideoOf(vv);
-        return v ? StartPreview(*v) : Refuse(call, kBadHandle, "not a virtual video handle");
+        return v ? StartPreview(*v) : Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
       }());
 }
 

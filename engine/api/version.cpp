@@ -34,7 +34,7 @@ extern "C" {
 ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
   ORMA_ENTRY_NAME;
   int32_t r = [&] {
-    if (!versions) return Refuse(call, kBadArgument, "no version block");
+    if (!versions) return Refuse(call, ORMA_BAD_ARGUMENT, "no version block");
     *versions = OrmaVersionBlock{};
     platform::CopyText(versions->core, ORMA_CORE_VERSION);
     const char* mlt = mlt_version_get_string();
@@ -43,7 +43,7 @@ ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
     platform::CopyText(versions->ffmpeg, ffmpeg);
     WriteVersion(versions->libavformat, sizeof versions->libavformat, avformat_version());
     WriteVersion(versions->libavcodec, sizeof versions->libavcodec, avcodec_version());
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
       call, [&] { return TraceArgs().Ptr("versions", versions); }, r);

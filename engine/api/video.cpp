@@ -12,8 +12,8 @@ namespace {
 // export running.
 template <class Apply> int32_t Setting(const char* function, OrmaVideoHandle vv, Apply apply) {
   VirtualVideo* v = VideoOf(vv);
-  if (!v) return Refuse(function, kBadHandle, "not a virtual video handle");
-  if (Exporting(v)) return Refuse(function, kBadState, "an export is running");
+  if (!v) return Refuse(function, ORMA_BAD_HANDLE, "not a virtual video handle");
+  if (Exporting(v)) return Refuse(function, ORMA_BAD_STATE, "an export is running");
   return apply(*v);
 }
 
@@ -21,9 +21,9 @@ template <class Apply> int32_t Setting(const char* function, OrmaVideoHandle vv,
 // only the setting written differs.
 int32_t SetCodec(const char* call, OrmaVideoHandle vv, std::string ExportSettings::*codec, const char* name) {
   int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
-    if (!name || !*name) return Refuse(call, kBadArgument, "empty codec name");
+    if (!name || !*name) return Refuse(call, ORMA_BAD_ARGUMENT, "empty codec name");
     v.settings.*codec = name;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Text("name", name); }, r);
@@ -31,9 +31,9 @@ int32_t SetCodec(const char* call, OrmaVideoHandle vv, std::string ExportSetting
 
 int32_t SetKbits(const char* call, OrmaVideoHandle vv, int ExportSettings::*rate, int32_t kbits) {
   int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
-    if (kbits <= 0) return Refuse(call, kBadArgument, "bit rate must be positive");
+    if (kbits <= 0) return Refuse(call, ORMA_BAD_ARGUMENT, "bit rate must be positive");
     v.settings.*rate = kbits;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Int("kbits", kbits); }, r);
@@ -42,7 +42,7 @@ int32_t SetKbits(const char* call, OrmaVideoHandle vv, int ExportSettings::*rate
 int32_t SetHardware(const char* call, OrmaVideoHandle vv, int ExportSettings::*use, int32_t mode) {
   int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
     v.settings.*use = mode;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Int("mode", mode); }, r);
@@ -57,14 +57,14 @@ ORMA_API OrmaVideoHandle OrmaVirtualVideoCreate(void) {
   auto* v = new VirtualVideo();
   RegisterHandle(v);
   return Traced(
-      call, [] { return TraceArgs(); }, static_cast<OrmaVideoHandle>(v));
+      call, [] { return TraceArgs(); }, HandleTo<OrmaVideoHandle>(v));
 }
 
 ORMA_API int32_t OrmaSetFrameSize(OrmaVideoHandle vv, int32_t width, int32_t height) {
   ORMA_ENTRY_NAME;
   int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
     if (width < 2 || height < 2 || width > 16384 || height > 16384)
-      return Refuse(call, kBadArgument,
+      return Refuse(call, ORMA_BAD_ARGUMENT,
                     "frame size " + std::to_string(width) + "x" + std::to_string(height) +
                         " is out of range");
     // 4:2:0 video needs even sizes; an odd size loses its last column or row.
@@ -74,7 +74,7 @@ ORMA_API int32_t OrmaSetFrameSize(OrmaVideoHandle vv, int32_t width, int32_t hei
                               " is rendered as " + std::to_string(w) + "x" + std::to_string(h));
     v.settings.width = w;
     v.settings.height = h;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Int("width", width).Int("height", height); }, r);
@@ -83,12 +83,12 @@ ORMA_API int32_t OrmaSetFrameSize(OrmaVideoHandle vv, int32_t width, int32_t hei
 ORMA_API int32_t OrmaSetOutPath(OrmaVideoHandle vv, const char* path) {
   ORMA_ENTRY_NAME;
   int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
-    if (!path || !*path) return Refuse(call, kBadArgument, "empty output path");
+    if (!path || !*path) return Refuse(call, ORMA_BAD_ARGUMENT, "empty output path");
     std::string error;
     std::string native = platform::NativePath(path, &error);
-    if (native.empty()) return Refuse(call, kBadArgument, error);
+    if (native.empty()) return Refuse(call, ORMA_BAD_ARGUMENT, error);
     v.settings.outPath = native;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Text("path", path); }, r);
@@ -104,10 +104,10 @@ ORMA_API int32_t OrmaSetFPS(OrmaVideoHandle vv, double fps) {
   ORMA_ENTRY_NAME;
   int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
     if (!(fps > 0.0) || !std::isfinite(fps) || fps > 240.0)
-      return Refuse(call, kBadArgument, "frame rate " + FormatDouble(fps) + " is out of range");
+      return Refuse(call, ORMA_BAD_ARGUMENT, "frame rate " + FormatDouble(fps) + " is out of range");
     v.settings.fpsValue = fps;
     v.settings.fps = RationalFps(fps);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Dbl("fps", fps); }, r);
@@ -121,9 +121,9 @@ ORMA_API int32_t OrmaSetVideoBitrate(OrmaVideoHandle vv, int32_t kbits) {
 ORMA_API int32_t OrmaSetAudioChannels(OrmaVideoHandle vv, int32_t channels) {
   ORMA_ENTRY_NAME;
   int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
-    if (channels < 1 || channels > 8) return Refuse(call, kBadArgument, "channels must be 1 to 8");
+    if (channels < 1 || channels > 8) return Refuse(call, ORMA_BAD_ARGUMENT, "channels must be 1 to 8");
     v.settings.channels = channels;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Int("channels", channels); }, r);
@@ -133,9 +133,9 @@ ORMA_API int32_t OrmaSetAudioSamples(OrmaVideoHandle vv, int32_t sampleRate) {
   ORMA_ENTRY_NAME;
   int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
     if (sampleRate < 8000 || sampleRate > 192000)
-      return Refuse(call, kBadArgument, "sample rate must be 8000 to 192000 Hz");
+      return Refuse(call, ORMA_BAD_ARGUMENT, "sample rate must be 8000 to 192000 Hz");
     v.settings.sampleRate = sampleRate;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Int("sampleRate", sampleRate); }, r);
@@ -167,11 +167,11 @@ ORMA_API int32_t OrmaSetOutputStreams(OrmaVideoHandle vv, int32_t streams) {
   ORMA_ENTRY_NAME;
   int32_t r = Setting(call, vv, [&](VirtualVideo& v) {
     if (streams != ORMA_STREAMS_VIDEO && streams != ORMA_STREAMS_SOUND && streams != ORMA_STREAMS_BOTH)
-      return Refuse(call, kBadArgument,
+      return Refuse(call, ORMA_BAD_ARGUMENT,
                     "streams " + std::to_string(streams) + " is not 1 (picture), 2 (sound) or 3 (both)");
     v.settings.writeVideo = (streams & ORMA_STREAMS_VIDEO) != 0;
     v.settings.writeSound = (streams & ORMA_STREAMS_SOUND) != 0;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
       call, [&] { return TraceArgs().Ptr("vv", vv).Int("streams", streams); }, r);

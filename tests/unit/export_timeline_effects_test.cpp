@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "export/timeline_effects.h"
+#include "platform/program_results.h"
 #include "tests/support/export_stage_document.h"
 #include "tests/support/recording_core.h"
 
@@ -180,7 +181,7 @@ TEST_F(TimelineEffects, MosaicOfUnknownTypeEndsWithoutMessage) {
   doc_.AddMosaic(3, 0, 1);
   doc_.AddMosaic(0, 0, 1);
   doc_.AddMusic("m.mp3");
-  EXPECT_EQ(Run(), -1951);
+  EXPECT_EQ(Run(), kUnknownMosaicType);
   EXPECT_STREQ(message_, "");
   EXPECT_EQ(recorder::CallNames(), (Strings{"OrmaVirtualVideoCreate", "OrmaAddMosaic"}));
 }
@@ -189,7 +190,7 @@ TEST_F(TimelineEffects, RefusedMosaicEndsWithItsCode) {
   doc_.AddMosaic(0, 0, 1);
   doc_.AddMusic("m.mp3");
   recorder::SetResult("OrmaAddMosaic", 0);
-  EXPECT_EQ(Run(), -1929);
+  EXPECT_EQ(Run(), kAddMosaicFailed);
   EXPECT_STREQ(message_, "Add mosaic fail");
   EXPECT_TRUE(CallsNamed({"OrmaAddAudioMedia"}).empty());
 }
@@ -198,7 +199,7 @@ TEST_F(TimelineEffects, RefusedGaussBlurEndsWithItsCode) {
   doc_.AddMosaic(1, 0, 1);
   doc_.AddMosaic(1, 0, 1);
   recorder::SetResult("OrmaAddGaussBlur", 0);
-  EXPECT_EQ(Run(), -1938);
+  EXPECT_EQ(Run(), kAddGaussBlurFailed);
   EXPECT_STREQ(message_, "Add gauss blur fail");
   EXPECT_EQ(CallsNamed({"OrmaAddGaussBlur"}).size(), 1u);
 }
@@ -207,7 +208,7 @@ TEST_F(TimelineEffects, RefusedDelogoEndsWithItsCode) {
   doc_.AddMosaic(2, 0, 1);
   doc_.AddFilter("l.png", 0, 1);
   recorder::SetResult("OrmaAddDeLogo", 0);
-  EXPECT_EQ(Run(), -1947);
+  EXPECT_EQ(Run(), kAddDeLogoFailed);
   EXPECT_STREQ(message_, "Add delogo fail");
   EXPECT_TRUE(CallsNamed({"OrmaAddLUT"}).empty());
 }
@@ -357,7 +358,7 @@ TEST_F(TimelineEffects, RefusedAdjustmentEndsWithItsCode) {
   doc_.AddToning(0, 1);
   doc_.AddEffect("fx", 0, 1);
   recorder::SetResult("OrmaAddFilterAdjustment", 0);
-  EXPECT_EQ(Run(), -2175);
+  EXPECT_EQ(Run(), kAddAdjustmentFailed);
   EXPECT_STREQ(message_, "Add adjustment fail");
   EXPECT_TRUE(CallsNamed({"OrmaAddSpecialEffect"}).empty());
 }
@@ -366,7 +367,7 @@ TEST_F(TimelineEffects, RefusedAdjustmentEndsWithItsCode) {
 
 TEST_F(TimelineEffects, EffectSpanEndingAtZeroIsRejected) {
   doc_.AddEffect("fx", 0, 0);
-  EXPECT_EQ(Run(), -2201);
+  EXPECT_EQ(Run(), kSpecialEffectSpanInvalid);
   EXPECT_STREQ(message_, "Effect timeline is invalid");
   EXPECT_TRUE(CallsNamed({"OrmaAddSpecialEffect"}).empty());
 }
@@ -384,7 +385,7 @@ TEST_F(TimelineEffects, EffectStartingBeforeZeroIsRejectedAfterEarlierEffects) {
   doc_.AddEffect("a", 1, 2);
   doc_.AddEffect("b", -0.5f, 2);
   doc_.AddEffect("c", 1, 2);
-  EXPECT_EQ(Run(), -2201);
+  EXPECT_EQ(Run(), kSpecialEffectSpanInvalid);
   EXPECT_STREQ(message_, "Effect timeline is invalid");
   EXPECT_EQ(CallsNamed({"OrmaAddSpecialEffect"}).size(), 1u);
 }
