@@ -35,6 +35,25 @@ inline Caption* CaptionOf(const void* h) { return Lookup<Caption>(h, HandleType:
 inline CaptionItem* CaptionItemOf(const void* h) { return Lookup<CaptionItem>(h, HandleType::CaptionItem); }
 inline Mask* MaskOf(const void* h) { return Lookup<Mask>(h, HandleType::Mask); }
 
+/// The object behind a handle that a call may change: null for a handle that
+/// is not of its kind ("not a media handle" ...) and while the video it is on
+/// is exporting, after the refusal's log line, with the refusal's code in
+/// *refused. One overload per handle kind: the header's handle types tell
+/// them apart.
+VirtualVideo* Writable(const char* call, OrmaVideoHandle handle, int32_t* refused);
+Scene* Writable(const char* call, OrmaSceneHandle handle, int32_t* refused);
+Media* Writable(const char* call, OrmaMediaHandle handle, int32_t* refused);
+AudioTrack* Writable(const char* call, OrmaAudioHandle handle, int32_t* refused);
+Caption* Writable(const char* call, OrmaCaptionHandle handle, int32_t* refused);
+CaptionItem* Writable(const char* call, OrmaCaptionItemHandle handle, int32_t* refused);
+
+/// `apply(object)` on the writable object behind `handle`, or the refusal.
+template <class H, class Apply> int32_t With(const char* call, H handle, Apply apply) {
+  int32_t refused = ORMA_BAD_HANDLE;
+  auto* object = Writable(call, handle, &refused);
+  return object ? apply(*object) : refused;
+}
+
 /// Logs "<function>: <text>" and returns code.
 int32_t Refuse(const char* function, int32_t code, const std::string& text);
 

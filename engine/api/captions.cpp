@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "engine/api/api.h"
+#include "engine/api/trace_args_gen.h"
 #include "engine/api/value_limits.h"
 #include "engine/core/registry.h"
 #include "engine/look/animation.h"
@@ -18,64 +19,15 @@ using namespace orma;
 
 namespace {
 
-template <class Apply> int32_t WithCaption(const char* function, OrmaCaptionHandle c, Apply apply) {
-  Caption* caption = CaptionOf(c);
-  if (!caption) return Refuse(function, ORMA_BAD_HANDLE, "not a caption handle");
-  if (Exporting(caption->video)) return Refuse(function, ORMA_BAD_STATE, "an export is running");
-  return apply(*caption);
-}
-
-template <class Apply> int32_t WithItem(const char* function, OrmaCaptionItemHandle i, Apply apply) {
-  CaptionItem* item = CaptionItemOf(i);
-  if (!item) return Refuse(function, ORMA_BAD_HANDLE, "not a caption item handle");
-  if (Exporting(item->caption->video)) return Refuse(function, ORMA_BAD_STATE, "an export is running");
-  return apply(*item);
-}
-
-// The caption's opacity, scale and angle are set alike: a finite number.
-int32_t SetFinite(const char* call, OrmaCaptionHandle c, float Caption::*field, const char* argument,
-                  float value) {
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    if (!std::isfinite(value)) return Refuse(call, ORMA_BAD_ARGUMENT, "not a number");
-    caption.*field = value;
-    return int32_t{ORMA_OK};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Dbl(argument, value); }, r);
-}
-
-// The caption's centre and size are pairs stored as given.
-int32_t SetPair(const char* call, OrmaCaptionHandle c, OrmaFloatPair Caption::*field, const char* first,
-                const char* second, OrmaFloatPair value) {
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    caption.*field = value;
-    return int32_t{ORMA_OK};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Dbl(first, value.first).Dbl(second, value.second); },
-      r);
-}
-
-// An item's stroke and shadow are whole blocks, kept as given; `describe`
-// adds the fields the trace shows.
-template <class Block, class Describe>
+// An item's stroke and shadow are whole blocks, kept as given.
+template <class Block>
 int32_t SetItemBlock(const char* call, OrmaCaptionItemHandle i,
-                     std::optional<Block> CaptionItemAttributes::*field, const Block* block,
-                     Describe describe) {
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+                     std::optional<Block> CaptionItemAttributes::*field, const Block* block) {
+  return With(call, i, [&](CaptionItem& item) {
     if (!block) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     item.attrs.*field = *block;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("item", i);
-        if (block) describe(t, *block);
-        return t;
-      },
-      r);
 }
 
 CaptionItem* NewItem(Caption& caption) {
@@ -189,13 +141,13 @@ ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath
     }
   }
   return Traced(
-      call, [&] { return TraceArgs().Text("configPath", configPath).Int("kind", kind); },
+      call, [&] { return trace_args::OrmaCreateCaptionFromConfigure(configPath, kind); },
       HandleTo<OrmaCaptionHandle>(caption));
 }
 
 ORMA_API int32_t OrmaAddCaption(OrmaVideoHandle vv, OrmaCaptionHandle c) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+  int32_t r = With(call, c, [&](Caption& caption) {
     VirtualVideo* v = VideoOf(vv);
     if (!v) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
     if (Exporting(v)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
@@ -204,23 +156,12 @@ ORMA_API int32_t OrmaAddCaption(OrmaVideoHandle vv, OrmaCaptionHandle c) {
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Ptr("caption", c); }, r);
-}
-
-ORMA_API int32_t OrmaUpateCaptionLevel(OrmaCaptionHandle c, int32_t level) {
-  ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    if (level < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative level");
-    caption.level = level;
-    return int32_t{ORMA_OK};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Int("level", level); }, r);
+      call, [&] { return trace_args::OrmaAddCaption(vv, c); }, r);
 }
 
 ORMA_API int32_t OrmaUpdateCaptionTimeline(OrmaCaptionHandle c, int64_t startUs, int64_t endUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+  int32_t r = With(call, c, [&](Caption& caption) {
     // An empty span leaves the caption out until a later span gives it time.
     caption.leftOut = EmptySpan(call, startUs, endUs);
     caption.startUs = caption.leftOut ? startUs : NotNegative(call, "start", startUs);
@@ -228,32 +169,7 @@ ORMA_API int32_t OrmaUpdateCaptionTimeline(OrmaCaptionHandle c, int64_t startUs,
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Int("startUs", startUs).Int("endUs", endUs); }, r);
-}
-
-ORMA_API int32_t OrmaSetCaptionTransparency(OrmaCaptionHandle c, float opacity) {
-  ORMA_ENTRY_NAME;
-  return SetFinite(call, c, &Caption::opacity, "opacity", opacity);
-}
-
-ORMA_API int32_t OrmaSetCaptionPosition(OrmaCaptionHandle c, OrmaFloatPair center) {
-  ORMA_ENTRY_NAME;
-  return SetPair(call, c, &Caption::center, "x", "y", center);
-}
-
-ORMA_API int32_t OrmaSetCaptionSize(OrmaCaptionHandle c, OrmaFloatPair size) {
-  ORMA_ENTRY_NAME;
-  return SetPair(call, c, &Caption::size, "width", "height", size);
-}
-
-ORMA_API int32_t OrmaSetCaptionScale(OrmaCaptionHandle c, float scale) {
-  ORMA_ENTRY_NAME;
-  return SetFinite(call, c, &Caption::scale, "scale", scale);
-}
-
-ORMA_API int32_t OrmaSetCaptionAngle(OrmaCaptionHandle c, float degrees) {
-  ORMA_ENTRY_NAME;
-  return SetFinite(call, c, &Caption::angle, "degrees", degrees);
+      call, [&] { return trace_args::OrmaUpdateCaptionTimeline(c, startUs, endUs); }, r);
 }
 
 ORMA_API int32_t OrmaCaptionGetItemCount(OrmaCaptionHandle c) {
@@ -263,7 +179,7 @@ ORMA_API int32_t OrmaCaptionGetItemCount(OrmaCaptionHandle c) {
   int32_t n = caption ? static_cast<int32_t>(caption->items.size()) : 0;
   if (!caption) Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
   return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c); }, n);
+      call, [&] { return trace_args::OrmaCaptionGetItemCount(c); }, n);
 }
 
 ORMA_API OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle c, int32_t index) {
@@ -277,7 +193,7 @@ ORMA_API OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle c, in
   else
     item = caption->items[index];
   return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Int("index", index); },
+      call, [&] { return trace_args::OrmaCaptionGetItemCaption(c, index); },
       HandleTo<OrmaCaptionItemHandle>(item));
 }
 
@@ -294,7 +210,7 @@ ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t ind
     return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Int("index", index).Ptr("block", block); }, r);
+      call, [&] { return trace_args::OrmaCaptionGetItemCaptionParam(c, index, block); }, r);
 }
 
 ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const char* text) {
@@ -323,13 +239,12 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
     }
   }
   return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Text("text", text); },
-      HandleTo<OrmaCaptionItemHandle>(item));
+      call, [&] { return trace_args::OrmaGetCaptionItem(c, text); }, HandleTo<OrmaCaptionItemHandle>(item));
 }
 
 ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle i, const OrmaCaptionItemBlock* block) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+  int32_t r = With(call, i, [&](CaptionItem& item) {
     if (!block) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     item.block = *block;
     item.block.text[sizeof item.block.text - 1] = '\0';
@@ -337,22 +252,12 @@ ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle i, const OrmaC
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("item", i);
-        if (block) {
-          std::string text = Copied(block->text, sizeof block->text);
-          t.Int("startUs", block->startUs).Int("endUs", block->endUs).Text("text", text.c_str());
-        }
-        return t;
-      },
-      r);
+      call, [&] { return trace_args::OrmaUpdateCaptionItemParam(i, block); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, const char* path) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+  int32_t r = With(call, i, [&](CaptionItem& item) {
     std::string error;
     std::string native = ResolveLocalFile(path, &error);
     if (native.empty()) return Refuse(call, ORMA_BAD_FILE, error);
@@ -361,48 +266,40 @@ ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, cons
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("item", i).Text("path", path); }, r);
+      call, [&] { return trace_args::OrmaSetCaptionItemEffectConfigure(i, path); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle i, const OrmaStrokeBlock* stroke) {
   ORMA_ENTRY_NAME;
-  return SetItemBlock(
-      call, i, &CaptionItemAttributes::stroke, stroke,
-      [](TraceArgs& t, const OrmaStrokeBlock& b) { t.Dbl("width", b.width).Floats("color", b.color, 4); });
+  int32_t r = SetItemBlock(call, i, &CaptionItemAttributes::stroke, stroke);
+  return Traced(
+      call, [&] { return trace_args::OrmaSetCaptionItemStroke(i, stroke); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle i, const OrmaShadowBlock* shadow) {
   ORMA_ENTRY_NAME;
-  return SetItemBlock(call, i, &CaptionItemAttributes::shadow, shadow,
-                      [](TraceArgs& t, const OrmaShadowBlock& b) {
-                        t.Dbl("blur", b.blur).Dbl("angle", b.angle).Dbl("distance", b.distance);
-                      });
+  int32_t r = SetItemBlock(call, i, &CaptionItemAttributes::shadow, shadow);
+  return Traced(
+      call, [&] { return trace_args::OrmaSetCaptionItemShadow(i, shadow); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle i, int32_t enable,
                                               const OrmaCaptionBackgroundBlock* background) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+  int32_t r = With(call, i, [&](CaptionItem& item) {
     if (enable && !background) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     item.attrs.backgroundEnabled = enable != 0;
     if (background) item.attrs.background = *background;
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("item", i).Int("enable", enable);
-        if (background) t.Int("type", background->type).Floats("color", background->color, 4);
-        return t;
-      },
-      r);
+      call, [&] { return trace_args::OrmaSetCaptionItemBackground(i, enable, background); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char* configPath, int32_t type,
                                              int64_t startUs, int64_t durationUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+  int32_t r = With(call, i, [&](CaptionItem& item) {
     std::string error;
     std::string native = ResolveLocalFile(configPath, &error);
     if (native.empty()) return Refuse(call, ORMA_BAD_FILE, error);
@@ -412,50 +309,31 @@ ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call,
-      [&] {
-        return TraceArgs()
-            .Ptr("item", i)
-            .Text("configPath", configPath)
-            .Int("type", type)
-            .Int("startUs", startUs)
-            .Int("durationUs", durationUs);
-      },
+      call, [&] { return trace_args::OrmaSetCaptionItemAnimation(i, configPath, type, startUs, durationUs); },
       r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemAnimationCycleDuration(OrmaCaptionItemHandle i, int64_t cycleUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+  int32_t r = With(call, i, [&](CaptionItem& item) {
     if (cycleUs < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative time");
     item.attrs.animationCycle = cycleUs;
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("item", i).Int("cycleUs", cycleUs); }, r);
+      call, [&] { return trace_args::OrmaSetCaptionItemAnimationCycleDuration(i, cycleUs); }, r);
 }
 
 ORMA_API int32_t OrmaCreateCaptionKeyFrameAniamtion(OrmaCaptionHandle c,
                                                     const OrmaCaptionKeyFrameBlock* frame) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+  int32_t r = With(call, c, [&](Caption& caption) {
     if (!frame) return Refuse(call, ORMA_BAD_ARGUMENT, "no key frame");
     caption.keyFrames.push_back(*frame);
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("caption", c);
-        if (frame)
-          t.Int("atTimeUs", frame->atTimeUs)
-              .Floats("showRect", frame->showRect, 4)
-              .Dbl("alpha", frame->alpha)
-              .Dbl("scale", frame->scale);
-        return t;
-      },
-      r);
+      call, [&] { return trace_args::OrmaCreateCaptionKeyFrameAniamtion(c, frame); }, r);
 }
 
 } // extern "C"

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "engine/api/api.h"
+#include "engine/api/trace_args_gen.h"
 #include "engine/api/value_limits.h"
 #include "engine/look/lut_file.h"
 #include "engine/look/special_effect.h"
@@ -11,15 +12,9 @@ using namespace orma;
 namespace {
 
 Effect* NewEffect(const char* function, OrmaVideoHandle vv, EffectKind kind, int64_t fromUs, int64_t toUs) {
-  VirtualVideo* v = VideoOf(vv);
-  if (!v) {
-    Refuse(function, ORMA_BAD_HANDLE, "not a virtual video handle");
-    return nullptr;
-  }
-  if (Exporting(v)) {
-    Refuse(function, ORMA_BAD_STATE, "an export is running");
-    return nullptr;
-  }
+  int32_t refused;
+  VirtualVideo* v = Writable(function, vv, &refused);
+  if (!v) return nullptr;
   // An empty span leaves the effect out; one starting before 0 starts at 0.
   bool empty = EmptySpan(function, fromUs, toUs);
   auto* e = new Effect();
@@ -47,23 +42,6 @@ OrmaEffectHandle Region(const char* function, OrmaVideoHandle vv, EffectKind kin
   return HandleTo<OrmaEffectHandle>(e);
 }
 
-// Mosaic and blurred regions differ only in their kind.
-OrmaEffectHandle TracedRegion(const char* call, OrmaVideoHandle vv, EffectKind kind, const float* region,
-                              float intensity, int64_t fromUs, int64_t toUs) {
-  OrmaEffectHandle h = Region(call, vv, kind, region, intensity, fromUs, toUs);
-  return Traced(
-      call,
-      [&] {
-        return TraceArgs()
-            .Ptr("vv", vv)
-            .Floats("region", region, 4)
-            .Dbl("intensity", intensity)
-            .Int("fromUs", fromUs)
-            .Int("toUs", toUs);
-      },
-      h);
-}
-
 } // namespace
 
 extern "C" {
@@ -71,13 +49,17 @@ extern "C" {
 ORMA_API OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float intensity,
                                         int64_t fromUs, int64_t toUs) {
   ORMA_ENTRY_NAME;
-  return TracedRegion(call, vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
+  OrmaEffectHandle h = Region(call, vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
+  return Traced(
+      call, [&] { return trace_args::OrmaAddMosaic(vv, region, intensity, fromUs, toUs); }, h);
 }
 
 ORMA_API OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* region, float intensity,
                                            int64_t fromUs, int64_t toUs) {
   ORMA_ENTRY_NAME;
-  return TracedRegion(call, vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
+  OrmaEffectHandle h = Region(call, vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
+  return Traced(
+      call, [&] { return trace_args::OrmaAddGaussBlur(vv, region, intensity, fromUs, toUs); }, h);
 }
 
 ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region, int64_t fromUs,
@@ -85,11 +67,7 @@ ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region,
   ORMA_ENTRY_NAME;
   OrmaEffectHandle h = Region(call, vv, EffectKind::DeLogo, region, 0.0f, fromUs, toUs);
   return Traced(
-      call,
-      [&] {
-        return TraceArgs().Ptr("vv", vv).Floats("region", region, 4).Int("fromUs", fromUs).Int("toUs", toUs);
-      },
-      h);
+      call, [&] { return trace_args::OrmaAddDeLogo(vv, region, fromUs, toUs); }, h);
 }
 
 ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float intensity, int64_t fromUs,
@@ -112,15 +90,7 @@ ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float
     e->intensity = intensity;
   }
   return Traced(
-      call,
-      [&] {
-        return TraceArgs()
-            .Ptr("vv", vv)
-            .Text("path", path)
-            .Dbl("intensity", intensity)
-            .Int("fromUs", fromUs)
-            .Int("toUs", toUs);
-      },
+      call, [&] { return trace_args::OrmaAddLUT(vv, path, intensity, fromUs, toUs); },
       HandleTo<OrmaEffectHandle>(e));
 }
 
@@ -133,13 +103,7 @@ ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const Orma
   else if ((e = NewEffect(call, vv, EffectKind::Adjustment, fromUs, toUs)))
     e->adjustment = *adjustment;
   return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("vv", vv);
-        if (adjustment) t.Floats("values", &adjustment->brightness, 12);
-        return t.Int("fromUs", fromUs).Int("toUs", toUs);
-      },
+      call, [&] { return trace_args::OrmaAddFilterAdjustment(vv, adjustment, fromUs, toUs); },
       HandleTo<OrmaEffectHandle>(e));
 }
 
@@ -159,15 +123,7 @@ ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* c
     e->underEveryLevel = applyRange == 1; // the main track only
   }
   return Traced(
-      call,
-      [&] {
-        return TraceArgs()
-            .Ptr("vv", vv)
-            .Text("configPath", configPath)
-            .Int("applyRange", applyRange)
-            .Int("fromUs", fromUs)
-            .Int("toUs", toUs);
-      },
+      call, [&] { return trace_args::OrmaAddSpecialEffect(vv, configPath, applyRange, fromUs, toUs); },
       HandleTo<OrmaEffectHandle>(e));
 }
 
@@ -185,7 +141,7 @@ ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level) {
     return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("handle", handle).Int("level", level); }, r);
+      call, [&] { return trace_args::OrmaUpdateEffectLevel(handle, level); }, r);
 }
 
 } // extern "C"

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "engine/api/api.h"
+#include "engine/api/trace_args_gen.h"
 #include "engine/encode/export_run.h"
 #include "platform/text_number.h"
 
@@ -24,7 +25,7 @@ ORMA_API int32_t OrmaEditSetLimitTime(OrmaVideoHandle vv, int64_t startUs, int64
     return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Int("startUs", startUs).Int("endUs", endUs); }, r);
+      call, [&] { return trace_args::OrmaEditSetLimitTime(vv, startUs, endUs); }, r);
 }
 
 ORMA_API int32_t OrmaEditMediaUseAgentProcess(OrmaVideoHandle vv) {
@@ -38,7 +39,7 @@ ORMA_API int32_t OrmaEditMediaUseAgentProcess(OrmaVideoHandle vv) {
     return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaEditMediaUseAgentProcess(vv); }, r);
 }
 
 ORMA_API int32_t OrmaEditMedia(OrmaVideoHandle vv) {
@@ -46,7 +47,7 @@ ORMA_API int32_t OrmaEditMedia(OrmaVideoHandle vv) {
   VirtualVideo* v = VideoOf(vv);
   int32_t r = v ? RunExport(*v) : Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaEditMedia(vv); }, r);
 }
 
 ORMA_API int32_t OrmaEditProgress(OrmaVideoHandle vv) {
@@ -54,7 +55,7 @@ ORMA_API int32_t OrmaEditProgress(OrmaVideoHandle vv) {
   VirtualVideo* v = VideoOf(vv);
   int32_t r = v ? v->progress.load() : 0;
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaEditProgress(vv); }, r);
 }
 
 ORMA_API int32_t OrmaEditCancel(OrmaVideoHandle vv) {
@@ -68,7 +69,7 @@ ORMA_API int32_t OrmaEditCancel(OrmaVideoHandle vv) {
   else
     r = Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaEditCancel(vv); }, r);
 }
 
 ORMA_API int64_t OrmaGetTotalPlaybackTime(OrmaVideoHandle vv) {
@@ -76,7 +77,7 @@ ORMA_API int64_t OrmaGetTotalPlaybackTime(OrmaVideoHandle vv) {
   VirtualVideo* v = VideoOf(vv);
   int64_t r = v ? TimelineLengthUs(*v) : 0;
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaGetTotalPlaybackTime(vv); }, r);
 }
 
 ORMA_API int64_t OrmaGetCurrentPlaybackTime(OrmaVideoHandle vv) {
@@ -84,7 +85,7 @@ ORMA_API int64_t OrmaGetCurrentPlaybackTime(OrmaVideoHandle vv) {
   VirtualVideo* v = VideoOf(vv);
   int64_t r = v ? v->positionUs.load() : 0;
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaGetCurrentPlaybackTime(vv); }, r);
 }
 
 ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, OrmaMediaPropertyBlock* audio,
@@ -118,16 +119,7 @@ ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, Orm
     return int32_t{ORMA_OK};
   }();
   return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Text("path", path);
-        if (r == ORMA_OK && durationUs) t.Int("durationUs", *durationUs);
-        if (r == ORMA_OK && video)
-          t.Int("width", video->width).Int("height", video->height).Text("videoCodec", video->name);
-        return t;
-      },
-      r);
+      call, [&] { return trace_args::OrmaGetMediaInfoLite(path, durationUs, audio, video); }, r);
 }
 
 } // extern "C"

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "engine/api/api.h"
+#include "engine/api/trace_args_gen.h"
 #include "engine/preview/player.h"
 
 using namespace orma;
@@ -28,7 +29,7 @@ ORMA_API int32_t OrmaSetDisplayRatio(OrmaVideoHandle vv, float ratio) {
     return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Dbl("ratio", ratio); }, r);
+      call, [&] { return trace_args::OrmaSetDisplayRatio(vv, ratio); }, r);
 }
 
 ORMA_API int32_t OrmaSetPreviewWindowsHwnd(OrmaVideoHandle vv, uint64_t window) {
@@ -40,7 +41,7 @@ ORMA_API int32_t OrmaSetPreviewWindowsHwnd(OrmaVideoHandle vv, uint64_t window) 
     return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Int("window", static_cast<int64_t>(window)); }, r);
+      call, [&] { return trace_args::OrmaSetPreviewWindowsHwnd(vv, window); }, r);
 }
 
 ORMA_API int32_t OrmaPreviewInit(OrmaVideoHandle vv) {
@@ -53,13 +54,13 @@ ORMA_API int32_t OrmaPreviewInit(OrmaVideoHandle vv) {
     return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaPreviewInit(vv); }, r);
 }
 
 ORMA_API int32_t OrmaPreview(OrmaVideoHandle vv) {
   ORMA_ENTRY_NAME;
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); },
+      call, [&] { return trace_args::OrmaPreview(vv); },
       [&] {
         VirtualVideo* v = VideoOf(vv);
         return v ? StartPreview(*v) : Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
@@ -69,25 +70,25 @@ ORMA_API int32_t OrmaPreview(OrmaVideoHandle vv) {
 ORMA_API int32_t OrmaPreviewConintue(OrmaVideoHandle vv) {
   ORMA_ENTRY_NAME;
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, Control(call, vv, PreviewControl::Play));
+      call, [&] { return trace_args::OrmaPreviewConintue(vv); }, Control(call, vv, PreviewControl::Play));
 }
 
 ORMA_API int32_t OrmaPreviewPause(OrmaVideoHandle vv) {
   ORMA_ENTRY_NAME;
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, Control(call, vv, PreviewControl::Pause));
+      call, [&] { return trace_args::OrmaPreviewPause(vv); }, Control(call, vv, PreviewControl::Pause));
 }
 
 ORMA_API int32_t OrmaPreviewStop(OrmaVideoHandle vv) {
   ORMA_ENTRY_NAME;
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, Control(call, vv, PreviewControl::Stop));
+      call, [&] { return trace_args::OrmaPreviewStop(vv); }, Control(call, vv, PreviewControl::Stop));
 }
 
 ORMA_API int32_t OrmaPreviewSeek(OrmaVideoHandle vv, int64_t positionUs) {
   ORMA_ENTRY_NAME;
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Int("positionUs", positionUs); },
+      call, [&] { return trace_args::OrmaPreviewSeek(vv, positionUs); },
       Control(call, vv, PreviewControl::Seek, positionUs));
 }
 

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "engine/api/api.h"
+#include "engine/api/trace_args_gen.h"
 #include "engine/api/value_limits.h"
 #include "engine/render/transitions.h"
 
@@ -21,14 +22,6 @@ OrmaSceneHandle NewScene(const char* function, int64_t startUs, int64_t endUs, b
   return HandleTo<OrmaSceneHandle>(s);
 }
 
-// Scene setters: a live scene whose video (if any) is not exporting.
-template <class Apply> int32_t WithScene(const char* function, OrmaSceneHandle scene, Apply apply) {
-  Scene* s = SceneOf(scene);
-  if (!s) return Refuse(function, ORMA_BAD_HANDLE, "not a scene handle");
-  if (Exporting(s->video)) return Refuse(function, ORMA_BAD_STATE, "an export is running");
-  return apply(*s);
-}
-
 } // namespace
 
 extern "C" {
@@ -37,14 +30,14 @@ ORMA_API OrmaSceneHandle OrmaCreateScene(int64_t startUs, int64_t endUs) {
   ORMA_ENTRY_NAME;
   OrmaSceneHandle s = NewScene(call, startUs, endUs, false);
   return Traced(
-      call, [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
+      call, [&] { return trace_args::OrmaCreateScene(startUs, endUs); }, s);
 }
 
 ORMA_API OrmaSceneHandle OrmaCreatePIPScene(int64_t startUs, int64_t endUs) {
   ORMA_ENTRY_NAME;
   OrmaSceneHandle s = NewScene(call, startUs, endUs, true);
   return Traced(
-      call, [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
+      call, [&] { return trace_args::OrmaCreatePIPScene(startUs, endUs); }, s);
 }
 
 ORMA_API int32_t OrmaAddScene(OrmaVideoHandle vv, OrmaSceneHandle scene) {
@@ -59,7 +52,7 @@ ORMA_API int32_t OrmaAddScene(OrmaVideoHandle vv, OrmaSceneHandle scene) {
     return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene); }, r);
+      call, [&] { return trace_args::OrmaAddScene(vv, scene); }, r);
 }
 
 ORMA_API OrmaMediaHandle OrmaSceneCreateMedia(const char* path) {
@@ -76,12 +69,12 @@ ORMA_API OrmaMediaHandle OrmaSceneCreateMedia(const char* path) {
     RegisterHandle(m);
   }
   return Traced(
-      call, [&] { return TraceArgs().Text("path", path); }, HandleTo<OrmaMediaHandle>(m));
+      call, [&] { return trace_args::OrmaSceneCreateMedia(path); }, HandleTo<OrmaMediaHandle>(m));
 }
 
 ORMA_API int32_t OrmaSceneAddMediaHandle(OrmaSceneHandle scene, OrmaMediaHandle media) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
+  int32_t r = With(call, scene, [&](Scene& s) {
     Media* m = MediaOf(media);
     if (!m) return Refuse(call, ORMA_BAD_HANDLE, "not a media handle");
     if (m->scene) return Refuse(call, ORMA_BAD_STATE, "the media is already in a scene");
@@ -90,12 +83,12 @@ ORMA_API int32_t OrmaSceneAddMediaHandle(OrmaSceneHandle scene, OrmaMediaHandle 
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("scene", scene).Ptr("media", media); }, r);
+      call, [&] { return trace_args::OrmaSceneAddMediaHandle(scene, media); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundImage(OrmaSceneHandle scene, const char* path) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
+  int32_t r = With(call, scene, [&](Scene& s) {
     MediaProbe probe = ProbeMedia(path, true);
     if (!probe.ok) return Refuse(call, ORMA_BAD_FILE, probe.error);
     if (!probe.hasVideo) return Refuse(call, ORMA_BAD_FILE, probe.path + ": not a picture");
@@ -105,12 +98,12 @@ ORMA_API int32_t OrmaSetSceneBackGroundImage(OrmaSceneHandle scene, const char* 
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("scene", scene).Text("path", path); }, r);
+      call, [&] { return trace_args::OrmaSetSceneBackGroundImage(scene, path); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundColor(OrmaSceneHandle scene, const float* rgba) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
+  int32_t r = With(call, scene, [&](Scene& s) {
     if (!rgba) return Refuse(call, ORMA_BAD_ARGUMENT, "no colour");
     s.background = Background();
     s.background.kind = BackgroundKind::Color;
@@ -119,14 +112,14 @@ ORMA_API int32_t OrmaSetSceneBackGroundColor(OrmaSceneHandle scene, const float*
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("scene", scene).Floats("rgba", rgba, 4); }, r);
+      call, [&] { return trace_args::OrmaSetSceneBackGroundColor(scene, rgba); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundGaussBlur(OrmaSceneHandle scene, float intensity) {
   ORMA_ENTRY_NAME;
   // Intensity 0 (what a draft without a blurred background passes) leaves
   // the scene without background: black where no media is.
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
+  int32_t r = With(call, scene, [&](Scene& s) {
     if (!std::isfinite(intensity)) return Refuse(call, ORMA_BAD_ARGUMENT, "not a number");
     s.background = Background();
     if (intensity > 0.0f) {
@@ -136,12 +129,12 @@ ORMA_API int32_t OrmaSetSceneBackGroundGaussBlur(OrmaSceneHandle scene, float in
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("scene", scene).Dbl("intensity", intensity); }, r);
+      call, [&] { return trace_args::OrmaSetSceneBackGroundGaussBlur(scene, intensity); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneTransitionMode(OrmaVideoHandle vv, OrmaSceneHandle scene, int32_t mode) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
+  int32_t r = With(call, scene, [&](Scene& s) {
     if (!VideoOf(vv) || s.video != VideoOf(vv))
       return Refuse(call, ORMA_BAD_HANDLE, "the scene is not on this virtual video");
     // Mode 3: the transition is centred on the cut and the timeline keeps
@@ -151,13 +144,13 @@ ORMA_API int32_t OrmaSetSceneTransitionMode(OrmaVideoHandle vv, OrmaSceneHandle 
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Int("mode", mode); }, r);
+      call, [&] { return trace_args::OrmaSetSceneTransitionMode(vv, scene, mode); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scene, const char* path,
                                         int64_t durationUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
+  int32_t r = With(call, scene, [&](Scene& s) {
     if (!VideoOf(vv) || s.video != VideoOf(vv))
       return Refuse(call, ORMA_BAD_HANDLE, "the scene is not on this virtual video");
     if (s.transitionMode != 3)
@@ -171,11 +164,7 @@ ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scen
     return int32_t{ORMA_OK};
   });
   return Traced(
-      call,
-      [&] {
-        return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Text("path", path).Int("durationUs", durationUs);
-      },
-      r);
+      call, [&] { return trace_args::OrmaSetSceneTransition(vv, scene, path, durationUs); }, r);
 }
 
 } // extern "C"

@@ -15,6 +15,7 @@ extern "C" {
 #include <cstring>
 
 #include "engine/api/api.h"
+#include "engine/api/trace_args_gen.h"
 #include "platform/text_number.h"
 
 using namespace orma;
@@ -46,7 +47,7 @@ ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
     return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("versions", versions); }, r);
+      call, [&] { return trace_args::OrmaGetVersions(versions); }, r);
 }
 
 ORMA_API int32_t OrmaGetLastError(char* text, int32_t capacity) {
@@ -60,7 +61,7 @@ ORMA_API int32_t OrmaGetLastError(char* text, int32_t capacity) {
     r = static_cast<int32_t>(std::strlen(text));
   }
   return Traced(
-      call, [&] { return TraceArgs().Int("capacity", capacity); }, r);
+      call, [&] { return trace_args::OrmaGetLastError(text, capacity); }, r);
 }
 
 } // extern "C"
