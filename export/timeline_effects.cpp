@@ -152,10 +152,10 @@ int32_t AddSpecialEffects(const DraftDocument* document, OrmaVideoHandle vv, cha
 
 OrmaAdjustmentBlock ToningAdjustment(const ToningRecord* toning, int32_t draftVersion) {
   OrmaAdjustmentBlock block{};
-  const double saturation = toning->saturation;
-  const double contrast = toning->contrast;
-  const double sharpness = toning->sharpness;
-  block.brightness = static_cast<float>(toning->brightness * 255.0);
+  const double saturation = toning->levels.saturation;
+  const double contrast = toning->levels.contrast;
+  const double sharpness = toning->levels.sharpness;
+  block.brightness = static_cast<float>(toning->levels.brightness * 255.0);
   if (static_cast<double>(draftVersion) > 4.0) {
     block.saturation = static_cast<float>(saturation * 100.0);
     block.contrast = static_cast<float>(contrast * 100.0);
@@ -167,14 +167,14 @@ OrmaAdjustmentBlock ToningAdjustment(const ToningRecord* toning, int32_t draftVe
     block.contrast = static_cast<float>(c * 100.0);
     block.sharpness = static_cast<float>((sharpness + 4.0) * 0.125 * 100.0);
   }
-  block.vignette = static_cast<float>(toning->vignette * 100.0);
-  block.whiteBalance = static_cast<float>(toning->whiteBalance * 100.0);
-  block.tint = static_cast<float>(toning->tint * 100.0);
-  block.shadows = static_cast<float>(toning->shadows * 100.0);
-  block.graininess = static_cast<float>(toning->graininess * 100.0);
-  block.highlight = static_cast<float>(toning->highlight * 100.0);
-  block.lightSensation = static_cast<float>(toning->lightSensation * 100.0);
-  block.fade = static_cast<float>(toning->fade * 100.0);
+  block.vignette = static_cast<float>(toning->levels.vignette * 100.0);
+  block.whiteBalance = static_cast<float>(toning->levels.whiteBalance * 100.0);
+  block.tint = static_cast<float>(toning->levels.tint * 100.0);
+  block.shadows = static_cast<float>(toning->levels.shadows * 100.0);
+  block.graininess = static_cast<float>(toning->levels.graininess * 100.0);
+  block.highlight = static_cast<float>(toning->levels.highlight * 100.0);
+  block.lightSensation = static_cast<float>(toning->levels.lightSensation * 100.0);
+  block.fade = static_cast<float>(toning->levels.fade * 100.0);
   return block;
 }
 

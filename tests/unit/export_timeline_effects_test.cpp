@@ -259,9 +259,9 @@ TEST_F(TimelineEffects, MissingLookupFileOnlyLogsAndTheExportGoesOn) {
 TEST_F(TimelineEffects, OldDraftToningMapsSaturationContrastSharpnessFromTheirOldScales) {
   doc_->ver = 4;
   ToningRecord* t = doc_.AddToning(0, 1);
-  t->saturation = 1.2f;
-  t->contrast = 1.6f;
-  t->sharpness = -2.0f;
+  t->levels.saturation = 1.2f;
+  t->levels.contrast = 1.6f;
+  t->levels.sharpness = -2.0f;
   ASSERT_EQ(Run(), 1);
   const OrmaAdjustmentBlock b = AdjustmentSent();
   EXPECT_NEAR(b.saturation, 20.0f, 1e-4);
@@ -272,9 +272,9 @@ TEST_F(TimelineEffects, OldDraftToningMapsSaturationContrastSharpnessFromTheirOl
 TEST_F(TimelineEffects, NewDraftToningUsesPercentScales) {
   doc_->ver = 5;
   ToningRecord* t = doc_.AddToning(0, 1);
-  t->saturation = 1.2f;
-  t->contrast = 1.6f;
-  t->sharpness = -2.0f;
+  t->levels.saturation = 1.2f;
+  t->levels.contrast = 1.6f;
+  t->levels.sharpness = -2.0f;
   ASSERT_EQ(Run(), 1);
   const OrmaAdjustmentBlock b = AdjustmentSent();
   EXPECT_NEAR(b.saturation, 120.0f, 1e-4);
@@ -285,7 +285,7 @@ TEST_F(TimelineEffects, NewDraftToningUsesPercentScales) {
 TEST_F(TimelineEffects, OldDraftContrastBelowOneIsNotCompressed) {
   doc_->ver = 0;
   ToningRecord* t = doc_.AddToning(0, 1);
-  t->contrast = 0.4f;
+  t->levels.contrast = 0.4f;
   ASSERT_EQ(Run(), 1);
   const OrmaAdjustmentBlock b = AdjustmentSent();
   EXPECT_NEAR(b.contrast, -60.0f, 1e-4);
@@ -299,15 +299,15 @@ TEST_F(TimelineEffects, ToningSlotsAreScaledInBlockOrderWithTheRestZero) {
     StageDocument doc;
     doc->ver = ver;
     ToningRecord* t = doc.AddToning(0.5f, 2.0f);
-    t->brightness = 0.2f;
-    t->vignette = 0.1f;
-    t->whiteBalance = -0.3f;
-    t->tint = 0.4f;
-    t->shadows = -0.5f;
-    t->graininess = 0.6f;
-    t->highlight = -0.7f;
-    t->lightSensation = 0.8f;
-    t->fade = 0.9f;
+    t->levels.brightness = 0.2f;
+    t->levels.vignette = 0.1f;
+    t->levels.whiteBalance = -0.3f;
+    t->levels.tint = 0.4f;
+    t->levels.shadows = -0.5f;
+    t->levels.graininess = 0.6f;
+    t->levels.highlight = -0.7f;
+    t->levels.lightSensation = 0.8f;
+    t->levels.fade = 0.9f;
     t->tag = 3.9f;
     char message[2048] = {};
     OrmaVideoHandle vv = OrmaVirtualVideoCreate();
@@ -332,8 +332,8 @@ TEST_F(TimelineEffects, ToningSlotsAreScaledInBlockOrderWithTheRestZero) {
 
 TEST_F(TimelineEffects, ToningBlockBytesFollowTheLibraryLayout) {
   ToningRecord* t = doc_.AddToning(0, 1);
-  t->brightness = 1.0f; // slot 0
-  t->fade = 0.5f;       // slot 11
+  t->levels.brightness = 1.0f; // slot 0
+  t->levels.fade = 0.5f;       // slot 11
   ASSERT_EQ(Run(), 1);
   recorder::Call call;
   for (const recorder::Call& c : recorder::Calls())
