@@ -33,14 +33,53 @@
 extern "C" {
 #endif
 
-typedef void* OrmaVideoHandle;       /* virtual video: timeline and output */
-typedef void* OrmaSceneHandle;       /* main-track scene or picture-in-picture scene */
-typedef void* OrmaMediaHandle;       /* clip or picture placed in a scene */
-typedef void* OrmaEffectHandle;      /* timeline-wide effect over a span */
-typedef void* OrmaAudioHandle;       /* music or sound effect */
-typedef void* OrmaCaptionHandle;     /* caption or sticker */
-typedef void* OrmaCaptionItemHandle; /* one text item of a caption */
-typedef void* OrmaMaskHandle;        /* mask of a media item */
+/* Each handle kind is a pointer to its own incomplete struct: the same
+ * pointer at the boundary as a void*, but a C++ compiler (and a C compiler's
+ * warning) refuses a scene handle where a media handle belongs. The structs
+ * are never defined; the library casts the pointer to its own object. */
+typedef struct OrmaVideo_* OrmaVideoHandle;             /* virtual video: timeline and output */
+typedef struct OrmaScene_* OrmaSceneHandle;             /* main-track scene or picture-in-picture scene */
+typedef struct OrmaMedia_* OrmaMediaHandle;             /* clip or picture placed in a scene */
+typedef struct OrmaEffect_* OrmaEffectHandle;           /* timeline-wide effect over a span */
+typedef struct OrmaAudio_* OrmaAudioHandle;             /* music or sound effect */
+typedef struct OrmaCaption_* OrmaCaptionHandle;         /* caption or sticker */
+typedef struct OrmaCaptionItem_* OrmaCaptionItemHandle; /* one text item of a caption */
+typedef struct OrmaMask_* OrmaMaskHandle;               /* mask of a media item */
+
+/* The library's results. A status call returns ORMA_OK (or, where it says
+ * so, a count) on success and one of the failures below otherwise, with one
+ * log line naming the cause (OrmaGetLastError). The calls keep their int32_t
+ * results; these names say what each number means. */
+enum OrmaResult {
+  ORMA_OK = 1,
+  /* Any call. */
+  ORMA_BAD_HANDLE = -1,   /* null, unknown or wrong kind of handle */
+  ORMA_BAD_ARGUMENT = -2, /* a value out of range or a null block */
+  ORMA_BAD_FILE = -3,     /* a file that is missing, unreadable or undecodable */
+  ORMA_BAD_STATE = -4,    /* a call out of order (scene not added, export running ...) */
+  /* OrmaEditMedia (and the preview calls, for the timeline's failures). */
+  ORMA_NO_FRAME_SIZE = -20,
+  ORMA_NO_OUTPUT_PATH = -21,
+  ORMA_UNKNOWN_CONTAINER = -22,
+  ORMA_UNKNOWN_VIDEO_ENCODER = -23,
+  ORMA_UNKNOWN_AUDIO_ENCODER = -24,
+  ORMA_OUTPUT_NOT_WRITABLE = -25,
+  ORMA_FRAMEWORK_UNAVAILABLE = -26,
+  ORMA_TIMELINE_INVALID = -27,
+  ORMA_TIMELINE_EMPTY = -28,
+  ORMA_LIMIT_SELECTS_NOTHING = -29,
+  ORMA_MEDIA_FAILED = -30,
+  ORMA_ENCODING_FAILED = -31,
+  ORMA_CANNOT_PLACE_OUTPUT = -32,
+  ORMA_EXPORT_BUSY = -33,
+  ORMA_EXPORT_STOPPED = -34, /* stopped by OrmaEditCancel */
+  ORMA_ENCODER_DOES_NOT_FIT_CONTAINER = -35,
+  /* The preview calls. */
+  ORMA_NO_PREVIEW_WINDOW = -40,       /* no window was given */
+  ORMA_PREVIEW_WINDOW_UNUSABLE = -41, /* no X display, no such window, or one that cannot be drawn into */
+  ORMA_PREVIEW_RUNNING = -42,         /* this video is already playing */
+  ORMA_PREVIEW_NOT_RUNNING = -43      /* a control call without a preview playing */
+};
 
 /* Named values of the integer modes and kinds the calls and blocks take. The
  * calls keep their int32_t parameters (the values cross the boundary as
@@ -380,54 +419,54 @@ ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scen
                                         int64_t durationUs);
 
 /* ---- Media attributes ---- */
-ORMA_API int32_t OrmaSetMediaFlip(OrmaMediaHandle m, int32_t mode);
-ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_t durationUs);
-ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int64_t trimEndUs);
-ORMA_API int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle m, float volume);
-ORMA_API int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle m, int64_t fadeInUs, int64_t fadeOutUs);
-ORMA_API int32_t OrmaSetMediaAudioEffect(OrmaMediaHandle m, int32_t type);
-ORMA_API int32_t OrmaSetMediaAudioNsLevel(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float intensity);
-ORMA_API int32_t OrmaSetMediaDisplayMode(OrmaMediaHandle m, int32_t mode);
-ORMA_API int32_t OrmaSetMediaBlur(OrmaMediaHandle m, const OrmaBlurBlock* blur);
-ORMA_API int32_t OrmaSetMediaBeautyBlurIntensity(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaBeautyBrightIntensity(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaBeautyToneIntensity(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaBigEyeIntensity(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaThinFaceIntensity(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaGetMediaFaceCount(OrmaMediaHandle m, int32_t* count);
-ORMA_API int32_t OrmaSetMediaVignette(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaSharp(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaSaturation(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaContrast(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaBright(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaWhiteBalance(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaTint(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaHighlight(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaShadow(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaGraininess(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaLightSensation(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaFade(OrmaMediaHandle m, int32_t level);
-ORMA_API int32_t OrmaSetMediaTransparency(OrmaMediaHandle m, double opacity);
-ORMA_API int32_t OrmaSetMediaAnimationAngle(OrmaMediaHandle m, int32_t degrees);
-ORMA_API int32_t OrmaSetMediaBlendMode(OrmaMediaHandle m, int32_t mode);
-ORMA_API int32_t OrmaSetMediaClip(OrmaMediaHandle m, const float* rect);
-ORMA_API int32_t OrmaSetMediaShowRect(OrmaMediaHandle m, const float* rect);
-ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed);
-ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath, int32_t type,
+ORMA_API int32_t OrmaSetMediaFlip(OrmaMediaHandle media, int32_t mode);
+ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle media, int64_t startUs, int64_t durationUs);
+ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle media, int64_t trimStartUs, int64_t trimEndUs);
+ORMA_API int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle media, float volume);
+ORMA_API int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle media, int64_t fadeInUs, int64_t fadeOutUs);
+ORMA_API int32_t OrmaSetMediaAudioEffect(OrmaMediaHandle media, int32_t type);
+ORMA_API int32_t OrmaSetMediaAudioNsLevel(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle media, const char* path, float intensity);
+ORMA_API int32_t OrmaSetMediaDisplayMode(OrmaMediaHandle media, int32_t mode);
+ORMA_API int32_t OrmaSetMediaBlur(OrmaMediaHandle media, const OrmaBlurBlock* blur);
+ORMA_API int32_t OrmaSetMediaBeautyBlurIntensity(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaBeautyBrightIntensity(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaBeautyToneIntensity(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaBigEyeIntensity(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaThinFaceIntensity(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaGetMediaFaceCount(OrmaMediaHandle media, int32_t* count);
+ORMA_API int32_t OrmaSetMediaVignette(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaSharp(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaSaturation(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaContrast(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaBright(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaWhiteBalance(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaTint(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaHighlight(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaShadow(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaGraininess(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaLightSensation(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaFade(OrmaMediaHandle media, int32_t level);
+ORMA_API int32_t OrmaSetMediaTransparency(OrmaMediaHandle media, double opacity);
+ORMA_API int32_t OrmaSetMediaAnimationAngle(OrmaMediaHandle media, int32_t degrees);
+ORMA_API int32_t OrmaSetMediaBlendMode(OrmaMediaHandle media, int32_t mode);
+ORMA_API int32_t OrmaSetMediaClip(OrmaMediaHandle media, const float* rect);
+ORMA_API int32_t OrmaSetMediaShowRect(OrmaMediaHandle media, const float* rect);
+ORMA_API int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle media, double speed);
+ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle media, const char* configPath, int32_t type,
                                        int64_t startUs, int64_t durationUs);
-ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t cycleUs);
-ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyFrameBlock* frame);
-ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path);
-ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char* configPath);
-ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHandle mask,
+ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle media, int64_t cycleUs);
+ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle media, const OrmaKeyFrameBlock* frame);
+ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle media, const char* path);
+ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle media, const char* configPath);
+ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle media, OrmaMaskHandle mask,
                                                    const OrmaMaskKeyFrameBlock* frame);
-ORMA_API int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle m, OrmaMaskHandle mask,
+ORMA_API int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle media, OrmaMaskHandle mask,
                                           const OrmaMaskShapeBlock* shape);
-ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, int32_t green,
+ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle media, int32_t enable, int32_t red, int32_t green,
                                        int32_t blue, int32_t factor, int32_t alphaLower, int32_t alphaUpper,
                                        int32_t edgeSize);
-ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* configPath, int64_t startUs,
+ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle media, const char* configPath, int64_t startUs,
                                            int64_t durationUs);
 
 /* ---- Timeline-wide effects ---- */
@@ -449,12 +488,12 @@ ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level);
 ORMA_API OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path, double volume,
                                            int64_t trimStartUs, int64_t trimEndUs, int64_t timelineFromUs,
                                            int64_t timelineToUs);
-ORMA_API int32_t OrmaSetAudioMediaCutTime(OrmaAudioHandle a, int64_t trimStartUs, int64_t trimEndUs);
-ORMA_API int32_t OrmaSetAudioMediaFadeTime(OrmaAudioHandle a, int64_t fadeInUs, int64_t fadeOutUs);
-ORMA_API int32_t OrmaSetAudioMediaPlaySpeed(OrmaAudioHandle a, double speed);
-ORMA_API int32_t OrmaSetAudioMediaVolFactor(OrmaAudioHandle a, double volume);
-ORMA_API int32_t OrmaSetAudioMediaEffect(OrmaAudioHandle a, int32_t type);
-ORMA_API int32_t OrmaSetAudioMediaNsLevel(OrmaAudioHandle a, int32_t level);
+ORMA_API int32_t OrmaSetAudioMediaCutTime(OrmaAudioHandle audio, int64_t trimStartUs, int64_t trimEndUs);
+ORMA_API int32_t OrmaSetAudioMediaFadeTime(OrmaAudioHandle audio, int64_t fadeInUs, int64_t fadeOutUs);
+ORMA_API int32_t OrmaSetAudioMediaPlaySpeed(OrmaAudioHandle audio, double speed);
+ORMA_API int32_t OrmaSetAudioMediaVolFactor(OrmaAudioHandle audio, double volume);
+ORMA_API int32_t OrmaSetAudioMediaEffect(OrmaAudioHandle audio, int32_t type);
+ORMA_API int32_t OrmaSetAudioMediaNsLevel(OrmaAudioHandle audio, int32_t level);
 
 /* ---- Captions and stickers ---- */
 ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath, int32_t kind);
@@ -489,8 +528,9 @@ ORMA_API int32_t OrmaEditMediaUseAgentProcess(OrmaVideoHandle vv);
 ORMA_API int32_t OrmaEditMedia(OrmaVideoHandle vv);
 ORMA_API int32_t OrmaEditProgress(OrmaVideoHandle vv);
 /* Asks the export of `vv` to stop, from any thread: a running OrmaEditMedia
- * returns -34 after the frame it is on, removing its temporary file; one
- * called later returns -34 at once. 1 when asked, -1 for a bad handle. */
+ * returns ORMA_EXPORT_STOPPED after the frame it is on, removing its
+ * temporary file; one called later returns it at once. ORMA_OK when asked,
+ * ORMA_BAD_HANDLE for a bad handle. */
 ORMA_API int32_t OrmaEditCancel(OrmaVideoHandle vv);
 
 /* ---- Timeline queries ---- */

@@ -195,6 +195,24 @@ ElementSource ChooseSource(const cJSON* root, const char* ownKey) {
   return source;
 }
 
+void ReadColorLevels(const cJSON* object, ColorLevels* levels) {
+  static const KeyField<ColorLevels, float> kLevels[] = {
+      {"vignette", &ColorLevels::vignette},
+      {"sharpness", &ColorLevels::sharpness},
+      {"saturation", &ColorLevels::saturation},
+      {"contrast", &ColorLevels::contrast},
+      {"brightness", &ColorLevels::brightness},
+      {"whiteBalance", &ColorLevels::whiteBalance},
+      {"tint", &ColorLevels::tint},
+      {"highlight", &ColorLevels::highlight},
+      {"shadows", &ColorLevels::shadows},
+      {"graininess", &ColorLevels::graininess},
+      {"lightSensation", &ColorLevels::lightSensation},
+      {"fade", &ColorLevels::fade},
+  };
+  ReadReals(object, kLevels, levels);
+}
+
 bool Keeps(const ElementSource& source, const cJSON* element, int32_t pipType, Untyped untyped) {
   if (!source.filtered) return true;
   const cJSON* type = Item(element, "pipType");

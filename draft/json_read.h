@@ -53,6 +53,24 @@ bool ReadIntFlag(const cJSON* object, const char* key, bool* out);
 /// Double view non-zero.
 bool ReadDoubleFlag(const cJSON* object, const char* key, bool* out);
 
+/// One key of a run read by one rule: the key, and the member of T it fills.
+template <class T, class Field> struct KeyField {
+  const char* key;
+  Field T::*member;
+};
+
+/// Reads each key of `fields` present in `object` into its member of *out
+/// by the real view (ReadReal): a run of keys read by one rule as a table.
+template <class T, size_t N>
+void ReadReals(const cJSON* object, const KeyField<T, float> (&fields)[N], T* out) {
+  for (const KeyField<T, float>& field : fields)
+    ReadReal(object, field.key, &(out->*field.member));
+}
+
+/// The twelve colour and light levels ("vignette" ... "fade") of a media
+/// item, a key frame or a toning, by the real view.
+void ReadColorLevels(const cJSON* object, ColorLevels* levels);
+
 /// The item's string, or null when the item is missing or not a string.
 const char* StringOf(const cJSON* item);
 

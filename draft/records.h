@@ -14,6 +14,25 @@ struct ColorF {
 };
 
 /// Rectangle stored as edges; the draft writes x, y, width, height.
+/// The twelve colour and light levels of a media item, of one of its key
+/// frames and of a toning, in the order the records have always held them
+/// (twelve floats in a row: the records keep their layout).
+struct ColorLevels {
+  float vignette;
+  float sharpness;
+  float saturation;
+  float contrast;
+  float brightness;
+  float whiteBalance;
+  float tint;
+  float highlight;
+  float shadows;
+  float graininess;
+  float lightSensation;
+  float fade;
+};
+static_assert(sizeof(ColorLevels) == 12 * sizeof(float), "twelve floats, no padding");
+
 struct RectF {
   float left;   ///< normalised canvas units (0..1) unless a field says otherwise
   float top;    ///< same unit as left
@@ -70,19 +89,8 @@ struct BlurParams {
 
 /// One element of a media item's "animates".
 struct MediaKeyFrame {
-  float atTime; ///< seconds on the item's own time
-  float vignette;
-  float sharpness;
-  float saturation;
-  float contrast;
-  float brightness;
-  float whiteBalance;
-  float tint;
-  float highlight;
-  float shadows;
-  float graininess;
-  float lightSensation;
-  float fade;
+  float atTime;       ///< seconds on the item's own time
+  ColorLevels levels; ///< the twelve colour and light levels, as written
   float blurIntensity;
   BlurParams* blur; ///< owned; null when the key frame has no "blur"
   RectF cropRect;
@@ -172,24 +180,13 @@ struct MediaRecord {
   float cutoutAlphaUpper;
   float cutoutFactor;
   ColorF cutoutColor;
-  float vignette;
-  float sharpness;
-  float saturation;
-  float contrast;
-  float brightness;
-  float whiteBalance;
-  float tint;
-  float highlight;
-  float shadows;
-  float graininess;
-  float lightSensation;
-  float fade;
-  float alpha;     ///< opacity 0..1
-  float rotate;    ///< degrees as written
-  float blendType; ///< kept as a float
-  RectF cropRect;  ///< normalised source units
-  RectF showRect;  ///< normalised canvas units
-  float speed;     ///< playback factor; 0 means unset
+  ColorLevels levels; ///< the twelve colour and light levels, as written
+  float alpha;        ///< opacity 0..1
+  float rotate;       ///< degrees as written
+  float blendType;    ///< kept as a float
+  RectF cropRect;     ///< normalised source units
+  RectF showRect;     ///< normalised canvas units
+  float speed;        ///< playback factor; 0 means unset
   int32_t isReverse;
   int32_t reverseType;
   int32_t autoSegment;
@@ -338,18 +335,7 @@ struct ToningRecord {
   float timelineFrom; ///< seconds
   float timelineTo;   ///< seconds
   float tag;
-  float vignette;
-  float sharpness;
-  float saturation;
-  float contrast;
-  float brightness;
-  float whiteBalance;
-  float tint;
-  float highlight;
-  float shadows;
-  float graininess;
-  float lightSensation;
-  float fade;
+  ColorLevels levels; ///< the twelve colour and light levels, as written
   ToningRecord* next;
 };
 

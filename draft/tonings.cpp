@@ -19,19 +19,8 @@ ToningRecord* readTonings(const cJSON* root) {
     toning->level = position;
     ReadReal(element, "timelineFrom", &toning->timelineFrom);
     ReadReal(element, "timelineTo", &toning->timelineTo);
-    ReadReal(element, "shadows", &toning->shadows);
-    ReadReal(element, "tint", &toning->tint);
-    ReadReal(element, "vignette", &toning->vignette);
-    ReadReal(element, "lightSensation", &toning->lightSensation);
-    ReadReal(element, "sharpness", &toning->sharpness);
-    ReadReal(element, "highlight", &toning->highlight);
-    ReadReal(element, "contrast", &toning->contrast);
-    ReadReal(element, "graininess", &toning->graininess);
     ReadReal(element, "tag", &toning->tag);
-    ReadReal(element, "saturation", &toning->saturation);
-    ReadReal(element, "whiteBalance", &toning->whiteBalance);
-    ReadReal(element, "brightness", &toning->brightness);
-    ReadReal(element, "fade", &toning->fade);
+    ReadColorLevels(element, &toning->levels);
   });
   return head;
 }

@@ -162,13 +162,13 @@ int32_t BuildScene(const DraftDocument* document, OrmaVideoHandle vv, const Scen
   float start = 0;
   float end = 0;
   if (SceneSpan(record, document->mediaInfo, *position, &start, &end) <= 0)
-    return FailBecause(message, -1694, "Scene or MediaInfo  timeline is error",
+    return FailBecause(message, kNoSceneSpan, "Scene or MediaInfo  timeline is error",
                        NoSpanCause(record, index, *position));
   *position = end; // the next scene starts where this one ends
 
   OrmaSceneHandle scene = OrmaCreateScene(convert::ToInt64(start), convert::ToInt64(end));
   if (!scene)
-    return FailInLibrary(message, -1703, "Create scene fail",
+    return FailInLibrary(message, kCreateSceneFailed, "Create scene fail",
                          ScenePlace(index) + " from " + SecondsText(start / 1e6) + " s to " +
                              SecondsText(end / 1e6) + " s");
   int32_t result = OrmaAddScene(vv, scene);
@@ -179,7 +179,7 @@ int32_t BuildScene(const DraftDocument* document, OrmaVideoHandle vv, const Scen
     const std::string place = ScenePlace(index, ++number, item);
     const std::string path = ResolveMediaPath(document, item->path);
     OrmaMediaHandle media = OrmaSceneCreateMedia(path.c_str());
-    if (!media) return FailInLibrary(message, -1735, "Scene media path is null", place);
+    if (!media) return FailInLibrary(message, kSceneMediaFailed, "Scene media path is null", place);
     result = OrmaSceneAddMediaHandle(scene, media);
     if (result <= 0) return FailInLibrary(message, result, "Add media to scene fail", place);
     result = ApplyMediaAttributes(document, media, item, 0);
@@ -212,7 +212,7 @@ int32_t Interrupted(char* message) {
 
 int SceneSpan(const SceneRecord* scene, const MediaInfoEntry* mediaInfo, float position, float* outStart,
               float* outEnd) {
-  if (!scene || !scene->media) return -29;
+  if (!scene || !scene->media) return kSceneWithoutMedia;
   *outStart = 0;
   *outEnd = 0;
   const MediaRecord* first = scene->media;
@@ -244,7 +244,7 @@ int SceneSpan(const SceneRecord* scene, const MediaInfoEntry* mediaInfo, float p
 
   // No slot fits: a replaceable item takes its trimmed source lengths.
   *outStart = position;
-  if (first->replaceType == 0) return -97;
+  if (first->replaceType == 0) return kSceneWithoutSlot;
   for (const MediaRecord* item = scene->media; item; item = item->next)
     *outEnd += (item->trimTimeEnd - item->trimTimeStart) * 1000000.0f;
   *outEnd += position;
@@ -290,15 +290,15 @@ void ProgressReporter(OrmaVideoHandle vv, uint64_t startTicks, ProgressBar* bar)
 int32_t ExportDraft(DraftDocument* document, char* message) {
   ExportSettings settings = DefaultExportSettings();
   FailureCause() = ExportFailureCause{};
-  if (!document || !document->draftPath[0]) return Fail(message, -1499, "JsonPath is null");
+  if (!document || !document->draftPath[0]) return Fail(message, kNoDraftPath, "JsonPath is null");
   if (!document->scenes || !document->mediaInfo)
-    return FailBecause(message, -1507, "Scenes or MediaInfo is null",
+    return FailBecause(message, kNoScenesOrMediaInfo, "Scenes or MediaInfo is null",
                        std::string("the draft has no ") +
                            (document->scenes ? "\"mediaInfo\"" : "\"scenes\""));
 
   // The virtual video belongs to the library from here on; it is never released.
   OrmaVideoHandle vv = OrmaVirtualVideoCreate();
-  if (!vv) return FailInLibrary(message, -1515, "Create virtual video fail", "");
+  if (!vv) return FailInLibrary(message, kCreateVideoFailed, "Create virtual video fail", "");
 
   const bool preview = document->previewMode != 0;
   if (preview) {
@@ -326,7 +326,7 @@ int32_t ExportDraft(DraftDocument* document, char* message) {
     ReadExportSettings(document->exportPath, &settings, &document->exportStart, &document->exportEnd,
                        &settingsUnread);
     if (settings.streams == 0)
-      return FailBecause(message, -1520, "Export streams unknown",
+      return FailBecause(message, kUnknownExportStreams, "Export streams unknown",
                          "export settings " + Quoted(document->exportPath) +
                              ": \"streams\" must be \"both\", \"video\" or \"audio\"");
   } else if (!IsEmpty(document->outputPath)) {

@@ -6,23 +6,18 @@
 
 #include "corelib/orma_core.h"
 #include "draft/records.h"
+#include "platform/program_results.h"
 
 /// Size of the caller's message buffer that ExportDraft writes failures into.
 inline constexpr int kExportMessageSize = 2048;
 
-/// Result of an export range that selects no time (an end at or before its
-/// start, or a negative bound), from the command line or the settings file.
-inline constexpr int32_t kEmptyExportRange = -2261;
-
-/// Result of an export stopped by SIGINT, SIGTERM or SIGHUP (platform/interrupt.h).
-inline constexpr int32_t kInterruptedExport = -2300;
-
-/// 1 or more on success; otherwise a failing call's result or a fixed code,
-/// with a short English text in `message` (kExportMessageSize bytes).
+/// 1 or more on success; otherwise a failing call's result or one of the
+/// program's codes (platform/program_results.h), with a short English text
+/// in `message` (kExportMessageSize bytes).
 int32_t ExportDraft(DraftDocument* document, char* message);
 
-/// Span of a scene on the main track in float microseconds: 1, -29 (no
-/// media) or -97 (no span found).
+/// Span of a scene on the main track in float microseconds: 1,
+/// kSceneWithoutMedia or kSceneWithoutSlot.
 int SceneSpan(const SceneRecord* scene, const MediaInfoEntry* mediaInfo, float position, float* outStart,
               float* outEnd);
 

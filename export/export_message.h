@@ -1,13 +1,13 @@
 // How a step of the export reports a failure: its text goes into the message
 // buffer the driver prints (kExportMessageSize bytes, possibly null when no
 // one reads it) and its result is handed back, so that a failing step reads
-//   if (!audio) return Fail(message, -1961, "Add audio media fail");
+//   if (!audio) return Fail(message, kAddMusicFailed, "Add audio media fail");
 // with the result before the text, as in the core library's own refusals.
 //
 // The fixed texts say what failed; the cause says where and why: the file,
 // the key and the value, or the core library's own reason. It is kept for
 // the run driver, which prints it with the message on standard error:
-//   return FailBecause(message, -1735, "Scene media path is null", "scene 2, medium 1 ...");
+//   return FailBecause(message, kSceneMediaFailed, "Scene media path is null", "scene 2, medium 1 ...");
 #pragma once
 
 #include <cstdint>

@@ -65,18 +65,18 @@ void MakeKeyFrameBlock(const DraftDocument* document, const MediaKeyFrame& frame
   CanvasRect(frame.showRect, document->width, document->height, block->showRect);
   CanvasRect(frame.cropRect, document->width, document->height, block->cropRect);
   block->opacity = frame.opacity;
-  block->brightness = ScaledLevel(frame.brightness, 255);
-  block->contrast = ContrastLevel(newFormat, frame.contrast);
-  block->saturation = SaturationLevel(newFormat, frame.saturation);
-  block->whiteBalance = ScaledLevel(frame.whiteBalance, 100);
-  block->sharpness = SharpnessLevel(newFormat, frame.sharpness);
-  block->vignette = ScaledLevel(frame.vignette, 100);
-  block->tint = ScaledLevel(frame.tint, 100);
-  block->shadows = ScaledLevel(frame.shadows, 100);
-  block->graininess = ScaledLevel(frame.graininess, 100);
-  block->highlight = ScaledLevel(frame.highlight, 100);
-  block->lightSensation = ScaledLevel(frame.lightSensation, 100);
-  block->fade = ScaledLevel(frame.fade, 100);
+  block->brightness = ScaledLevel(frame.levels.brightness, 255);
+  block->contrast = ContrastLevel(newFormat, frame.levels.contrast);
+  block->saturation = SaturationLevel(newFormat, frame.levels.saturation);
+  block->whiteBalance = ScaledLevel(frame.levels.whiteBalance, 100);
+  block->sharpness = SharpnessLevel(newFormat, frame.levels.sharpness);
+  block->vignette = ScaledLevel(frame.levels.vignette, 100);
+  block->tint = ScaledLevel(frame.levels.tint, 100);
+  block->shadows = ScaledLevel(frame.levels.shadows, 100);
+  block->graininess = ScaledLevel(frame.levels.graininess, 100);
+  block->highlight = ScaledLevel(frame.levels.highlight, 100);
+  block->lightSensation = ScaledLevel(frame.levels.lightSensation, 100);
+  block->fade = ScaledLevel(frame.levels.fade, 100);
   if (frame.blur) block->blur = MakeBlurBlock(*frame.blur);
   block->type = ToInt32(frame.type);
 }
@@ -198,21 +198,23 @@ int32_t ApplyMediaAttributes(const DraftDocument* document, OrmaMediaHandle medi
     }
   }
 
-  if (m.vignette > 0) ORMA_CALL(OrmaSetMediaVignette(media, ScaledLevel(m.vignette, 100)));
-  ORMA_CALL(OrmaSetMediaSharp(media, SharpnessLevel(newFormat, m.sharpness)));
-  ORMA_CALL(OrmaSetMediaSaturation(media, SaturationLevel(newFormat, m.saturation)));
-  ORMA_CALL(OrmaSetMediaContrast(media, ContrastLevel(newFormat, m.contrast)));
-  ORMA_CALL(OrmaSetMediaBright(media, ScaledLevel(m.brightness, 255)));
-  ORMA_CALL(OrmaSetMediaWhiteBalance(media, ScaledLevel(m.whiteBalance, 100)));
+  if (m.levels.vignette > 0) ORMA_CALL(OrmaSetMediaVignette(media, ScaledLevel(m.levels.vignette, 100)));
+  ORMA_CALL(OrmaSetMediaSharp(media, SharpnessLevel(newFormat, m.levels.sharpness)));
+  ORMA_CALL(OrmaSetMediaSaturation(media, SaturationLevel(newFormat, m.levels.saturation)));
+  ORMA_CALL(OrmaSetMediaContrast(media, ContrastLevel(newFormat, m.levels.contrast)));
+  ORMA_CALL(OrmaSetMediaBright(media, ScaledLevel(m.levels.brightness, 255)));
+  ORMA_CALL(OrmaSetMediaWhiteBalance(media, ScaledLevel(m.levels.whiteBalance, 100)));
   // Shadows go only when positive, highlight and light sensation for either
   // sign: the editor writes them that way.
-  if (m.tint != 0) ORMA_CALL(OrmaSetMediaTint(media, ScaledLevel(m.tint, 100)));
-  if (std::fabs(m.highlight) > 0) ORMA_CALL(OrmaSetMediaHighlight(media, ScaledLevel(m.highlight, 100)));
-  if (m.shadows > 0) ORMA_CALL(OrmaSetMediaShadow(media, ScaledLevel(m.shadows, 100)));
-  if (m.graininess > 0) ORMA_CALL(OrmaSetMediaGraininess(media, ScaledLevel(m.graininess, 100)));
-  if (std::fabs(m.lightSensation) > 0)
-    ORMA_CALL(OrmaSetMediaLightSensation(media, ScaledLevel(m.lightSensation, 100)));
-  if (m.fade > 0) ORMA_CALL(OrmaSetMediaFade(media, ScaledLevel(m.fade, 100)));
+  if (m.levels.tint != 0) ORMA_CALL(OrmaSetMediaTint(media, ScaledLevel(m.levels.tint, 100)));
+  if (std::fabs(m.levels.highlight) > 0)
+    ORMA_CALL(OrmaSetMediaHighlight(media, ScaledLevel(m.levels.highlight, 100)));
+  if (m.levels.shadows > 0) ORMA_CALL(OrmaSetMediaShadow(media, ScaledLevel(m.levels.shadows, 100)));
+  if (m.levels.graininess > 0)
+    ORMA_CALL(OrmaSetMediaGraininess(media, ScaledLevel(m.levels.graininess, 100)));
+  if (std::fabs(m.levels.lightSensation) > 0)
+    ORMA_CALL(OrmaSetMediaLightSensation(media, ScaledLevel(m.levels.lightSensation, 100)));
+  if (m.levels.fade > 0) ORMA_CALL(OrmaSetMediaFade(media, ScaledLevel(m.levels.fade, 100)));
 
   ORMA_CALL(OrmaSetMediaTransparency(media, static_cast<double>(m.alpha)));
   ORMA_CALL(OrmaSetMediaAnimationAngle(media, ToInt32(m.rotate)));

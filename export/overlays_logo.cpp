@@ -33,7 +33,7 @@ int32_t AddOverlays(DraftDocument* document, OrmaVideoHandle vv, char* message) 
   for (const OverlayRecord* overlay = document->overlays; overlay; overlay = overlay->next) {
     OrmaSceneHandle pip = OrmaCreatePIPScene(convert::SecondsToUs(overlay->timelineFrom),
                                              convert::SecondsToUs(overlay->timelineTo));
-    if (!pip) return Fail(message, -2246, "PIP create fail,timeline is invalid");
+    if (!pip) return Fail(message, kCreateOverlaySceneFailed, "PIP create fail,timeline is invalid");
     int32_t result = OrmaAddScene(vv, pip);
     if (result <= 0) return Fail(message, result, "Add PIP fail");
     if (overlay->level > 0) OrmaUpdateEffectLevel(pip, overlay->level);
@@ -41,7 +41,7 @@ int32_t AddOverlays(DraftDocument* document, OrmaVideoHandle vv, char* message) 
     for (const MediaRecord* item = overlay->media; item; item = item->next) {
       const std::string path = ResolveResourcePath(document, item->path);
       OrmaMediaHandle media = OrmaSceneCreateMedia(path.c_str());
-      if (!media) return Fail(message, -2274, "Add media to PIP fail");
+      if (!media) return Fail(message, kOverlayMediaFailed, "Add media to PIP fail");
       result = OrmaSceneAddMediaHandle(pip, media);
       // The scene's text, so that both tracks report a refused item alike.
       if (result <= 0) return Fail(message, result, "Add media to scene fail");
@@ -59,7 +59,7 @@ int32_t AddLogo(DraftDocument* document, OrmaVideoHandle vv, char* message) {
     ++n;
     // Asked again for every layer; the logo spans the whole timeline.
     OrmaSceneHandle pip = OrmaCreatePIPScene(0, TotalThroughFloat(vv));
-    if (!pip) return Fail(message, -2513, "(logo)PIP create fail,timeline is invalid");
+    if (!pip) return Fail(message, kCreateLogoSceneFailed, "(logo)PIP create fail,timeline is invalid");
     int32_t result = OrmaAddScene(vv, pip);
     if (result <= 0) return Fail(message, result, "(logo)Add PIP fail");
     if (document->pipCount > 0) OrmaUpdateEffectLevel(pip, LogoLevel(document->pipCount, n));
@@ -70,7 +70,7 @@ int32_t AddLogo(DraftDocument* document, OrmaVideoHandle vv, char* message) {
       char text[kExportMessageSize];
       std::snprintf(text, sizeof(text), "(logo)Add media to PIP fail! path:%s\n ", path.c_str());
       std::fputs(text, stdout);
-      return Fail(message, -2541, text);
+      return Fail(message, kLogoMediaFailed, text);
     }
     result = OrmaSceneAddMediaHandle(pip, media);
     if (result <= 0) return Fail(message, result, "(logo)Add media to scene fail");

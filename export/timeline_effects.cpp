@@ -27,23 +27,23 @@ int32_t AddMosaics(const DraftDocument* document, OrmaVideoHandle vv, char* mess
     case 0:
       if (!OrmaAddMosaic(vv, region, mosaic->intensity, from, to)) {
         SetMessage(message, "Add mosaic fail");
-        return -1929;
+        return kAddMosaicFailed;
       }
       break;
     case 1:
       if (!OrmaAddGaussBlur(vv, region, mosaic->intensity, from, to)) {
         SetMessage(message, "Add gauss blur fail");
-        return -1938;
+        return kAddGaussBlurFailed;
       }
       break;
     case 2:
       if (!OrmaAddDeLogo(vv, region, from, to)) {
         SetMessage(message, "Add delogo fail");
-        return -1947;
+        return kAddDeLogoFailed;
       }
       break;
     default:
-      return -1951;
+      return kUnknownMosaicType;
     }
   }
   return 1;
@@ -76,7 +76,7 @@ OrmaAudioHandle AddAudio(const DraftDocument* document, OrmaVideoHandle vv, cons
 int32_t AddMusics(const DraftDocument* document, OrmaVideoHandle vv, char* message) {
   for (const AudioTrackRecord* music = document->musics; music; music = music->next) {
     OrmaAudioHandle audio = AddAudio(document, vv, music);
-    if (!audio) return Fail(message, -1961, "Add audio media fail");
+    if (!audio) return Fail(message, kAddMusicFailed, "Add audio media fail");
     int32_t result = OrmaSetAudioMediaCutTime(audio, convert::SecondsToUs(music->trimTimeStart),
                                               convert::SecondsToUs(music->trimTimeEnd));
     if (result < 1) return Fail(message, result, "Set audio media cut time fail");
@@ -99,7 +99,7 @@ int32_t AddMusics(const DraftDocument* document, OrmaVideoHandle vv, char* messa
 int32_t AddSoundEffects(const DraftDocument* document, OrmaVideoHandle vv, char* message) {
   for (const AudioTrackRecord* sound = document->soundEffects; sound; sound = sound->next) {
     OrmaAudioHandle audio = AddAudio(document, vv, sound);
-    if (!audio) return Fail(message, -2079, "Add audio media fail");
+    if (!audio) return Fail(message, kAddSoundEffectFailed, "Add audio media fail");
     int32_t result = OrmaSetAudioMediaCutTime(audio, convert::SecondsToUs(sound->trimTimeStart),
                                               convert::SecondsToUs(sound->trimTimeEnd));
     if (result < 1) return Fail(message, result, "Set audio media cut time fail");
@@ -123,7 +123,7 @@ int32_t AddTonings(const DraftDocument* document, OrmaVideoHandle vv, char* mess
     const OrmaAdjustmentBlock block = ToningAdjustment(toning, document->ver);
     OrmaEffectHandle adjustment = OrmaAddFilterAdjustment(
         vv, &block, convert::SecondsToUs(toning->timelineFrom), convert::SecondsToUs(toning->timelineTo));
-    if (!adjustment) return Fail(message, -2175, "Add adjustment fail");
+    if (!adjustment) return Fail(message, kAddAdjustmentFailed, "Add adjustment fail");
     ApplyLevel(adjustment, toning->level);
   }
   return 1;
@@ -135,7 +135,7 @@ int32_t AddSpecialEffects(const DraftDocument* document, OrmaVideoHandle vv, cha
   for (const EffectRecord* effect = document->specialEffects; effect; effect = effect->next) {
     const float from = effect->timelineFrom * 1000000.0f;
     const float to = effect->timelineTo * 1000000.0f;
-    if (from < 0 || to <= 0) return Fail(message, -2201, "Effect timeline is invalid");
+    if (from < 0 || to <= 0) return Fail(message, kSpecialEffectSpanInvalid, "Effect timeline is invalid");
     const std::string config = ResolveResourcePath(document, effect->folderPath, true);
     OrmaEffectHandle handle = OrmaAddSpecialEffect(vv, config.c_str(), effect->nApplyRange,
                                                    convert::ToInt64(from), convert::ToInt64(to));
@@ -152,10 +152,10 @@ int32_t AddSpecialEffects(const DraftDocument* document, OrmaVideoHandle vv, cha
 
 OrmaAdjustmentBlock ToningAdjustment(const ToningRecord* toning, int32_t draftVersion) {
   OrmaAdjustmentBlock block{};
-  const double saturation = toning->saturation;
-  const double contrast = toning->contrast;
-  const double sharpness = toning->sharpness;
-  block.brightness = static_cast<float>(toning->brightness * 255.0);
+  const double saturation = toning->levels.saturation;
+  const double contrast = toning->levels.contrast;
+  const double sharpness = toning->levels.sharpness;
+  block.brightness = static_cast<float>(toning->levels.brightness * 255.0);
   if (static_cast<double>(draftVersion) > 4.0) {
     block.saturation = static_cast<float>(saturation * 100.0);
     block.contrast = static_cast<float>(contrast * 100.0);
@@ -167,14 +167,14 @@ OrmaAdjustmentBlock ToningAdjustment(const ToningRecord* toning, int32_t draftVe
     block.contrast = static_cast<float>(c * 100.0);
     block.sharpness = static_cast<float>((sharpness + 4.0) * 0.125 * 100.0);
   }
-  block.vignette = static_cast<float>(toning->vignette * 100.0);
-  block.whiteBalance = static_cast<float>(toning->whiteBalance * 100.0);
-  block.tint = static_cast<float>(toning->tint * 100.0);
-  block.shadows = static_cast<float>(toning->shadows * 100.0);
-  block.graininess = static_cast<float>(toning->graininess * 100.0);
-  block.highlight = static_cast<float>(toning->highlight * 100.0);
-  block.lightSensation = static_cast<float>(toning->lightSensation * 100.0);
-  block.fade = static_cast<float>(toning->fade * 100.0);
+  block.vignette = static_cast<float>(toning->levels.vignette * 100.0);
+  block.whiteBalance = static_cast<float>(toning->levels.whiteBalance * 100.0);
+  block.tint = static_cast<float>(toning->levels.tint * 100.0);
+  block.shadows = static_cast<float>(toning->levels.shadows * 100.0);
+  block.graininess = static_cast<float>(toning->levels.graininess * 100.0);
+  block.highlight = static_cast<float>(toning->levels.highlight * 100.0);
+  block.lightSensation = static_cast<float>(toning->levels.lightSensation * 100.0);
+  block.fade = static_cast<float>(toning->levels.fade * 100.0);
   return block;
 }
 

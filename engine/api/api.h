@@ -1,5 +1,5 @@
 // Shared by the API entry points (api/*.cpp): handle lookup, tracing and
-// the library's own result codes.
+// the library's result codes (OrmaResult, corelib/orma_core.h).
 #pragma once
 
 #include <string>
@@ -10,16 +10,6 @@
 #include "engine/model/model.h"
 
 namespace orma {
-
-/// Results below 1 that the API returns for its own checks; an export
-/// returns the codes of encode/export_run.h.
-enum ApiResult : int32_t {
-  kOk = 1,
-  kBadHandle = -1,   ///< null, unknown or wrong kind of handle
-  kBadArgument = -2, ///< a value out of range or a null block
-  kBadFile = -3,     ///< a file that is missing, unreadable or undecodable
-  kBadState = -4,    ///< a call out of order (scene not added, export running ...)
-};
 
 /// Opens an entry point's body: `call` is the entry point's own name, for
 /// its trace line and its log lines (lambdas inside the body see it too), so
@@ -32,6 +22,10 @@ template <class R, class Args> R Traced(const char* function, Args&& args, R res
   return result;
 }
 
+/// The handle a caller is given for an object: the address of its Handle
+/// (what the registry knows), typed as the header's handle of its kind.
+template <class H> H HandleTo(Handle* object) { return reinterpret_cast<H>(object); }
+
 inline VirtualVideo* VideoOf(const void* h) { return Lookup<VirtualVideo>(h, HandleType::Video); }
 inline Scene* SceneOf(const void* h) { return Lookup<Scene>(h, HandleType::Scene); }
 inline Media* MediaOf(const void* h) { return Lookup<Media>(h, HandleType::Media); }
@@ -40,6 +34,25 @@ inline AudioTrack* AudioOf(const void* h) { return Lookup<AudioTrack>(h, HandleT
 inline Caption* CaptionOf(const void* h) { return Lookup<Caption>(h, HandleType::Caption); }
 inline CaptionItem* CaptionItemOf(const void* h) { return Lookup<CaptionItem>(h, HandleType::CaptionItem); }
 inline Mask* MaskOf(const void* h) { return Lookup<Mask>(h, HandleType::Mask); }
+
+/// The object behind a handle that a call may change: null for a handle that
+/// is not of its kind ("not a media handle" ...) and while the video it is on
+/// is exporting, after the refusal's log line, with the refusal's code in
+/// *refused. One overload per handle kind: the header's handle types tell
+/// them apart.
+VirtualVideo* Writable(const char* call, OrmaVideoHandle handle, int32_t* refused);
+Scene* Writable(const char* call, OrmaSceneHandle handle, int32_t* refused);
+Media* Writable(const char* call, OrmaMediaHandle handle, int32_t* refused);
+AudioTrack* Writable(const char* call, OrmaAudioHandle handle, int32_t* refused);
+Caption* Writable(const char* call, OrmaCaptionHandle handle, int32_t* refused);
+CaptionItem* Writable(const char* call, OrmaCaptionItemHandle handle, int32_t* refused);
+
+/// `apply(object)` on the writable object behind `handle`, or the refusal.
+template <class H, class Apply> int32_t With(const char* call, H handle, Apply apply) {
+  int32_t refused = ORMA_BAD_HANDLE;
+  auto* object = Writable(call, handle, &refused);
+  return object ? apply(*object) : refused;
+}
 
 /// Logs "<function>: <text>" and returns code.
 int32_t Refuse(const char* function, int32_t code, const std::string& text);

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "engine/api/api.h"
+#include "engine/api/trace_args_gen.h"
 #include "engine/api/value_limits.h"
 #include "engine/core/registry.h"
 #include "engine/look/animation.h"
@@ -18,64 +19,15 @@ using namespace orma;
 
 namespace {
 
-template <class Apply> int32_t WithCaption(const char* function, OrmaCaptionHandle c, Apply apply) {
-  Caption* caption = CaptionOf(c);
-  if (!caption) return Refuse(function, kBadHandle, "not a caption handle");
-  if (Exporting(caption->video)) return Refuse(function, kBadState, "an export is running");
-  return apply(*caption);
-}
-
-template <class Apply> int32_t WithItem(const char* function, OrmaCaptionItemHandle i, Apply apply) {
-  CaptionItem* item = CaptionItemOf(i);
-  if (!item) return Refuse(function, kBadHandle, "not a caption item handle");
-  if (Exporting(item->caption->video)) return Refuse(function, kBadState, "an export is running");
-  return apply(*item);
-}
-
-// The caption's opacity, scale and angle are set alike: a finite number.
-int32_t SetFinite(const char* call, OrmaCaptionHandle c, float Caption::*field, const char* argument,
-                  float value) {
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    if (!std::isfinite(value)) return Refuse(call, kBadArgument, "not a number");
-    caption.*field = value;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Dbl(argument, value); }, r);
-}
-
-// The caption's centre and size are pairs stored as given.
-int32_t SetPair(const char* call, OrmaCaptionHandle c, OrmaFloatPair Caption::*field, const char* first,
-                const char* second, OrmaFloatPair value) {
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    caption.*field = value;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Dbl(first, value.first).Dbl(second, value.second); },
-      r);
-}
-
-// An item's stroke and shadow are whole blocks, kept as given; `describe`
-// adds the fields the trace shows.
-template <class Block, class Describe>
+// An item's stroke and shadow are whole blocks, kept as given.
+template <class Block>
 int32_t SetItemBlock(const char* call, OrmaCaptionItemHandle i,
-                     std::optional<Block> CaptionItemAttributes::*field, const Block* block,
-                     Describe describe) {
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
-    if (!block) return Refuse(call, kBadArgument, "no block");
+                     std::optional<Block> CaptionItemAttributes::*field, const Block* block) {
+  return With(call, i, [&](CaptionItem& item) {
+    if (!block) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     item.attrs.*field = *block;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
-  return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("item", i);
-        if (block) describe(t, *block);
-        return t;
-      },
-      r);
 }
 
 CaptionItem* NewItem(Caption& caption) {
@@ -173,15 +125,15 @@ ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath
   std::string native = ResolveLocalFile(configPath, &error);
   const CaptionKindEntry* entry = FindCaptionKind(kind);
   if (!entry) {
-    Refuse(call, kBadArgument, "kind must be 0, 1 or 2");
+    Refuse(call, ORMA_BAD_ARGUMENT, "kind must be 0, 1 or 2");
   } else if (native.empty()) {
-    Refuse(call, kBadFile, error);
+    Refuse(call, ORMA_BAD_FILE, error);
   } else {
     auto made = std::make_unique<Caption>();
     made->configPath = native;
     made->captionKind = kind;
     if (!entry->load(*made, &error)) {
-      Refuse(call, kBadFile, error);
+      Refuse(call, ORMA_BAD_FILE, error);
     } else {
       caption = made.release();
       RegisterHandle(caption);
@@ -189,71 +141,35 @@ ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath
     }
   }
   return Traced(
-      call, [&] { return TraceArgs().Text("configPath", configPath).Int("kind", kind); },
-      static_cast<OrmaCaptionHandle>(caption));
+      call, [&] { return trace_args::OrmaCreateCaptionFromConfigure(configPath, kind); },
+      HandleTo<OrmaCaptionHandle>(caption));
 }
 
 ORMA_API int32_t OrmaAddCaption(OrmaVideoHandle vv, OrmaCaptionHandle c) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+  int32_t r = With(call, c, [&](Caption& caption) {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
-    if (Exporting(v)) return Refuse(call, kBadState, "an export is running");
-    if (caption.video) return Refuse(call, kBadState, "the caption is already on a timeline");
+    if (!v) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
+    if (Exporting(v)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
+    if (caption.video) return Refuse(call, ORMA_BAD_STATE, "the caption is already on a timeline");
     AddElement(v, &caption);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Ptr("caption", c); }, r);
-}
-
-ORMA_API int32_t OrmaUpateCaptionLevel(OrmaCaptionHandle c, int32_t level) {
-  ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    if (level < 0) return Refuse(call, kBadArgument, "negative level");
-    caption.level = level;
-    return int32_t{kOk};
-  });
-  return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Int("level", level); }, r);
+      call, [&] { return trace_args::OrmaAddCaption(vv, c); }, r);
 }
 
 ORMA_API int32_t OrmaUpdateCaptionTimeline(OrmaCaptionHandle c, int64_t startUs, int64_t endUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
+  int32_t r = With(call, c, [&](Caption& caption) {
     // An empty span leaves the caption out until a later span gives it time.
     caption.leftOut = EmptySpan(call, startUs, endUs);
     caption.startUs = caption.leftOut ? startUs : NotNegative(call, "start", startUs);
     caption.endUs = endUs;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Int("startUs", startUs).Int("endUs", endUs); }, r);
-}
-
-ORMA_API int32_t OrmaSetCaptionTransparency(OrmaCaptionHandle c, float opacity) {
-  ORMA_ENTRY_NAME;
-  return SetFinite(call, c, &Caption::opacity, "opacity", opacity);
-}
-
-ORMA_API int32_t OrmaSetCaptionPosition(OrmaCaptionHandle c, OrmaFloatPair center) {
-  ORMA_ENTRY_NAME;
-  return SetPair(call, c, &Caption::center, "x", "y", center);
-}
-
-ORMA_API int32_t OrmaSetCaptionSize(OrmaCaptionHandle c, OrmaFloatPair size) {
-  ORMA_ENTRY_NAME;
-  return SetPair(call, c, &Caption::size, "width", "height", size);
-}
-
-ORMA_API int32_t OrmaSetCaptionScale(OrmaCaptionHandle c, float scale) {
-  ORMA_ENTRY_NAME;
-  return SetFinite(call, c, &Caption::scale, "scale", scale);
-}
-
-ORMA_API int32_t OrmaSetCaptionAngle(OrmaCaptionHandle c, float degrees) {
-  ORMA_ENTRY_NAME;
-  return SetFinite(call, c, &Caption::angle, "degrees", degrees);
+      call, [&] { return trace_args::OrmaUpdateCaptionTimeline(c, startUs, endUs); }, r);
 }
 
 ORMA_API int32_t OrmaCaptionGetItemCount(OrmaCaptionHandle c) {
@@ -261,9 +177,9 @@ ORMA_API int32_t OrmaCaptionGetItemCount(OrmaCaptionHandle c) {
   // A count, not a status: 0 for a caption without items (or a bad handle).
   Caption* caption = CaptionOf(c);
   int32_t n = caption ? static_cast<int32_t>(caption->items.size()) : 0;
-  if (!caption) Refuse(call, kBadHandle, "not a caption handle");
+  if (!caption) Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
   return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c); }, n);
+      call, [&] { return trace_args::OrmaCaptionGetItemCount(c); }, n);
 }
 
 ORMA_API OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle c, int32_t index) {
@@ -271,14 +187,14 @@ ORMA_API OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle c, in
   Caption* caption = CaptionOf(c);
   CaptionItem* item = nullptr;
   if (!caption)
-    Refuse(call, kBadHandle, "not a caption handle");
+    Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
   else if (index < 0 || index >= static_cast<int32_t>(caption->items.size()))
-    Refuse(call, kBadArgument, "no item " + std::to_string(index));
+    Refuse(call, ORMA_BAD_ARGUMENT, "no item " + std::to_string(index));
   else
     item = caption->items[index];
   return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Int("index", index); },
-      static_cast<OrmaCaptionItemHandle>(item));
+      call, [&] { return trace_args::OrmaCaptionGetItemCaption(c, index); },
+      HandleTo<OrmaCaptionItemHandle>(item));
 }
 
 ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t index,
@@ -286,15 +202,15 @@ ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t ind
   ORMA_ENTRY_NAME;
   int32_t r = [&] {
     Caption* caption = CaptionOf(c);
-    if (!caption) return Refuse(call, kBadHandle, "not a caption handle");
-    if (!block) return Refuse(call, kBadArgument, "no block");
+    if (!caption) return Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
+    if (!block) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     if (index < 0 || index >= static_cast<int32_t>(caption->items.size()))
-      return Refuse(call, kBadArgument, "no item " + std::to_string(index));
+      return Refuse(call, ORMA_BAD_ARGUMENT, "no item " + std::to_string(index));
     *block = caption->items[index]->block;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Int("index", index).Ptr("block", block); }, r);
+      call, [&] { return trace_args::OrmaCaptionGetItemCaptionParam(c, index, block); }, r);
 }
 
 ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const char* text) {
@@ -306,11 +222,11 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
   Caption* caption = CaptionOf(c);
   CaptionItem* item = nullptr;
   if (!caption)
-    Refuse(call, kBadHandle, "not a caption handle");
+    Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
   else if (!text)
-    Refuse(call, kBadArgument, "no text");
+    Refuse(call, ORMA_BAD_ARGUMENT, "no text");
   else if (Exporting(caption->video))
-    Refuse(call, kBadState, "an export is running");
+    Refuse(call, ORMA_BAD_STATE, "an export is running");
   else {
     for (CaptionItem* i : caption->items)
       if (!i->filled && Copied(i->block.text, sizeof i->block.text) == text) {
@@ -323,139 +239,101 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
     }
   }
   return Traced(
-      call, [&] { return TraceArgs().Ptr("caption", c).Text("text", text); },
-      static_cast<OrmaCaptionItemHandle>(item));
+      call, [&] { return trace_args::OrmaGetCaptionItem(c, text); }, HandleTo<OrmaCaptionItemHandle>(item));
 }
 
 ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle i, const OrmaCaptionItemBlock* block) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
-    if (!block) return Refuse(call, kBadArgument, "no block");
+  int32_t r = With(call, i, [&](CaptionItem& item) {
+    if (!block) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     item.block = *block;
     item.block.text[sizeof item.block.text - 1] = '\0';
     item.filled = true;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("item", i);
-        if (block) {
-          std::string text = Copied(block->text, sizeof block->text);
-          t.Int("startUs", block->startUs).Int("endUs", block->endUs).Text("text", text.c_str());
-        }
-        return t;
-      },
-      r);
+      call, [&] { return trace_args::OrmaUpdateCaptionItemParam(i, block); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, const char* path) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+  int32_t r = With(call, i, [&](CaptionItem& item) {
     std::string error;
     std::string native = ResolveLocalFile(path, &error);
-    if (native.empty()) return Refuse(call, kBadFile, error);
-    if (!LoadWordArt(native, &error)) return Refuse(call, kBadFile, error);
+    if (native.empty()) return Refuse(call, ORMA_BAD_FILE, error);
+    if (!LoadWordArt(native, &error)) return Refuse(call, ORMA_BAD_FILE, error);
     item.attrs.wordArt = native;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("item", i).Text("path", path); }, r);
+      call, [&] { return trace_args::OrmaSetCaptionItemEffectConfigure(i, path); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle i, const OrmaStrokeBlock* stroke) {
   ORMA_ENTRY_NAME;
-  return SetItemBlock(
-      call, i, &CaptionItemAttributes::stroke, stroke,
-      [](TraceArgs& t, const OrmaStrokeBlock& b) { t.Dbl("width", b.width).Floats("color", b.color, 4); });
+  int32_t r = SetItemBlock(call, i, &CaptionItemAttributes::stroke, stroke);
+  return Traced(
+      call, [&] { return trace_args::OrmaSetCaptionItemStroke(i, stroke); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle i, const OrmaShadowBlock* shadow) {
   ORMA_ENTRY_NAME;
-  return SetItemBlock(call, i, &CaptionItemAttributes::shadow, shadow,
-                      [](TraceArgs& t, const OrmaShadowBlock& b) {
-                        t.Dbl("blur", b.blur).Dbl("angle", b.angle).Dbl("distance", b.distance);
-                      });
+  int32_t r = SetItemBlock(call, i, &CaptionItemAttributes::shadow, shadow);
+  return Traced(
+      call, [&] { return trace_args::OrmaSetCaptionItemShadow(i, shadow); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle i, int32_t enable,
                                               const OrmaCaptionBackgroundBlock* background) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
-    if (enable && !background) return Refuse(call, kBadArgument, "no block");
+  int32_t r = With(call, i, [&](CaptionItem& item) {
+    if (enable && !background) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     item.attrs.backgroundEnabled = enable != 0;
     if (background) item.attrs.background = *background;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("item", i).Int("enable", enable);
-        if (background) t.Int("type", background->type).Floats("color", background->color, 4);
-        return t;
-      },
-      r);
+      call, [&] { return trace_args::OrmaSetCaptionItemBackground(i, enable, background); }, r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char* configPath, int32_t type,
                                              int64_t startUs, int64_t durationUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
+  int32_t r = With(call, i, [&](CaptionItem& item) {
     std::string error;
     std::string native = ResolveLocalFile(configPath, &error);
-    if (native.empty()) return Refuse(call, kBadFile, error);
-    if (startUs < 0 || durationUs < 0) return Refuse(call, kBadArgument, "negative time");
-    if (!AnimationClip::Load(native, &error)) return Refuse(call, kBadFile, error);
+    if (native.empty()) return Refuse(call, ORMA_BAD_FILE, error);
+    if (startUs < 0 || durationUs < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative time");
+    if (!AnimationClip::Load(native, &error)) return Refuse(call, ORMA_BAD_FILE, error);
     item.attrs.animations.push_back({native, type, startUs, durationUs});
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call,
-      [&] {
-        return TraceArgs()
-            .Ptr("item", i)
-            .Text("configPath", configPath)
-            .Int("type", type)
-            .Int("startUs", startUs)
-            .Int("durationUs", durationUs);
-      },
+      call, [&] { return trace_args::OrmaSetCaptionItemAnimation(i, configPath, type, startUs, durationUs); },
       r);
 }
 
 ORMA_API int32_t OrmaSetCaptionItemAnimationCycleDuration(OrmaCaptionItemHandle i, int64_t cycleUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithItem(call, i, [&](CaptionItem& item) {
-    if (cycleUs < 0) return Refuse(call, kBadArgument, "negative time");
+  int32_t r = With(call, i, [&](CaptionItem& item) {
+    if (cycleUs < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative time");
     item.attrs.animationCycle = cycleUs;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("item", i).Int("cycleUs", cycleUs); }, r);
+      call, [&] { return trace_args::OrmaSetCaptionItemAnimationCycleDuration(i, cycleUs); }, r);
 }
 
 ORMA_API int32_t OrmaCreateCaptionKeyFrameAniamtion(OrmaCaptionHandle c,
                                                     const OrmaCaptionKeyFrameBlock* frame) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithCaption(call, c, [&](Caption& caption) {
-    if (!frame) return Refuse(call, kBadArgument, "no key frame");
+  int32_t r = With(call, c, [&](Caption& caption) {
+    if (!frame) return Refuse(call, ORMA_BAD_ARGUMENT, "no key frame");
     caption.keyFrames.push_back(*frame);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("caption", c);
-        if (frame)
-          t.Int("atTimeUs", frame->atTimeUs)
-              .Floats("showRect", frame->showRect, 4)
-              .Dbl("alpha", frame->alpha)
-              .Dbl("scale", frame->scale);
-        return t;
-      },
-      r);
+      call, [&] { return trace_args::OrmaCreateCaptionKeyFrameAniamtion(c, frame); }, r);
 }
 
 } // extern "C"

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "engine/api/api.h"
+#include "engine/api/trace_args_gen.h"
 #include "engine/api/value_limits.h"
 #include "engine/look/lut_file.h"
 #include "engine/look/special_effect.h"
@@ -11,15 +12,9 @@ using namespace orma;
 namespace {
 
 Effect* NewEffect(const char* function, OrmaVideoHandle vv, EffectKind kind, int64_t fromUs, int64_t toUs) {
-  VirtualVideo* v = VideoOf(vv);
-  if (!v) {
-    Refuse(function, kBadHandle, "not a virtual video handle");
-    return nullptr;
-  }
-  if (Exporting(v)) {
-    Refuse(function, kBadState, "an export is running");
-    return nullptr;
-  }
+  int32_t refused;
+  VirtualVideo* v = Writable(function, vv, &refused);
+  if (!v) return nullptr;
   // An empty span leaves the effect out; one starting before 0 starts at 0.
   bool empty = EmptySpan(function, fromUs, toUs);
   auto* e = new Effect();
@@ -35,7 +30,7 @@ Effect* NewEffect(const char* function, OrmaVideoHandle vv, EffectKind kind, int
 OrmaEffectHandle Region(const char* function, OrmaVideoHandle vv, EffectKind kind, const float* region,
                         float intensity, int64_t fromUs, int64_t toUs) {
   if (!region) {
-    Refuse(function, kBadArgument, "no region");
+    Refuse(function, ORMA_BAD_ARGUMENT, "no region");
     return nullptr;
   }
   Effect* e = NewEffect(function, vv, kind, fromUs, toUs);
@@ -44,24 +39,7 @@ OrmaEffectHandle Region(const char* function, OrmaVideoHandle vv, EffectKind kin
       e->region[i] = region[i];
     e->intensity = intensity;
   }
-  return e;
-}
-
-// Mosaic and blurred regions differ only in their kind.
-OrmaEffectHandle TracedRegion(const char* call, OrmaVideoHandle vv, EffectKind kind, const float* region,
-                              float intensity, int64_t fromUs, int64_t toUs) {
-  OrmaEffectHandle h = Region(call, vv, kind, region, intensity, fromUs, toUs);
-  return Traced(
-      call,
-      [&] {
-        return TraceArgs()
-            .Ptr("vv", vv)
-            .Floats("region", region, 4)
-            .Dbl("intensity", intensity)
-            .Int("fromUs", fromUs)
-            .Int("toUs", toUs);
-      },
-      h);
+  return HandleTo<OrmaEffectHandle>(e);
 }
 
 } // namespace
@@ -71,13 +49,17 @@ extern "C" {
 ORMA_API OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float intensity,
                                         int64_t fromUs, int64_t toUs) {
   ORMA_ENTRY_NAME;
-  return TracedRegion(call, vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
+  OrmaEffectHandle h = Region(call, vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
+  return Traced(
+      call, [&] { return trace_args::OrmaAddMosaic(vv, region, intensity, fromUs, toUs); }, h);
 }
 
 ORMA_API OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* region, float intensity,
                                            int64_t fromUs, int64_t toUs) {
   ORMA_ENTRY_NAME;
-  return TracedRegion(call, vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
+  OrmaEffectHandle h = Region(call, vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
+  return Traced(
+      call, [&] { return trace_args::OrmaAddGaussBlur(vv, region, intensity, fromUs, toUs); }, h);
 }
 
 ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region, int64_t fromUs,
@@ -85,11 +67,7 @@ ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region,
   ORMA_ENTRY_NAME;
   OrmaEffectHandle h = Region(call, vv, EffectKind::DeLogo, region, 0.0f, fromUs, toUs);
   return Traced(
-      call,
-      [&] {
-        return TraceArgs().Ptr("vv", vv).Floats("region", region, 4).Int("fromUs", fromUs).Int("toUs", toUs);
-      },
-      h);
+      call, [&] { return trace_args::OrmaAddDeLogo(vv, region, fromUs, toUs); }, h);
 }
 
 ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float intensity, int64_t fromUs,
@@ -102,26 +80,18 @@ ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float
   // The table is read now so that a file that is not a table is refused
   // here (the caller skips that filter) rather than failing the export.
   if (native.empty())
-    Refuse(call, kBadFile, error);
+    Refuse(call, ORMA_BAD_FILE, error);
   else if (!LoadLutFile(native, &table, &error))
-    Refuse(call, kBadFile, error);
+    Refuse(call, ORMA_BAD_FILE, error);
   else if (!std::isfinite(intensity))
-    Refuse(call, kBadArgument, "intensity is not a number");
+    Refuse(call, ORMA_BAD_ARGUMENT, "intensity is not a number");
   else if ((e = NewEffect(call, vv, EffectKind::Lut, fromUs, toUs))) {
     e->path = native;
     e->intensity = intensity;
   }
   return Traced(
-      call,
-      [&] {
-        return TraceArgs()
-            .Ptr("vv", vv)
-            .Text("path", path)
-            .Dbl("intensity", intensity)
-            .Int("fromUs", fromUs)
-            .Int("toUs", toUs);
-      },
-      static_cast<OrmaEffectHandle>(e));
+      call, [&] { return trace_args::OrmaAddLUT(vv, path, intensity, fromUs, toUs); },
+      HandleTo<OrmaEffectHandle>(e));
 }
 
 ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const OrmaAdjustmentBlock* adjustment,
@@ -129,18 +99,12 @@ ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const Orma
   ORMA_ENTRY_NAME;
   Effect* e = nullptr;
   if (!adjustment)
-    Refuse(call, kBadArgument, "no adjustment block");
+    Refuse(call, ORMA_BAD_ARGUMENT, "no adjustment block");
   else if ((e = NewEffect(call, vv, EffectKind::Adjustment, fromUs, toUs)))
     e->adjustment = *adjustment;
   return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Ptr("vv", vv);
-        if (adjustment) t.Floats("values", &adjustment->brightness, 12);
-        return t.Int("fromUs", fromUs).Int("toUs", toUs);
-      },
-      static_cast<OrmaEffectHandle>(e));
+      call, [&] { return trace_args::OrmaAddFilterAdjustment(vv, adjustment, fromUs, toUs); },
+      HandleTo<OrmaEffectHandle>(e));
 }
 
 ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* configPath, int32_t applyRange,
@@ -151,7 +115,7 @@ ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* c
   std::string native = ResolveLocalFile(configPath, &error);
   std::shared_ptr<const SpecialEffect> chain;
   if (native.empty() || !(chain = SpecialEffect::Load(native, &error)))
-    Refuse(call, kBadFile, error);
+    Refuse(call, ORMA_BAD_FILE, error);
   else if ((e = NewEffect(call, vv, EffectKind::Special, fromUs, toUs))) {
     e->path = native;
     e->applyRange = applyRange;
@@ -159,16 +123,8 @@ ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* c
     e->underEveryLevel = applyRange == 1; // the main track only
   }
   return Traced(
-      call,
-      [&] {
-        return TraceArgs()
-            .Ptr("vv", vv)
-            .Text("configPath", configPath)
-            .Int("applyRange", applyRange)
-            .Int("fromUs", fromUs)
-            .Int("toUs", toUs);
-      },
-      static_cast<OrmaEffectHandle>(e));
+      call, [&] { return trace_args::OrmaAddSpecialEffect(vv, configPath, applyRange, fromUs, toUs); },
+      HandleTo<OrmaEffectHandle>(e));
 }
 
 ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level) {
@@ -177,15 +133,15 @@ ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level) {
   int32_t r = [&] {
     Handle* h = FindHandle(handle);
     if (!h || (h->type != HandleType::Effect && h->type != HandleType::Scene))
-      return Refuse(call, kBadHandle, "not an effect or picture-in-picture scene handle");
+      return Refuse(call, ORMA_BAD_HANDLE, "not an effect or picture-in-picture scene handle");
     auto* e = static_cast<Element*>(h);
-    if (Exporting(e->video)) return Refuse(call, kBadState, "an export is running");
-    if (level < 0) return Refuse(call, kBadArgument, "negative level");
+    if (Exporting(e->video)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
+    if (level < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative level");
     e->level = level;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("handle", handle).Int("level", level); }, r);
+      call, [&] { return trace_args::OrmaUpdateEffectLevel(handle, level); }, r);
 }
 
 } // extern "C"

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "engine/api/api.h"
+#include "engine/api/trace_args_gen.h"
 #include "engine/encode/export_run.h"
 #include "platform/text_number.h"
 
@@ -14,17 +15,17 @@ ORMA_API int32_t OrmaEditSetLimitTime(OrmaVideoHandle vv, int64_t startUs, int64
   // Renders only [start, end); an end of 0 or less means "to the end".
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
-    if (Exporting(v)) return Refuse(call, kBadState, "an export is running");
+    if (!v) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
+    if (Exporting(v)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
     if (startUs < 0 || (endUs > 0 && endUs <= startUs))
-      return Refuse(call, kBadArgument,
+      return Refuse(call, ORMA_BAD_ARGUMENT,
                     "range " + std::to_string(startUs) + ".." + std::to_string(endUs) + " us is empty");
     v->settings.limitStartUs = startUs;
     v->settings.limitEndUs = endUs;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Int("startUs", startUs).Int("endUs", endUs); }, r);
+      call, [&] { return trace_args::OrmaEditSetLimitTime(vv, startUs, endUs); }, r);
 }
 
 ORMA_API int32_t OrmaEditMediaUseAgentProcess(OrmaVideoHandle vv) {
@@ -33,20 +34,20 @@ ORMA_API int32_t OrmaEditMediaUseAgentProcess(OrmaVideoHandle vv) {
   // the request is recorded and has no further effect.
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
-    if (!v) return Refuse(call, kBadHandle, "not a virtual video handle");
+    if (!v) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
     v->settings.agentProcess = true;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaEditMediaUseAgentProcess(vv); }, r);
 }
 
 ORMA_API int32_t OrmaEditMedia(OrmaVideoHandle vv) {
   ORMA_ENTRY_NAME;
   VirtualVideo* v = VideoOf(vv);
-  int32_t r = v ? RunExport(*v) : Refuse(call, kBadHandle, "not a virtual video handle");
+  int32_t r = v ? RunExport(*v) : Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaEditMedia(vv); }, r);
 }
 
 ORMA_API int32_t OrmaEditProgress(OrmaVideoHandle vv) {
@@ -54,7 +55,7 @@ ORMA_API int32_t OrmaEditProgress(OrmaVideoHandle vv) {
   VirtualVideo* v = VideoOf(vv);
   int32_t r = v ? v->progress.load() : 0;
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaEditProgress(vv); }, r);
 }
 
 ORMA_API int32_t OrmaEditCancel(OrmaVideoHandle vv) {
@@ -62,13 +63,13 @@ ORMA_API int32_t OrmaEditCancel(OrmaVideoHandle vv) {
   // Only a flag the export's own thread reads between frames: safe from any
   // thread, and the export ends (and cleans up) on that thread.
   VirtualVideo* v = VideoOf(vv);
-  int32_t r = kOk;
+  int32_t r = ORMA_OK;
   if (v)
     v->stopRequested = true;
   else
-    r = Refuse(call, kBadHandle, "not a virtual video handle");
+    r = Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaEditCancel(vv); }, r);
 }
 
 ORMA_API int64_t OrmaGetTotalPlaybackTime(OrmaVideoHandle vv) {
@@ -76,7 +77,7 @@ ORMA_API int64_t OrmaGetTotalPlaybackTime(OrmaVideoHandle vv) {
   VirtualVideo* v = VideoOf(vv);
   int64_t r = v ? TimelineLengthUs(*v) : 0;
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaGetTotalPlaybackTime(vv); }, r);
 }
 
 ORMA_API int64_t OrmaGetCurrentPlaybackTime(OrmaVideoHandle vv) {
@@ -84,7 +85,7 @@ ORMA_API int64_t OrmaGetCurrentPlaybackTime(OrmaVideoHandle vv) {
   VirtualVideo* v = VideoOf(vv);
   int64_t r = v ? v->positionUs.load() : 0;
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv); }, r);
+      call, [&] { return trace_args::OrmaGetCurrentPlaybackTime(vv); }, r);
 }
 
 ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, OrmaMediaPropertyBlock* audio,
@@ -92,7 +93,7 @@ ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, Orm
   ORMA_ENTRY_NAME;
   int32_t r = [&] {
     MediaProbe probe = ProbeMedia(path, false);
-    if (!probe.ok) return Refuse(call, kBadFile, probe.error);
+    if (!probe.ok) return Refuse(call, ORMA_BAD_FILE, probe.error);
     if (durationUs) *durationUs = probe.durationUs;
     if (video) {
       std::memset(video, 0, sizeof *video);
@@ -115,19 +116,10 @@ ORMA_API int32_t OrmaGetMediaInfoLite(const char* path, int64_t* durationUs, Orm
         platform::CopyText(audio->name, probe.audioCodec.c_str());
       }
     }
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
-      call,
-      [&] {
-        TraceArgs t;
-        t.Text("path", path);
-        if (r == kOk && durationUs) t.Int("durationUs", *durationUs);
-        if (r == kOk && video)
-          t.Int("width", video->width).Int("height", video->height).Text("videoCodec", video->name);
-        return t;
-      },
-      r);
+      call, [&] { return trace_args::OrmaGetMediaInfoLite(path, durationUs, audio, video); }, r);
 }
 
 } // extern "C"

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "engine/api/api.h"
+#include "engine/api/trace_args_gen.h"
 #include "engine/api/value_limits.h"
 #include "engine/render/transitions.h"
 
@@ -18,15 +19,7 @@ OrmaSceneHandle NewScene(const char* function, int64_t startUs, int64_t endUs, b
   s->endUs = endUs;
   if (empty) LeaveOut(*s);
   RegisterHandle(s);
-  return s;
-}
-
-// Scene setters: a live scene whose video (if any) is not exporting.
-template <class Apply> int32_t WithScene(const char* function, OrmaSceneHandle scene, Apply apply) {
-  Scene* s = SceneOf(scene);
-  if (!s) return Refuse(function, kBadHandle, "not a scene handle");
-  if (Exporting(s->video)) return Refuse(function, kBadState, "an export is running");
-  return apply(*s);
+  return HandleTo<OrmaSceneHandle>(s);
 }
 
 } // namespace
@@ -37,14 +30,14 @@ ORMA_API OrmaSceneHandle OrmaCreateScene(int64_t startUs, int64_t endUs) {
   ORMA_ENTRY_NAME;
   OrmaSceneHandle s = NewScene(call, startUs, endUs, false);
   return Traced(
-      call, [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
+      call, [&] { return trace_args::OrmaCreateScene(startUs, endUs); }, s);
 }
 
 ORMA_API OrmaSceneHandle OrmaCreatePIPScene(int64_t startUs, int64_t endUs) {
   ORMA_ENTRY_NAME;
   OrmaSceneHandle s = NewScene(call, startUs, endUs, true);
   return Traced(
-      call, [&] { return TraceArgs().Int("startUs", startUs).Int("endUs", endUs); }, s);
+      call, [&] { return trace_args::OrmaCreatePIPScene(startUs, endUs); }, s);
 }
 
 ORMA_API int32_t OrmaAddScene(OrmaVideoHandle vv, OrmaSceneHandle scene) {
@@ -52,14 +45,14 @@ ORMA_API int32_t OrmaAddScene(OrmaVideoHandle vv, OrmaSceneHandle scene) {
   int32_t r = [&] {
     VirtualVideo* v = VideoOf(vv);
     Scene* s = SceneOf(scene);
-    if (!v || !s) return Refuse(call, kBadHandle, "not a virtual video and a scene");
-    if (Exporting(v)) return Refuse(call, kBadState, "an export is running");
-    if (s->video) return Refuse(call, kBadState, "the scene is already on a timeline");
+    if (!v || !s) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video and a scene");
+    if (Exporting(v)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
+    if (s->video) return Refuse(call, ORMA_BAD_STATE, "the scene is already on a timeline");
     AddElement(v, s);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene); }, r);
+      call, [&] { return trace_args::OrmaAddScene(vv, scene); }, r);
 }
 
 ORMA_API OrmaMediaHandle OrmaSceneCreateMedia(const char* path) {
@@ -69,113 +62,109 @@ ORMA_API OrmaMediaHandle OrmaSceneCreateMedia(const char* path) {
   MediaProbe probe = ProbeMedia(path, true);
   Media* m = nullptr;
   if (!probe.ok) {
-    Refuse(call, kBadFile, probe.error);
+    Refuse(call, ORMA_BAD_FILE, probe.error);
   } else {
     m = new Media();
     m->probe = probe;
     RegisterHandle(m);
   }
   return Traced(
-      call, [&] { return TraceArgs().Text("path", path); }, static_cast<OrmaMediaHandle>(m));
+      call, [&] { return trace_args::OrmaSceneCreateMedia(path); }, HandleTo<OrmaMediaHandle>(m));
 }
 
 ORMA_API int32_t OrmaSceneAddMediaHandle(OrmaSceneHandle scene, OrmaMediaHandle media) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
+  int32_t r = With(call, scene, [&](Scene& s) {
     Media* m = MediaOf(media);
-    if (!m) return Refuse(call, kBadHandle, "not a media handle");
-    if (m->scene) return Refuse(call, kBadState, "the media is already in a scene");
+    if (!m) return Refuse(call, ORMA_BAD_HANDLE, "not a media handle");
+    if (m->scene) return Refuse(call, ORMA_BAD_STATE, "the media is already in a scene");
     m->scene = &s;
     s.media.push_back(m);
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("scene", scene).Ptr("media", media); }, r);
+      call, [&] { return trace_args::OrmaSceneAddMediaHandle(scene, media); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundImage(OrmaSceneHandle scene, const char* path) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
+  int32_t r = With(call, scene, [&](Scene& s) {
     MediaProbe probe = ProbeMedia(path, true);
-    if (!probe.ok) return Refuse(call, kBadFile, probe.error);
-    if (!probe.hasVideo) return Refuse(call, kBadFile, probe.path + ": not a picture");
+    if (!probe.ok) return Refuse(call, ORMA_BAD_FILE, probe.error);
+    if (!probe.hasVideo) return Refuse(call, ORMA_BAD_FILE, probe.path + ": not a picture");
     s.background = Background();
     s.background.kind = BackgroundKind::Picture;
     s.background.picture = probe;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("scene", scene).Text("path", path); }, r);
+      call, [&] { return trace_args::OrmaSetSceneBackGroundImage(scene, path); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundColor(OrmaSceneHandle scene, const float* rgba) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
-    if (!rgba) return Refuse(call, kBadArgument, "no colour");
+  int32_t r = With(call, scene, [&](Scene& s) {
+    if (!rgba) return Refuse(call, ORMA_BAD_ARGUMENT, "no colour");
     s.background = Background();
     s.background.kind = BackgroundKind::Color;
     for (int i = 0; i < 4; ++i)
       s.background.rgba[i] = std::isfinite(rgba[i]) ? std::clamp(rgba[i], 0.0f, 1.0f) : 0.0f;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("scene", scene).Floats("rgba", rgba, 4); }, r);
+      call, [&] { return trace_args::OrmaSetSceneBackGroundColor(scene, rgba); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneBackGroundGaussBlur(OrmaSceneHandle scene, float intensity) {
   ORMA_ENTRY_NAME;
   // Intensity 0 (what a draft without a blurred background passes) leaves
   // the scene without background: black where no media is.
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
-    if (!std::isfinite(intensity)) return Refuse(call, kBadArgument, "not a number");
+  int32_t r = With(call, scene, [&](Scene& s) {
+    if (!std::isfinite(intensity)) return Refuse(call, ORMA_BAD_ARGUMENT, "not a number");
     s.background = Background();
     if (intensity > 0.0f) {
       s.background.kind = BackgroundKind::Blur;
       s.background.blur = std::min(intensity, 1.0f);
     }
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("scene", scene).Dbl("intensity", intensity); }, r);
+      call, [&] { return trace_args::OrmaSetSceneBackGroundGaussBlur(scene, intensity); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneTransitionMode(OrmaVideoHandle vv, OrmaSceneHandle scene, int32_t mode) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
+  int32_t r = With(call, scene, [&](Scene& s) {
     if (!VideoOf(vv) || s.video != VideoOf(vv))
-      return Refuse(call, kBadHandle, "the scene is not on this virtual video");
+      return Refuse(call, ORMA_BAD_HANDLE, "the scene is not on this virtual video");
     // Mode 3: the transition is centred on the cut and the timeline keeps
     // its length. It is the only mode the engine has.
-    if (mode != ORMA_TRANSITION_CENTRED) return Refuse(call, kBadArgument, "only mode 3 is supported");
+    if (mode != ORMA_TRANSITION_CENTRED) return Refuse(call, ORMA_BAD_ARGUMENT, "only mode 3 is supported");
     s.transitionMode = mode;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call, [&] { return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Int("mode", mode); }, r);
+      call, [&] { return trace_args::OrmaSetSceneTransitionMode(vv, scene, mode); }, r);
 }
 
 ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scene, const char* path,
                                         int64_t durationUs) {
   ORMA_ENTRY_NAME;
-  int32_t r = WithScene(call, scene, [&](Scene& s) {
+  int32_t r = With(call, scene, [&](Scene& s) {
     if (!VideoOf(vv) || s.video != VideoOf(vv))
-      return Refuse(call, kBadHandle, "the scene is not on this virtual video");
+      return Refuse(call, ORMA_BAD_HANDLE, "the scene is not on this virtual video");
     if (s.transitionMode != 3)
-      return Refuse(call, kBadState, "the transition mode is not set (call with mode 3 first)");
-    if (durationUs < 0) return Refuse(call, kBadArgument, "negative duration");
+      return Refuse(call, ORMA_BAD_STATE, "the transition mode is not set (call with mode 3 first)");
+    if (durationUs < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative duration");
     TransitionStyle style;
     std::string error;
-    if (!LoadTransitionStyle(path, &style, &error)) return Refuse(call, kBadFile, error);
+    if (!LoadTransitionStyle(path, &style, &error)) return Refuse(call, ORMA_BAD_FILE, error);
     s.transition = style;
     s.transitionUs = durationUs;
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   });
   return Traced(
-      call,
-      [&] {
-        return TraceArgs().Ptr("vv", vv).Ptr("scene", scene).Text("path", path).Int("durationUs", durationUs);
-      },
-      r);
+      call, [&] { return trace_args::OrmaSetSceneTransition(vv, scene, path, durationUs); }, r);
 }
 
 } // extern "C"

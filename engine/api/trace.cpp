@@ -87,6 +87,12 @@ TraceArgs& TraceArgs::Floats(const char* name, const float* values, int count) {
   return *this;
 }
 
+TraceArgs& TraceArgs::Pair(const char* name, double first, double second) {
+  Key(name);
+  text_ += FormatDouble(first) + "," + FormatDouble(second);
+  return *this;
+}
+
 TraceArgs& TraceArgs::Raw(const char* name, const std::string& value) {
   Key(name);
   text_ += value;

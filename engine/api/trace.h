@@ -18,6 +18,8 @@ public:
   TraceArgs& Dbl(const char* name, double value);
   TraceArgs& Text(const char* name, const char* value);
   TraceArgs& Floats(const char* name, const float* values, int count);
+  /// "name=first,second" (a point or a size).
+  TraceArgs& Pair(const char* name, double first, double second);
   TraceArgs& Raw(const char* name, const std::string& value);
   const std::string& str() const { return text_; }
 

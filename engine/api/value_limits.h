@@ -31,7 +31,7 @@ int64_t NotNegative(const char* function, const char* what, int64_t us);
 bool EmptySpan(const char* function, int64_t fromUs, int64_t toUs);
 
 /// Logs "<function>: <error>; the item is drawn without it" and returns
-/// kOk: a per-item resource (look-up table, animation, mask, effect) that
+/// ORMA_OK: a per-item resource (look-up table, animation, mask, effect) that
 /// cannot be read is left out as a timeline-wide one is, not the export.
 int32_t WithoutResource(const char* function, const std::string& error);
 

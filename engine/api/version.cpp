@@ -15,6 +15,7 @@ extern "C" {
 #include <cstring>
 
 #include "engine/api/api.h"
+#include "engine/api/trace_args_gen.h"
 #include "platform/text_number.h"
 
 using namespace orma;
@@ -34,7 +35,7 @@ extern "C" {
 ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
   ORMA_ENTRY_NAME;
   int32_t r = [&] {
-    if (!versions) return Refuse(call, kBadArgument, "no version block");
+    if (!versions) return Refuse(call, ORMA_BAD_ARGUMENT, "no version block");
     *versions = OrmaVersionBlock{};
     platform::CopyText(versions->core, ORMA_CORE_VERSION);
     const char* mlt = mlt_version_get_string();
@@ -43,10 +44,10 @@ ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
     platform::CopyText(versions->ffmpeg, ffmpeg);
     WriteVersion(versions->libavformat, sizeof versions->libavformat, avformat_version());
     WriteVersion(versions->libavcodec, sizeof versions->libavcodec, avcodec_version());
-    return int32_t{kOk};
+    return int32_t{ORMA_OK};
   }();
   return Traced(
-      call, [&] { return TraceArgs().Ptr("versions", versions); }, r);
+      call, [&] { return trace_args::OrmaGetVersions(versions); }, r);
 }
 
 ORMA_API int32_t OrmaGetLastError(char* text, int32_t capacity) {
@@ -60,7 +61,7 @@ ORMA_API int32_t OrmaGetLastError(char* text, int32_t capacity) {
     r = static_cast<int32_t>(std::strlen(text));
   }
   return Traced(
-      call, [&] { return TraceArgs().Int("capacity", capacity); }, r);
+      call, [&] { return trace_args::OrmaGetLastError(text, capacity); }, r);
 }
 
 } // extern "C"

@@ -107,14 +107,14 @@ std::string FittingContainers(const AVCodec* encoder) {
 // VP9 and AV1 only, and FFmpeg would refuse H.264 there with no more than
 // "Invalid argument". Containers that cannot tell are let through.
 int32_t CheckVideoFits(const AVOutputFormat* container, const AVCodec* encoder, std::string* cause) {
-  if (avformat_query_codec(container, encoder->id, FF_COMPLIANCE_NORMAL) != 0) return kExportOk;
+  if (avformat_query_codec(container, encoder->id, FF_COMPLIANCE_NORMAL) != 0) return ORMA_OK;
   const std::string encoders = FittingVideoEncoders(container, 3);
   const std::string containers = FittingContainers(encoder);
   *cause = "the " + std::string(container->name) + " container cannot hold " + encoder->name + " video";
   if (!encoders.empty()) *cause += "; for " + std::string(container->name) + " name the encoder " + encoders;
   if (!containers.empty())
     *cause += "; " + std::string(encoder->name) + " fits an output named " + containers;
-  return kEncoderDoesNotFitContainer;
+  return ORMA_ENCODER_DOES_NOT_FIT_CONTAINER;
 }
 
 // The video encoder: the named one, or its hardware twin when asked for and
@@ -123,13 +123,13 @@ int32_t ChooseVideo(const ExportSettings& s, const AVOutputFormat* container, Co
                     std::string* cause) {
   // A sound-only export has no picture encoder at all (OrmaSetOutputStreams).
   choice->video = s.writeVideo ? s.videoCodec : "";
-  if (!s.writeVideo) return kExportOk;
+  if (!s.writeVideo) return ORMA_OK;
   const AVCodec* encoder = avcodec_find_encoder_by_name(choice->video.c_str());
   if (!encoder || encoder->type != AVMEDIA_TYPE_VIDEO) {
     *cause = "unknown video encoder \"" + choice->video + "\"";
-    return kUnknownVideoEncoder;
+    return ORMA_UNKNOWN_VIDEO_ENCODER;
   }
-  if (int32_t fits = CheckVideoFits(container, encoder, cause); fits != kExportOk) return fits;
+  if (int32_t fits = CheckVideoFits(container, encoder, cause); fits != ORMA_OK) return fits;
   if (s.hwEncoder != 0) {
     std::string hardware = HardwareEncoder(choice->video);
     if (hardware.empty()) {
@@ -140,7 +140,7 @@ int32_t ChooseVideo(const ExportSettings& s, const AVOutputFormat* container, Co
       choice->video = hardware;
     }
   }
-  return kExportOk;
+  return ORMA_OK;
 }
 
 // The audio encoder: the named one, the container's usual one for the name
@@ -159,7 +159,7 @@ int32_t ChooseAudio(const ExportSettings& s, const AVOutputFormat* container, Co
       audio = UsualAudioEncoder(container);
     } else {
       *cause = "unknown audio encoder \"" + s.audioCodec + "\"";
-      return kUnknownAudioEncoder;
+      return ORMA_UNKNOWN_AUDIO_ENCODER;
     }
   } else {
     audio = UsualAudioEncoder(container);
@@ -168,9 +168,9 @@ int32_t ChooseAudio(const ExportSettings& s, const AVOutputFormat* container, Co
   if (!s.writeVideo && audio.empty()) {
     *cause =
         "a sound-only export needs an audio encoder, and " + std::string(container->name) + " has none usual";
-    return kUnknownAudioEncoder;
+    return ORMA_UNKNOWN_AUDIO_ENCODER;
   }
-  return kExportOk;
+  return ORMA_OK;
 }
 
 } // namespace
@@ -180,11 +180,11 @@ int32_t ChooseCodecs(const ExportSettings& s, const std::string& target, CodecCh
   const AVOutputFormat* container = av_guess_format(nullptr, target.c_str(), nullptr);
   if (!container) {
     *cause = "no video container is known for the name " + target;
-    return kUnknownContainer;
+    return ORMA_UNKNOWN_CONTAINER;
   }
   choice->container = container->name;
   int32_t code = ChooseVideo(s, container, choice, cause);
-  return code != kExportOk ? code : ChooseAudio(s, container, choice, cause);
+  return code != ORMA_OK ? code : ChooseAudio(s, container, choice, cause);
 }
 
 bool UseHardwareDecoding(const ExportSettings& s) {

@@ -8,7 +8,7 @@
 // with VA-API is decided here too.
 //
 //   CodecChoice codecs;
-//   if (int32_t code = ChooseCodecs(settings, target, &codecs, &cause); code != kExportOk) ...
+//   if (int32_t code = ChooseCodecs(settings, target, &codecs, &cause); code != ORMA_OK) ...
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,7 @@ struct CodecChoice {
 };
 
 /// Fills *choice for writing `target` (an absolute path) with the settings:
-/// kExportOk, or the export's result code for the failure with *cause.
+/// ORMA_OK, or the export's result code for the failure with *cause.
 int32_t ChooseCodecs(const ExportSettings& settings, const std::string& target, CodecChoice* choice,
                      std::string* cause);
 

@@ -5,40 +5,22 @@
 // built (timeline/) in a profile of the video's size and rate; the frames of
 // the limit range are rendered and encoded (frame_pump.h, encoder.h); and
 // the finished file is moved onto the target. Any failure ends the run with
-// one of the result codes below and one log line naming its cause, and
+// one of the export's result codes and one log line naming its cause, and
 // leaves the target as it was.
 #pragma once
 
 #include <cstdint>
 
+#include "corelib/orma_core.h"
 #include "engine/model/model.h"
 
 namespace orma {
 
-/// Result codes of OrmaEditMedia below 1 (each failure also logs one line
-/// naming its cause). See docs/engine.md.
-enum ExportResult : int32_t {
-  kExportOk = 1,
-  kNoFrameSize = -20,
-  kNoOutputPath = -21,
-  kUnknownContainer = -22,
-  kUnknownVideoEncoder = -23,
-  kUnknownAudioEncoder = -24,
-  kOutputNotWritable = -25,
-  kFrameworkUnavailable = -26,
-  kTimelineInvalid = -27,
-  kTimelineEmpty = -28,
-  kLimitSelectsNothing = -29,
-  kMediaFailed = -30,
-  kEncodingFailed = -31,
-  kCannotPlaceOutput = -32,
-  kExportBusy = -33,
-  kExportStopped = -34,
-  kEncoderDoesNotFitContainer = -35,
-};
-
 /// Blocks until the video is written (or the export failed, or was stopped
-/// by OrmaEditCancel: kExportStopped, and the temporary file is removed).
+/// by OrmaEditCancel: ORMA_EXPORT_STOPPED, and the temporary file is
+/// removed). Its failures are the export's results of OrmaResult
+/// (corelib/orma_core.h), each with one log line naming its cause; see
+/// docs/engine.md.
 int32_t RunExport(VirtualVideo& video);
 
 } // namespace orma

@@ -84,7 +84,6 @@ bool Prepare(const Yuv& canvas, const Yuv& item, const Placement& p, float opaci
   std::copy_n(region ? region : whole, 4, job->vis);
   const float* vis = job->vis;
   if (vis[2] <= vis[0] || vis[3] <= vis[1]) return false;
-  opacity = std::clamp(opacity, 0.0f, 1.0f);
   if (opacity <= 0.0f || item.w <= 0 || item.h <= 0 || !p.Invertible()) return false;
   float xs[4] = {p.tx, p.a * item.w + p.tx, p.b * item.h + p.tx, p.a * item.w + p.b * item.h + p.tx};
   float ys[4] = {p.ty, p.c * item.w + p.ty, p.d * item.h + p.ty, p.c * item.w + p.d * item.h + p.ty};
@@ -400,7 +399,7 @@ void Compose(Yuv& canvas, const Yuv& item, const Placement& p, float opacity, in
   if (normal && !region && p.a == 1 && p.d == 1 && p.b == 0 && p.c == 0 && p.tx == std::floor(p.tx) &&
       p.ty == std::floor(p.ty) && static_cast<int>(p.tx) % 2 == 0 && static_cast<int>(p.ty) % 2 == 0) {
     if (opacity > 0.0f && item.w > 0 && item.h > 0)
-      Blend(canvas, item, static_cast<int>(p.tx), static_cast<int>(p.ty), std::min(opacity, 1.0f));
+      Blend(canvas, item, static_cast<int>(p.tx), static_cast<int>(p.ty), opacity);
     return;
   }
   if (normal && p.b == 0 && p.c == 0) {

@@ -19,7 +19,9 @@ struct Placement {
 /// Draws `item` (with its alpha plane when it has one) onto `canvas`. With
 /// `region` (left, top, right, bottom in item pixels) only that part of the
 /// item is drawn. `visible`, when given, holds every item pixel whose alpha
-/// is not 0 (the rest need not be looked at).
+/// is not 0 (the rest need not be looked at). `opacity` is 0..1: the API
+/// brings an item's opacity into range once (OrmaSetMediaTransparency), and
+/// key frames and animations keep theirs within it.
 void Compose(Yuv& canvas, const Yuv& item, const Placement& placement, float opacity, int blendMode,
              int matrix, const float* region = nullptr, const RowSpans* visible = nullptr);
 

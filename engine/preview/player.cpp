@@ -131,9 +131,9 @@ Player::~Player() {
 
 int32_t Player::Start() {
   const PreviewSettings& preview = video_.preview;
-  if (preview.window == 0) return Failure(kNoPreviewWindow, "no window was given to play into");
+  if (preview.window == 0) return Failure(ORMA_NO_PREVIEW_WINDOW, "no window was given to play into");
   std::string error;
-  if (!view_.Open(preview.window, &error)) return Failure(kPreviewWindowUnusable, error);
+  if (!view_.Open(preview.window, &error)) return Failure(ORMA_PREVIEW_WINDOW_UNUSABLE, error);
 
   ExportSettings settings = video_.settings;
   const FrameSize size =
@@ -145,18 +145,18 @@ int32_t Player::Start() {
   rate_ = settings.sampleRate > 0 ? settings.sampleRate : 44100;
   channels_ = settings.channels > 0 ? settings.channels : 2;
 
-  if (!EnsureMlt()) return Failure(kFrameworkUnavailable, "the MLT framework cannot be started");
+  if (!EnsureMlt()) return Failure(ORMA_FRAMEWORK_UNAVAILABLE, "the MLT framework cannot be started");
   profile_ = MakeProfile(settings);
-  if (!profile_) return Failure(kFrameworkUnavailable, "cannot create the video profile");
+  if (!profile_) return Failure(ORMA_FRAMEWORK_UNAVAILABLE, "cannot create the video profile");
   ctx_.profile = profile_.get();
   ctx_.width = settings.width;
   ctx_.height = settings.height;
   ctx_.matrix = CanvasMatrix(settings.height);
   ctx_.fps = settings.fps;
   timeline_ = std::make_unique<Timeline>(video_, ctx_);
-  if (!timeline_->Build(&error)) return Failure(kTimelineInvalid, error);
+  if (!timeline_->Build(&error)) return Failure(ORMA_TIMELINE_INVALID, error);
   length_ = timeline_->length();
-  if (length_ <= 0) return Failure(kTimelineEmpty, "the timeline is empty");
+  if (length_ <= 0) return Failure(ORMA_TIMELINE_EMPTY, "the timeline is empty");
   totalUs_ = TimelineLengthUs(video_);
 
   std::string why;
@@ -164,7 +164,7 @@ int32_t Player::Start() {
     LogOnce("preview-no-sound", "preview: " + why + "; the pictures keep time with the system clock");
 
   consumer_ = MakeFrameRenderer(profile_.get(), rate_, channels_);
-  if (!consumer_) return Failure(kFrameworkUnavailable, "cannot create the frame renderer");
+  if (!consumer_) return Failure(ORMA_FRAMEWORK_UNAVAILABLE, "cannot create the frame renderer");
   mlt_producer producer = timeline_->producer();
   mlt_producer_set_in_and_out(producer, 0, static_cast<mlt_position>(length_ - 1));
   mlt_consumer_connect(consumer_.get(), MLT_PRODUCER_SERVICE(producer));
@@ -391,7 +391,7 @@ int32_t StartPreview(VirtualVideo& video) {
     std::lock_guard<std::mutex> lock(TableMutex());
     auto it = Players().find(&video);
     if (it != Players().end() && it->second.player)
-      return Failure(kPreviewRunning, "this video is already playing");
+      return Failure(ORMA_PREVIEW_RUNNING, "this video is already playing");
     Players()[&video] = Entry{};
   }
   auto player = std::make_shared<Player>(video);
@@ -416,7 +416,7 @@ int32_t ControlPreview(VirtualVideo& video, PreviewControl control, int64_t posi
       return it == Players().end() || it->second.player;
     });
     auto it = Players().find(&video);
-    if (it == Players().end() || !it->second.player) return kPreviewNotRunning;
+    if (it == Players().end() || !it->second.player) return ORMA_PREVIEW_NOT_RUNNING;
     player = it->second.player;
     if (control == PreviewControl::Stop) Players().erase(it);
   }

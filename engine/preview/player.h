@@ -15,18 +15,14 @@
 
 #include <cstdint>
 
+#include "corelib/orma_core.h"
 #include "engine/model/model.h"
 
 namespace orma {
 
-/// Results of the preview calls below 1 (each failure logs one line naming
-/// its cause); the timeline failures are those of export.h.
-enum PreviewResult : int32_t {
-  kNoPreviewWindow = -40,       ///< no window was given
-  kPreviewWindowUnusable = -41, ///< no X display, no such window, or one that cannot be drawn into
-  kPreviewRunning = -42,        ///< this video is already playing
-  kPreviewNotRunning = -43,     ///< a control call without a preview playing
-};
+/// The preview calls fail with the preview's results of OrmaResult
+/// (corelib/orma_core.h), and with the export's for the timeline's failures,
+/// each with one log line naming its cause.
 
 enum class PreviewControl { Play, Pause, Seek, Stop };
 

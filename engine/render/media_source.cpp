@@ -84,7 +84,7 @@ MediaSource::MediaSource(const Media& media, int64_t sceneFrames, RenderContext&
   int flip = a.flip;
   layout_.mirrorH = (flip & ORMA_FLIP_HORIZONTAL) != 0;
   layout_.mirrorV = (flip & ORMA_FLIP_VERTICAL) != 0;
-  layout_.opacity = static_cast<float>(std::clamp(a.opacity, 0.0, 1.0));
+  layout_.opacity = static_cast<float>(a.opacity); // 0..1: OrmaSetMediaTransparency brings it into range
 
   std::string error;
   look_ = ItemLook::Make(media, ctx, layout_, duration_, &error);

@@ -37,7 +37,7 @@ CaptionMotion::CaptionMotion(const Caption& caption, int canvasWidth, int canvas
   rest_.boxH = caption.size.second > 0 ? caption.size.second * canvasHeight : 0;
   rest_.scale = Scale(caption.scale);
   rest_.angle = std::isfinite(caption.angle) ? caption.angle : 0;
-  rest_.opacity = std::clamp(caption.opacity, 0.0f, 1.0f);
+  rest_.opacity = caption.opacity; // 0..1: OrmaSetCaptionTransparency brings it into range
   keys_ = caption.keyFrames;
   std::stable_sort(keys_.begin(), keys_.end(),
                    [](const OrmaCaptionKeyFrameBlock& a, const OrmaCaptionKeyFrameBlock& b) {

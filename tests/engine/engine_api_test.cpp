@@ -27,14 +27,16 @@ TEST_F(EngineApi, HandlesOfTheWrongKindAreRefused) {
   OrmaVideoHandle vv = NewVideo();
   OrmaSceneHandle scene = AddScene(vv, 0, 1);
   int bogus = 0;
+  // The compiler refuses these mix-ups in C++; a C caller's cast (or a stale
+  // pointer) still reaches the library, which refuses them at run time.
   EXPECT_LT(OrmaSetFPS(nullptr, 25), 1);
-  EXPECT_LT(OrmaSetFPS(&bogus, 25), 1);
-  EXPECT_LT(OrmaSetFPS(scene, 25), 1);
-  EXPECT_LT(OrmaAddScene(vv, vv), 1);
-  EXPECT_LT(OrmaSceneAddMediaHandle(scene, scene), 1);
-  EXPECT_LT(OrmaSetMediaFlip(scene, 1), 1);
-  EXPECT_LT(OrmaEditMedia(scene), 1);
-  EXPECT_EQ(OrmaEditProgress(&bogus), 0);
+  EXPECT_LT(OrmaSetFPS(reinterpret_cast<OrmaVideoHandle>(&bogus), 25), 1);
+  EXPECT_LT(OrmaSetFPS(reinterpret_cast<OrmaVideoHandle>(scene), 25), 1);
+  EXPECT_LT(OrmaAddScene(vv, reinterpret_cast<OrmaSceneHandle>(vv)), 1);
+  EXPECT_LT(OrmaSceneAddMediaHandle(scene, reinterpret_cast<OrmaMediaHandle>(scene)), 1);
+  EXPECT_LT(OrmaSetMediaFlip(reinterpret_cast<OrmaMediaHandle>(scene), 1), 1);
+  EXPECT_LT(OrmaEditMedia(reinterpret_cast<OrmaVideoHandle>(scene)), 1);
+  EXPECT_EQ(OrmaEditProgress(reinterpret_cast<OrmaVideoHandle>(&bogus)), 0);
 }
 
 TEST_F(EngineApi, SettingsOutOfRangeAreRefused) {

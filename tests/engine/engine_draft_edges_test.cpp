@@ -114,6 +114,25 @@ TEST_F(DraftEdges, TwoPiecesWithTheSameTextAreBothDrawnInTheirOwnColours) {
   EXPECT_LT(CountNear(v, 25, kYellow, 0.0, 0.5, 0.1, 0.9), 5);
 }
 
+TEST_F(DraftEdges, ACaptionOpacityPastOneIsBroughtIntoRangeAtTheCallAndTheCaptionIsDrawnOpaque) {
+  // The caption's opacity is limited once, where the library takes it, with
+  // the same log line as an item's; the drawing code takes it as it is.
+  const std::string caption = R"(, "subtitleExs": [{"folderPath": ")" + std::string(ORMA_SOURCE_DIR) +
+                              R"(/resources/captions/plain", "timelineFrom": 0, "timelineTo": 2,
+      "opacity": 1.5, "scale": 1, "angle": 0, "showRectF": {"x": 0.05, "y": 0.2, "width": 0.9, "height": 0.6},
+      "wordItem": [{"text": "AB", "fontSize": 60, "opacity": 1, "textAlignment": 1,
+      "textColor": {"red": 1, "green": 0, "blue": 0, "alpha": 1},
+      "showRectF": {"x": 0, "y": 0, "width": 1, "height": 1}}]}])";
+  WriteDraft(ClosedScene("blue.mp4", 0, 2), Slot("blue.mp4", 0, 2), caption);
+  WriteSettings("");
+  ProgramRun run = Ormadraft();
+  EXPECT_EQ(Count(run.output, "OrmaSetCaptionTransparency: opacity 1.5 is outside 0..1; 1 is used"), 1u)
+      << run.output;
+  DecodedVideo v = Decode("video.mp4");
+  ASSERT_TRUE(v.ok) << v.error << run.output;
+  EXPECT_GT(CountNear(v, 25, kRed, 0.0, 1.0, 0.1, 0.9), 40) << run.output;
+}
+
 TEST_F(DraftEdges, EmptySpansAndValuesJustOutOfRangeAreLoggedAndTheExportGoesOn) {
   // A toning at 0.5-0.5 s, a mosaic from 2 s back to 1 s, an item opacity
   // of 1.01, music at speed 150 and volume -0.5.

@@ -41,7 +41,7 @@ TEST(CodecChoice, AVideoEncoderNamedAsTheAudioCodecMeansTheContainersUsualOne) {
   s.audioCodec = "libx264";
   orma::CodecChoice codecs;
   std::string cause;
-  ASSERT_EQ(orma::ChooseCodecs(s, "/out/film.mp4", &codecs, &cause), orma::kExportOk) << cause;
+  ASSERT_EQ(orma::ChooseCodecs(s, "/out/film.mp4", &codecs, &cause), ORMA_OK) << cause;
   EXPECT_EQ(codecs.container, "mp4");
   EXPECT_EQ(codecs.video, "libx264");
   EXPECT_EQ(codecs.audio, "aac");
@@ -52,13 +52,13 @@ TEST(CodecChoice, ASoundOnlyExportHasNoVideoEncoderAndAPictureOnlyOneNoAudioEnco
   sound.writeVideo = false;
   orma::CodecChoice codecs;
   std::string cause;
-  ASSERT_EQ(orma::ChooseCodecs(sound, "/out/film.mp4", &codecs, &cause), orma::kExportOk) << cause;
+  ASSERT_EQ(orma::ChooseCodecs(sound, "/out/film.mp4", &codecs, &cause), ORMA_OK) << cause;
   EXPECT_EQ(codecs.video, "");
   EXPECT_EQ(codecs.audio, "aac");
 
   orma::ExportSettings picture;
   picture.writeSound = false;
-  ASSERT_EQ(orma::ChooseCodecs(picture, "/out/film.mkv", &codecs, &cause), orma::kExportOk) << cause;
+  ASSERT_EQ(orma::ChooseCodecs(picture, "/out/film.mkv", &codecs, &cause), ORMA_OK) << cause;
   EXPECT_EQ(codecs.container, "matroska");
   EXPECT_EQ(codecs.video, "libx264");
   EXPECT_EQ(codecs.audio, "");
@@ -68,16 +68,16 @@ TEST(CodecChoice, UnknownNamesFailWithTheirCodeAndNameTheName) {
   orma::ExportSettings s;
   orma::CodecChoice codecs;
   std::string cause;
-  EXPECT_EQ(orma::ChooseCodecs(s, "/out/film.nosuchcontainer", &codecs, &cause), orma::kUnknownContainer);
+  EXPECT_EQ(orma::ChooseCodecs(s, "/out/film.nosuchcontainer", &codecs, &cause), ORMA_UNKNOWN_CONTAINER);
   EXPECT_NE(cause.find("/out/film.nosuchcontainer"), std::string::npos) << cause;
 
   s.videoCodec = "nosuchvideo";
-  EXPECT_EQ(orma::ChooseCodecs(s, "/out/film.mp4", &codecs, &cause), orma::kUnknownVideoEncoder);
+  EXPECT_EQ(orma::ChooseCodecs(s, "/out/film.mp4", &codecs, &cause), ORMA_UNKNOWN_VIDEO_ENCODER);
   EXPECT_NE(cause.find("\"nosuchvideo\""), std::string::npos) << cause;
 
   s.videoCodec = "libx264";
   s.audioCodec = "nosuchaudio";
-  EXPECT_EQ(orma::ChooseCodecs(s, "/out/film.mp4", &codecs, &cause), orma::kUnknownAudioEncoder);
+  EXPECT_EQ(orma::ChooseCodecs(s, "/out/film.mp4", &codecs, &cause), ORMA_UNKNOWN_AUDIO_ENCODER);
   EXPECT_NE(cause.find("\"nosuchaudio\""), std::string::npos) << cause;
 }
 

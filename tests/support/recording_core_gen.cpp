@@ -210,321 +210,321 @@ int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scene, const 
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaFlip(OrmaMediaHandle m, int32_t mode) {
+int32_t OrmaSetMediaFlip(OrmaMediaHandle media, int32_t mode) {
   Call c;
   c.name = "OrmaSetMediaFlip";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(mode));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_t durationUs) {
+int32_t OrmaSetMediaTimeLine(OrmaMediaHandle media, int64_t startUs, int64_t durationUs) {
   Call c;
   c.name = "OrmaSetMediaTimeLine";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(startUs));
   c.args.push_back(std::to_string(durationUs));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int64_t trimEndUs) {
+int32_t OrmaSetMediaCutTime(OrmaMediaHandle media, int64_t trimStartUs, int64_t trimEndUs) {
   Call c;
   c.name = "OrmaSetMediaCutTime";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(trimStartUs));
   c.args.push_back(std::to_string(trimEndUs));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle m, float volume) {
+int32_t OrmaSetMediaAudioFactor(OrmaMediaHandle media, float volume) {
   Call c;
   c.name = "OrmaSetMediaAudioFactor";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Real(volume));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle m, int64_t fadeInUs, int64_t fadeOutUs) {
+int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle media, int64_t fadeInUs, int64_t fadeOutUs) {
   Call c;
   c.name = "OrmaSetMediaAudioFadeTime";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(fadeInUs));
   c.args.push_back(std::to_string(fadeOutUs));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaAudioEffect(OrmaMediaHandle m, int32_t type) {
+int32_t OrmaSetMediaAudioEffect(OrmaMediaHandle media, int32_t type) {
   Call c;
   c.name = "OrmaSetMediaAudioEffect";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(type));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaAudioNsLevel(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaAudioNsLevel(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaAudioNsLevel";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float intensity) {
+int32_t OrmaSetMediaLUT(OrmaMediaHandle media, const char* path, float intensity) {
   Call c;
   c.name = "OrmaSetMediaLUT";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Text(path));
   c.args.push_back(Real(intensity));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaDisplayMode(OrmaMediaHandle m, int32_t mode) {
+int32_t OrmaSetMediaDisplayMode(OrmaMediaHandle media, int32_t mode) {
   Call c;
   c.name = "OrmaSetMediaDisplayMode";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(mode));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaBlur(OrmaMediaHandle m, const OrmaBlurBlock* blur) {
+int32_t OrmaSetMediaBlur(OrmaMediaHandle media, const OrmaBlurBlock* blur) {
   Call c;
   c.name = "OrmaSetMediaBlur";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Block(blur, sizeof(OrmaBlurBlock), &c));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaBeautyBlurIntensity(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaBeautyBlurIntensity(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaBeautyBlurIntensity";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaBeautyBrightIntensity(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaBeautyBrightIntensity(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaBeautyBrightIntensity";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaBeautyToneIntensity(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaBeautyToneIntensity(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaBeautyToneIntensity";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaBigEyeIntensity(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaBigEyeIntensity(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaBigEyeIntensity";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaThinFaceIntensity(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaThinFaceIntensity(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaThinFaceIntensity";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaGetMediaFaceCount(OrmaMediaHandle m, int32_t* count) {
+int32_t OrmaGetMediaFaceCount(OrmaMediaHandle media, int32_t* count) {
   Call c;
   c.name = "OrmaGetMediaFaceCount";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(count ? "&" + std::to_string(*count) : "null");
   int64_t r = Finish(std::move(c));
   if (count) *count = static_cast<int32_t>(OutValue("OrmaGetMediaFaceCount"));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaVignette(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaVignette(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaVignette";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaSharp(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaSharp(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaSharp";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaSaturation(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaSaturation(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaSaturation";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaContrast(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaContrast(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaContrast";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaBright(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaBright(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaBright";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaWhiteBalance(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaWhiteBalance(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaWhiteBalance";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaTint(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaTint(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaTint";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaHighlight(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaHighlight(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaHighlight";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaShadow(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaShadow(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaShadow";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaGraininess(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaGraininess(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaGraininess";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaLightSensation(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaLightSensation(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaLightSensation";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaFade(OrmaMediaHandle m, int32_t level) {
+int32_t OrmaSetMediaFade(OrmaMediaHandle media, int32_t level) {
   Call c;
   c.name = "OrmaSetMediaFade";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaTransparency(OrmaMediaHandle m, double opacity) {
+int32_t OrmaSetMediaTransparency(OrmaMediaHandle media, double opacity) {
   Call c;
   c.name = "OrmaSetMediaTransparency";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Real(opacity));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaAnimationAngle(OrmaMediaHandle m, int32_t degrees) {
+int32_t OrmaSetMediaAnimationAngle(OrmaMediaHandle media, int32_t degrees) {
   Call c;
   c.name = "OrmaSetMediaAnimationAngle";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(degrees));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaBlendMode(OrmaMediaHandle m, int32_t mode) {
+int32_t OrmaSetMediaBlendMode(OrmaMediaHandle media, int32_t mode) {
   Call c;
   c.name = "OrmaSetMediaBlendMode";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(mode));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaClip(OrmaMediaHandle m, const float* rect) {
+int32_t OrmaSetMediaClip(OrmaMediaHandle media, const float* rect) {
   Call c;
   c.name = "OrmaSetMediaClip";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Floats(rect, 4));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaShowRect(OrmaMediaHandle m, const float* rect) {
+int32_t OrmaSetMediaShowRect(OrmaMediaHandle media, const float* rect) {
   Call c;
   c.name = "OrmaSetMediaShowRect";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Floats(rect, 4));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle m, double speed) {
+int32_t OrmaSetMediaPlaySpeed(OrmaMediaHandle media, double speed) {
   Call c;
   c.name = "OrmaSetMediaPlaySpeed";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Real(speed));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath, int32_t type, int64_t startUs, int64_t durationUs) {
+int32_t OrmaSetMediaAnimation(OrmaMediaHandle media, const char* configPath, int32_t type, int64_t startUs, int64_t durationUs) {
   Call c;
   c.name = "OrmaSetMediaAnimation";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Text(configPath));
   c.args.push_back(std::to_string(type));
   c.args.push_back(std::to_string(startUs));
@@ -533,65 +533,65 @@ int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath, int32_t
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t cycleUs) {
+int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle media, int64_t cycleUs) {
   Call c;
   c.name = "OrmaSetMediaAnimationCycleDuration";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(cycleUs));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyFrameBlock* frame) {
+int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle media, const OrmaKeyFrameBlock* frame) {
   Call c;
   c.name = "OrmaMediaAddKeyFrameAnimation";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Block(frame, sizeof(OrmaKeyFrameBlock), &c));
   int64_t r = Finish(std::move(c));
   return static_cast<int64_t>(r);
 }
 
-int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path) {
+int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle media, const char* path) {
   Call c;
   c.name = "OrmaSetMediaMaskVideo";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Text(path));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char* configPath) {
+OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle media, const char* configPath) {
   Call c;
   c.name = "OrmaAddMediaMaskFromConfig";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Text(configPath));
   return static_cast<OrmaMaskHandle>(FinishHandle(std::move(c)));
 }
 
-int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHandle mask, const OrmaMaskKeyFrameBlock* frame) {
+int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle media, OrmaMaskHandle mask, const OrmaMaskKeyFrameBlock* frame) {
   Call c;
   c.name = "OrmaMediaAddMaskKeyFrameAnimation";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(HandleName(mask));
   c.args.push_back(Block(frame, sizeof(OrmaMaskKeyFrameBlock), &c));
   int64_t r = Finish(std::move(c));
   return static_cast<int64_t>(r);
 }
 
-int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle m, OrmaMaskHandle mask, const OrmaMaskShapeBlock* shape) {
+int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle media, OrmaMaskHandle mask, const OrmaMaskShapeBlock* shape) {
   Call c;
   c.name = "OrmaUpdateMediaMaskParam";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(HandleName(mask));
   c.args.push_back(Block(shape, sizeof(OrmaMaskShapeBlock), &c));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, int32_t green, int32_t blue, int32_t factor, int32_t alphaLower, int32_t alphaUpper, int32_t edgeSize) {
+int32_t OrmaSetMediaChromaKey(OrmaMediaHandle media, int32_t enable, int32_t red, int32_t green, int32_t blue, int32_t factor, int32_t alphaLower, int32_t alphaUpper, int32_t edgeSize) {
   Call c;
   c.name = "OrmaSetMediaChromaKey";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(std::to_string(enable));
   c.args.push_back(std::to_string(red));
   c.args.push_back(std::to_string(green));
@@ -604,10 +604,10 @@ int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, in
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* configPath, int64_t startUs, int64_t durationUs) {
+int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle media, const char* configPath, int64_t startUs, int64_t durationUs) {
   Call c;
   c.name = "OrmaSetMediaSpecialEffect";
-  c.args.push_back(HandleName(m));
+  c.args.push_back(HandleName(media));
   c.args.push_back(Text(configPath));
   c.args.push_back(std::to_string(startUs));
   c.args.push_back(std::to_string(durationUs));
@@ -701,57 +701,57 @@ OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path, double v
   return static_cast<OrmaAudioHandle>(FinishHandle(std::move(c)));
 }
 
-int32_t OrmaSetAudioMediaCutTime(OrmaAudioHandle a, int64_t trimStartUs, int64_t trimEndUs) {
+int32_t OrmaSetAudioMediaCutTime(OrmaAudioHandle audio, int64_t trimStartUs, int64_t trimEndUs) {
   Call c;
   c.name = "OrmaSetAudioMediaCutTime";
-  c.args.push_back(HandleName(a));
+  c.args.push_back(HandleName(audio));
   c.args.push_back(std::to_string(trimStartUs));
   c.args.push_back(std::to_string(trimEndUs));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetAudioMediaFadeTime(OrmaAudioHandle a, int64_t fadeInUs, int64_t fadeOutUs) {
+int32_t OrmaSetAudioMediaFadeTime(OrmaAudioHandle audio, int64_t fadeInUs, int64_t fadeOutUs) {
   Call c;
   c.name = "OrmaSetAudioMediaFadeTime";
-  c.args.push_back(HandleName(a));
+  c.args.push_back(HandleName(audio));
   c.args.push_back(std::to_string(fadeInUs));
   c.args.push_back(std::to_string(fadeOutUs));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetAudioMediaPlaySpeed(OrmaAudioHandle a, double speed) {
+int32_t OrmaSetAudioMediaPlaySpeed(OrmaAudioHandle audio, double speed) {
   Call c;
   c.name = "OrmaSetAudioMediaPlaySpeed";
-  c.args.push_back(HandleName(a));
+  c.args.push_back(HandleName(audio));
   c.args.push_back(Real(speed));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetAudioMediaVolFactor(OrmaAudioHandle a, double volume) {
+int32_t OrmaSetAudioMediaVolFactor(OrmaAudioHandle audio, double volume) {
   Call c;
   c.name = "OrmaSetAudioMediaVolFactor";
-  c.args.push_back(HandleName(a));
+  c.args.push_back(HandleName(audio));
   c.args.push_back(Real(volume));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetAudioMediaEffect(OrmaAudioHandle a, int32_t type) {
+int32_t OrmaSetAudioMediaEffect(OrmaAudioHandle audio, int32_t type) {
   Call c;
   c.name = "OrmaSetAudioMediaEffect";
-  c.args.push_back(HandleName(a));
+  c.args.push_back(HandleName(audio));
   c.args.push_back(std::to_string(type));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);
 }
 
-int32_t OrmaSetAudioMediaNsLevel(OrmaAudioHandle a, int32_t level) {
+int32_t OrmaSetAudioMediaNsLevel(OrmaAudioHandle audio, int32_t level) {
   Call c;
   c.name = "OrmaSetAudioMediaNsLevel";
-  c.args.push_back(HandleName(a));
+  c.args.push_back(HandleName(audio));
   c.args.push_back(std::to_string(level));
   int64_t r = Finish(std::move(c));
   return static_cast<int32_t>(r);

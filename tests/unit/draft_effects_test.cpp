@@ -23,7 +23,7 @@ TEST(DraftTonings, EmptyToningsFallBackToPipListWithThePositionAsLevel) {
   Tonings tonings{readTonings(root.get())};
   ASSERT_EQ(Count(tonings.head), 1);
   EXPECT_EQ(tonings.head->level, 2);
-  EXPECT_FLOAT_EQ(tonings.head->contrast, 0.3f);
+  EXPECT_FLOAT_EQ(tonings.head->levels.contrast, 0.3f);
 }
 
 TEST(DraftTonings, PipListElementWithoutPipTypeIsKeptAsAToning) {
@@ -31,7 +31,7 @@ TEST(DraftTonings, PipListElementWithoutPipTypeIsKeptAsAToning) {
   Tonings tonings{readTonings(root.get())};
   ASSERT_EQ(Count(tonings.head), 2);
   EXPECT_EQ(tonings.head->level, 2);
-  EXPECT_FLOAT_EQ(tonings.head->brightness, 0.5f);
+  EXPECT_FLOAT_EQ(tonings.head->levels.brightness, 0.5f);
   EXPECT_EQ(tonings.head->next->level, 3);
 }
 
@@ -47,18 +47,18 @@ TEST(DraftTonings, EveryKeyIsReadAndTagStaysFractional) {
   EXPECT_FLOAT_EQ(t.timelineFrom, 1.0f);
   EXPECT_FLOAT_EQ(t.timelineTo, 2.0f);
   EXPECT_FLOAT_EQ(t.tag, 3.9f);
-  EXPECT_FLOAT_EQ(t.vignette, 0.1f);
-  EXPECT_FLOAT_EQ(t.sharpness, 0.2f);
-  EXPECT_FLOAT_EQ(t.saturation, 0.3f);
-  EXPECT_FLOAT_EQ(t.contrast, 0.4f);
-  EXPECT_FLOAT_EQ(t.brightness, 0.5f);
-  EXPECT_FLOAT_EQ(t.whiteBalance, 0.6f);
-  EXPECT_FLOAT_EQ(t.tint, 0.7f);
-  EXPECT_FLOAT_EQ(t.highlight, 0.8f);
-  EXPECT_FLOAT_EQ(t.shadows, 0.9f);
-  EXPECT_FLOAT_EQ(t.graininess, 1.0f);
-  EXPECT_FLOAT_EQ(t.lightSensation, 1.1f);
-  EXPECT_FLOAT_EQ(t.fade, 1.2f);
+  EXPECT_FLOAT_EQ(t.levels.vignette, 0.1f);
+  EXPECT_FLOAT_EQ(t.levels.sharpness, 0.2f);
+  EXPECT_FLOAT_EQ(t.levels.saturation, 0.3f);
+  EXPECT_FLOAT_EQ(t.levels.contrast, 0.4f);
+  EXPECT_FLOAT_EQ(t.levels.brightness, 0.5f);
+  EXPECT_FLOAT_EQ(t.levels.whiteBalance, 0.6f);
+  EXPECT_FLOAT_EQ(t.levels.tint, 0.7f);
+  EXPECT_FLOAT_EQ(t.levels.highlight, 0.8f);
+  EXPECT_FLOAT_EQ(t.levels.shadows, 0.9f);
+  EXPECT_FLOAT_EQ(t.levels.graininess, 1.0f);
+  EXPECT_FLOAT_EQ(t.levels.lightSensation, 1.1f);
+  EXPECT_FLOAT_EQ(t.levels.fade, 1.2f);
 }
 
 TEST(DraftTonings, NoSourceGivesNone) {

@@ -137,11 +137,11 @@ TEST_F(MediaAttributes, AllZeroPictureFieldsOfOldDraftSendNeutralLevels) {
 }
 
 TEST_F(MediaAttributes, NewDraftLevelsScaleSharpnessByAQuarter) {
-  item->sharpness = 2.0f;
-  item->saturation = 0.37f;
-  item->contrast = -0.2f;
-  item->brightness = 0.5f;
-  item->whiteBalance = -0.33f;
+  item->levels.sharpness = 2.0f;
+  item->levels.saturation = 0.37f;
+  item->levels.contrast = -0.2f;
+  item->levels.brightness = 0.5f;
+  item->levels.whiteBalance = -0.33f;
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(Named("OrmaSetMediaSharp"), Lines{"OrmaSetMediaSharp(h1, 50)"});
   EXPECT_EQ(Named("OrmaSetMediaSaturation"), Lines{"OrmaSetMediaSaturation(h1, 37)"});
@@ -152,9 +152,9 @@ TEST_F(MediaAttributes, NewDraftLevelsScaleSharpnessByAQuarter) {
 
 TEST_F(MediaAttributes, OldDraftLevelsMoveTheNeutralPoints) {
   document->ver = 4;
-  item->sharpness = 4.0f;  // top of -4..4 -> 100
-  item->saturation = 1.5f; // neutral 1.0
-  item->contrast = 2.5f;   // raised contrast is compressed by three: 1.5 / 3 -> 50
+  item->levels.sharpness = 4.0f;  // top of -4..4 -> 100
+  item->levels.saturation = 1.5f; // neutral 1.0
+  item->levels.contrast = 2.5f;   // raised contrast is compressed by three: 1.5 / 3 -> 50
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(Named("OrmaSetMediaSharp"), Lines{"OrmaSetMediaSharp(h1, 100)"});
   EXPECT_EQ(Named("OrmaSetMediaSaturation"), Lines{"OrmaSetMediaSaturation(h1, 50)"});
@@ -163,15 +163,15 @@ TEST_F(MediaAttributes, OldDraftLevelsMoveTheNeutralPoints) {
 
 TEST_F(MediaAttributes, OldDraftLoweredContrastIsNotCompressed) {
   document->ver = 3;
-  item->contrast = 0.5f;
-  item->sharpness = -4.0f;
+  item->levels.contrast = 0.5f;
+  item->levels.sharpness = -4.0f;
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(Named("OrmaSetMediaContrast"), Lines{"OrmaSetMediaContrast(h1, -50)"});
   EXPECT_EQ(Named("OrmaSetMediaSharp"), Lines{"OrmaSetMediaSharp(h1, 0)"});
 }
 
 TEST_F(MediaAttributes, VersionFiveIsTheFirstNewFormat) {
-  item->saturation = 1.0f;
+  item->levels.saturation = 1.0f;
   document->ver = 5;
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(Named("OrmaSetMediaSaturation"), Lines{"OrmaSetMediaSaturation(h1, 100)"});
@@ -368,13 +368,13 @@ TEST_F(MediaAttributes, FaceCountIsAskedOnlyForPositiveShaping) {
 }
 
 TEST_F(MediaAttributes, NegativeShadowsSendNothingWhileNegativeHighlightIsSent) {
-  item->shadows = -0.2f;
-  item->highlight = -0.2f;
-  item->lightSensation = -0.3f;
-  item->tint = -0.1f;
-  item->graininess = -0.5f;
-  item->fade = -0.5f;
-  item->vignette = -0.5f;
+  item->levels.shadows = -0.2f;
+  item->levels.highlight = -0.2f;
+  item->levels.lightSensation = -0.3f;
+  item->levels.tint = -0.1f;
+  item->levels.graininess = -0.5f;
+  item->levels.fade = -0.5f;
+  item->levels.vignette = -0.5f;
   EXPECT_EQ(Apply(), 1);
   EXPECT_TRUE(Named("OrmaSetMediaShadow").empty());
   EXPECT_EQ(Named("OrmaSetMediaHighlight"), Lines{"OrmaSetMediaHighlight(h1, -20)"});
@@ -386,13 +386,13 @@ TEST_F(MediaAttributes, NegativeShadowsSendNothingWhileNegativeHighlightIsSent) 
 }
 
 TEST_F(MediaAttributes, PositiveAdjustmentsGoInTheirFixedOrder) {
-  item->vignette = 0.1f;
-  item->tint = 0.2f;
-  item->highlight = 0.3f;
-  item->shadows = 0.4f;
-  item->graininess = 0.5f;
-  item->lightSensation = 0.6f;
-  item->fade = 0.7f;
+  item->levels.vignette = 0.1f;
+  item->levels.tint = 0.2f;
+  item->levels.highlight = 0.3f;
+  item->levels.shadows = 0.4f;
+  item->levels.graininess = 0.5f;
+  item->levels.lightSensation = 0.6f;
+  item->levels.fade = 0.7f;
   EXPECT_EQ(Apply(), 1);
   Lines levels;
   for (const std::string& line : Formatted("OrmaSetMedia")) {
@@ -422,8 +422,8 @@ TEST_F(MediaAttributes, PositiveAdjustmentsGoInTheirFixedOrder) {
 
 TEST_F(MediaAttributes, HugeOrNaNValuesSaturateInsteadOfOverflowing) {
   item->rotate = 1e20f;
-  item->brightness = -1e30f;
-  item->sharpness = std::numeric_limits<float>::quiet_NaN();
+  item->levels.brightness = -1e30f;
+  item->levels.sharpness = std::numeric_limits<float>::quiet_NaN();
   item->trimTimeEnd = std::numeric_limits<float>::infinity();
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(Named("OrmaSetMediaAnimationAngle"), Lines{"OrmaSetMediaAnimationAngle(h1, 2147483647)"});
@@ -518,18 +518,18 @@ TEST_F(MediaAttributes, KeyFrameBlockHoldsEveryFieldAtItsOffset) {
   frame->showRect = {0.1f, 0.2f, 0.5f, 0.6f};
   frame->cropRect = {0.0f, 0.25f, 1.0f, 0.75f};
   frame->opacity = 0.8f;
-  frame->brightness = 0.5f;
-  frame->contrast = 0.3f;
-  frame->saturation = -0.4f;
-  frame->whiteBalance = 0.11f;
-  frame->sharpness = 2.0f;
-  frame->vignette = 0.12f;
-  frame->tint = -0.13f;
-  frame->shadows = 0.14f;
-  frame->graininess = 0.15f;
-  frame->highlight = -0.16f;
-  frame->lightSensation = 0.17f;
-  frame->fade = 0.18f;
+  frame->levels.brightness = 0.5f;
+  frame->levels.contrast = 0.3f;
+  frame->levels.saturation = -0.4f;
+  frame->levels.whiteBalance = 0.11f;
+  frame->levels.sharpness = 2.0f;
+  frame->levels.vignette = 0.12f;
+  frame->levels.tint = -0.13f;
+  frame->levels.shadows = 0.14f;
+  frame->levels.graininess = 0.15f;
+  frame->levels.highlight = -0.16f;
+  frame->levels.lightSensation = 0.17f;
+  frame->levels.fade = 0.18f;
   frame->blurIntensity = 0.9f; // not passed
   frame->fillScale = 2.0f;     // not passed
   frame->type = 3.9f;
@@ -778,8 +778,8 @@ TEST_F(MediaAttributes, EveryCheckedCallStopsTheRoutineWithItsResult) {
   item->blur = arena.New<BlurParams>();
   item->beautyBlurIntensity = item->beautyBrightIntensity = item->beautyToneIntensity = 0.1f;
   item->beautyBigEyeIntensity = item->beautyThinFaceIntensity = 0.1f;
-  item->vignette = item->tint = item->highlight = item->shadows = 0.1f;
-  item->graininess = item->lightSensation = item->fade = 0.1f;
+  item->levels.vignette = item->levels.tint = item->levels.highlight = item->levels.shadows = 0.1f;
+  item->levels.graininess = item->levels.lightSensation = item->levels.fade = 0.1f;
   item->blendType = 1.0f;
   item->customAnimations = arena.New<AnimationRecord>();
   item->customAnimations->type = 2;

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "export/overlays_logo.h"
+#include "platform/program_results.h"
 #include "tests/support/export_stage_document.h"
 #include "tests/support/recording_core.h"
 
@@ -126,7 +127,7 @@ TEST_F(Logo, MediaFailureIsWrittenAndPrintedWithThePathAndATrailingBlank) {
   testing::internal::CaptureStdout();
   const int32_t result = Run();
   const std::string out = testing::internal::GetCapturedStdout();
-  EXPECT_EQ(result, -2541);
+  EXPECT_EQ(result, kLogoMediaFailed);
   EXPECT_STREQ(message_, "(logo)Add media to PIP fail! path:/drafts/p/brand/logo.png\n ");
   EXPECT_EQ(out, "(logo)Add media to PIP fail! path:/drafts/p/brand/logo.png\n ");
   EXPECT_EQ(CallsNamed({"OrmaCreatePIPScene"}).size(), 1u);
@@ -136,7 +137,7 @@ TEST_F(Logo, PercentSignsInTheLogoPathAreCopiedLiterally) {
   doc_.AddLogoItem("/res/100%s%d.png");
   recorder::SetResult("OrmaSceneCreateMedia", 0);
   testing::internal::CaptureStdout();
-  EXPECT_EQ(Run(), -2541);
+  EXPECT_EQ(Run(), kLogoMediaFailed);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "(logo)Add media to PIP fail! path:/res/100%s%d.png\n ");
   EXPECT_STREQ(message_, "(logo)Add media to PIP fail! path:/res/100%s%d.png\n ");
 }
@@ -170,7 +171,7 @@ TEST_P(LogoFailure, EndsTheStageWithTheResultAndMessageOnlyInTheBuffer) {
 INSTANTIATE_TEST_SUITE_P(
     EveryCall, LogoFailure,
     ::testing::Values(
-        LogoFailureCase{"PipSceneRefused", "OrmaCreatePIPScene", 0, -2513,
+        LogoFailureCase{"PipSceneRefused", "OrmaCreatePIPScene", 0, kCreateLogoSceneFailed,
                         "(logo)PIP create fail,timeline is invalid"},
         LogoFailureCase{"AddSceneNegative", "OrmaAddScene", -2, -2, "(logo)Add PIP fail"},
         LogoFailureCase{"AddSceneZero", "OrmaAddScene", 0, 0, "(logo)Add PIP fail"},

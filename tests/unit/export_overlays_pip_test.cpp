@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "export/overlays_logo.h"
+#include "platform/program_results.h"
 #include "tests/support/export_stage_document.h"
 #include "tests/support/recording_core.h"
 
@@ -125,10 +126,11 @@ TEST_P(OverlayFailure, EndsTheStageWithTheResultAndMessage) {
 INSTANTIATE_TEST_SUITE_P(
     EveryCall, OverlayFailure,
     ::testing::Values(
-        PipFailure{"PipSceneRefused", "OrmaCreatePIPScene", 0, -2246, "PIP create fail,timeline is invalid"},
+        PipFailure{"PipSceneRefused", "OrmaCreatePIPScene", 0, kCreateOverlaySceneFailed,
+                   "PIP create fail,timeline is invalid"},
         PipFailure{"AddSceneNegative", "OrmaAddScene", -3, -3, "Add PIP fail"},
         PipFailure{"AddSceneZero", "OrmaAddScene", 0, 0, "Add PIP fail"},
-        PipFailure{"MediaRefused", "OrmaSceneCreateMedia", 0, -2274, "Add media to PIP fail"},
+        PipFailure{"MediaRefused", "OrmaSceneCreateMedia", 0, kOverlayMediaFailed, "Add media to PIP fail"},
         PipFailure{"MediaNotAdded", "OrmaSceneAddMediaHandle", 0, 0, "Add media to scene fail"},
         PipFailure{"AttributeRefused", "OrmaSetMediaFlip", -6, -6, "Set PIP media attribute fail"}),
     [](const ::testing::TestParamInfo<PipFailure>& info) { return std::string(info.param.name); });

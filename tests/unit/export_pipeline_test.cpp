@@ -383,7 +383,7 @@ TEST_F(ExportPipeline, SecondSceneStartsWhereTheExplicitSpanEnded) {
 TEST_F(ExportPipeline, FixedItemWithoutSpanOrSlotFailsWithMinus1694) {
   SceneRecord* scene = Append(&document->scenes);
   AddMedia(scene, "a.mp4", 2); // timelineFrom -1, replaceType 0, no matching slot
-  EXPECT_EQ(Export(), -1694);
+  EXPECT_EQ(Export(), kNoSceneSpan);
   EXPECT_STREQ(message, "Scene or MediaInfo  timeline is error");
   EXPECT_FALSE(Called("OrmaCreateScene"));
   EXPECT_FALSE(Called("OrmaEditMedia"));
@@ -579,29 +579,29 @@ TEST_F(ExportPipeline, RefusedTransitionIsLoggedAndTheExportGoesOn) {
 }
 
 TEST_F(ExportPipeline, NullOrPathlessDocumentFailsWithMinus1499) {
-  EXPECT_EQ(ExportDraft(nullptr, message), -1499);
+  EXPECT_EQ(ExportDraft(nullptr, message), kNoDraftPath);
   EXPECT_STREQ(message, "JsonPath is null");
   std::memset(message, 0, sizeof(message));
   AddScene(0, 2);
   document->draftPath[0] = '\0';
-  EXPECT_EQ(Export(), -1499);
+  EXPECT_EQ(Export(), kNoDraftPath);
   EXPECT_STREQ(message, "JsonPath is null");
   EXPECT_TRUE(recorder::Calls().empty());
 }
 
 TEST_F(ExportPipeline, MissingScenesOrMediaInfoFailsWithMinus1507) {
-  EXPECT_EQ(Export(), -1507);
+  EXPECT_EQ(Export(), kNoScenesOrMediaInfo);
   EXPECT_STREQ(message, "Scenes or MediaInfo is null");
   AddScene(0, 2);
   document->mediaInfo = nullptr;
-  EXPECT_EQ(Export(), -1507);
+  EXPECT_EQ(Export(), kNoScenesOrMediaInfo);
   EXPECT_TRUE(recorder::Calls().empty());
 }
 
 TEST_F(ExportPipeline, VirtualVideoThatCannotBeCreatedFailsWithMinus1515) {
   AddScene(0, 2);
   recorder::SetResult("OrmaVirtualVideoCreate", 0);
-  EXPECT_EQ(Export(), -1515);
+  EXPECT_EQ(Export(), kCreateVideoFailed);
   EXPECT_STREQ(message, "Create virtual video fail");
   EXPECT_EQ(recorder::CallNames(), Lines{"OrmaVirtualVideoCreate"});
 }
@@ -609,7 +609,7 @@ TEST_F(ExportPipeline, VirtualVideoThatCannotBeCreatedFailsWithMinus1515) {
 TEST_F(ExportPipeline, SceneThatCannotBeCreatedFailsWithMinus1703) {
   AddScene(0, 2);
   recorder::SetResult("OrmaCreateScene", 0);
-  EXPECT_EQ(Export(), -1703);
+  EXPECT_EQ(Export(), kCreateSceneFailed);
   EXPECT_STREQ(message, "Create scene fail");
   EXPECT_EQ(recorder::CallNames().back(), "OrmaCreateScene");
 }
@@ -617,7 +617,7 @@ TEST_F(ExportPipeline, SceneThatCannotBeCreatedFailsWithMinus1703) {
 TEST_F(ExportPipeline, MediaThatCannotBeCreatedFailsWithMinus1735) {
   AddScene(0, 2);
   recorder::SetResult("OrmaSceneCreateMedia", 0);
-  EXPECT_EQ(Export(), -1735);
+  EXPECT_EQ(Export(), kSceneMediaFailed);
   EXPECT_STREQ(message, "Scene media path is null");
   EXPECT_EQ(recorder::CallNames().back(), "OrmaSceneCreateMedia");
 }

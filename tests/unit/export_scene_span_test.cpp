@@ -42,9 +42,9 @@ protected:
 
 } // namespace
 
-TEST_F(SceneSpanTest, SceneWithoutMediaReturnsMinus29) {
-  EXPECT_EQ(SceneSpan(nullptr, nullptr, 0, &start, &end), -29);
-  EXPECT_EQ(Span(0), -29);
+TEST_F(SceneSpanTest, SceneWithoutMediaReturnsTheCodeOfAMissingMedium) {
+  EXPECT_EQ(SceneSpan(nullptr, nullptr, 0, &start, &end), kSceneWithoutMedia);
+  EXPECT_EQ(Span(0), kSceneWithoutMedia);
 }
 
 TEST_F(SceneSpanTest, ExplicitSpanOfTheFirstItemIsUsedAsItStands) {
@@ -78,7 +78,7 @@ TEST_F(SceneSpanTest, MatchingSlotGivesPositionToTheSlotsEnd) {
 TEST_F(SceneSpanTest, SlotMustMatchPathByteForByte) {
   AddSlot("A.mp4", 0, 3);
   AddMedia(scene, "a.mp4", 0, 3);
-  EXPECT_EQ(Span(0), -97);
+  EXPECT_EQ(Span(0), kSceneWithoutSlot);
   EXPECT_EQ(start, 0.0f);
   EXPECT_EQ(end, 0.0f);
 }
@@ -91,7 +91,7 @@ TEST_F(SceneSpanTest, LengthsAreComparedAtThreeDecimalsWithinATenth) {
   EXPECT_EQ(end, 3.1f * 1000000.0f);
 
   slots->timelineTo = 3.2f;
-  EXPECT_EQ(Span(0), -97);
+  EXPECT_EQ(Span(0), kSceneWithoutSlot);
 }
 
 TEST_F(SceneSpanTest, SpeedDividesTheItemLengthBeforeMatching) {
@@ -106,7 +106,7 @@ TEST_F(SceneSpanTest, SlotMustStartWithinATenthOfThePosition) {
   AddMedia(scene, "a.mp4", 0, 3);
   EXPECT_EQ(Span(1099000), 1);
   EXPECT_EQ(start, 1099000.0f);
-  EXPECT_EQ(Span(1100001), -97);
+  EXPECT_EQ(Span(1100001), kSceneWithoutSlot);
   EXPECT_EQ(Span(900001), 1);
 }
 
@@ -142,9 +142,9 @@ TEST_F(SceneSpanTest, UnmatchedReplaceableItemsTakeTheirTrimmedLengths) {
   EXPECT_EQ(end, 2000000.0f + 500000.0f + 1000000.0f);
 }
 
-TEST_F(SceneSpanTest, UnmatchedFixedFirstItemReturnsMinus97) {
+TEST_F(SceneSpanTest, UnmatchedFixedFirstItemReturnsTheCodeOfAMissingSlot) {
   AddMedia(scene, "a.mp4", 0, 3);
   AddMedia(scene, "b.mp4", 0, 3)->replaceType = 1; // only the first item counts
-  EXPECT_EQ(Span(500000), -97);
+  EXPECT_EQ(Span(500000), kSceneWithoutSlot);
   EXPECT_EQ(start, 500000.0f);
 }

@@ -74,7 +74,7 @@ TEST_F(ExportStreams, BothStreamsMakeNoCallAtAll) {
 }
 
 TEST_F(ExportStreams, UnknownStreamsEndTheExportBeforeAnySceneIsBuilt) {
-  EXPECT_EQ(ExportWith(R"({"streams": "pictures"})"), -1520);
+  EXPECT_EQ(ExportWith(R"({"streams": "pictures"})"), kUnknownExportStreams);
   EXPECT_STREQ(message, "Export streams unknown");
   EXPECT_NE(console.find("\"streams\" is \"pictures\""), std::string::npos) << console;
   EXPECT_TRUE(recorder::Formatted("OrmaCreateScene").empty());

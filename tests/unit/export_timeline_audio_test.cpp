@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "export/timeline_effects.h"
+#include "platform/program_results.h"
 #include "tests/support/export_stage_document.h"
 #include "tests/support/recording_core.h"
 
@@ -164,7 +165,7 @@ TEST_P(MusicFailure, EndsTheStageWithTheCallsResultAndMessage) {
 INSTANTIATE_TEST_SUITE_P(
     EveryCall, MusicFailure,
     ::testing::Values(
-        AudioFailure{"CreationRefused", "OrmaAddAudioMedia", 0, -1961, "Add audio media fail"},
+        AudioFailure{"CreationRefused", "OrmaAddAudioMedia", 0, kAddMusicFailed, "Add audio media fail"},
         AudioFailure{"CutTimeNegative", "OrmaSetAudioMediaCutTime", -7, -7, "Set audio media cut time fail"},
         AudioFailure{"CutTimeZero", "OrmaSetAudioMediaCutTime", 0, 0, "Set audio media cut time fail"},
         AudioFailure{"FadeTimeNegative", "OrmaSetAudioMediaFadeTime", -8, -8,
@@ -198,7 +199,8 @@ TEST_P(SoundEffectFailure, EndsTheStageWithTheCallsResultAndMessage) {
 INSTANTIATE_TEST_SUITE_P(
     EveryCall, SoundEffectFailure,
     ::testing::Values(
-        AudioFailure{"CreationRefused", "OrmaAddAudioMedia", 0, -2079, "Add audio media fail"},
+        AudioFailure{"CreationRefused", "OrmaAddAudioMedia", 0, kAddSoundEffectFailed,
+                     "Add audio media fail"},
         AudioFailure{"CutTimeNegative", "OrmaSetAudioMediaCutTime", -7, -7, "Set audio media cut time fail"},
         AudioFailure{"FadeTimeZero", "OrmaSetAudioMediaFadeTime", 0, 0, "Set audio media fade time fail"},
         AudioFailure{"DenoiseNegative", "OrmaSetAudioMediaNsLevel", -11, -11,
@@ -222,7 +224,7 @@ TEST_F(TimelineAudio, MusicFailureStopsBeforeAnySoundEffect) {
   doc_.AddMusic("a.mp3");
   doc_.AddSoundEffect("b.wav");
   recorder::QueueResults("OrmaAddAudioMedia", {0});
-  EXPECT_EQ(Run(), -1961);
+  EXPECT_EQ(Run(), kAddMusicFailed);
   EXPECT_EQ(CallsNamed({"OrmaAddAudioMedia"}).size(), 1u);
 }
 
@@ -230,7 +232,7 @@ TEST_F(TimelineAudio, SoundEffectCreationFailureAfterMusicsHasItsOwnCode) {
   doc_.AddMusic("a.mp3");
   doc_.AddSoundEffect("b.wav");
   recorder::QueueResults("OrmaAddAudioMedia", {1, 0});
-  EXPECT_EQ(Run(), -2079);
+  EXPECT_EQ(Run(), kAddSoundEffectFailed);
   EXPECT_STREQ(message_, "Add audio media fail");
 }
 

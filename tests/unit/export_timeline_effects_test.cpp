@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "export/timeline_effects.h"
+#include "platform/program_results.h"
 #include "tests/support/export_stage_document.h"
 #include "tests/support/recording_core.h"
 
@@ -180,7 +181,7 @@ TEST_F(TimelineEffects, MosaicOfUnknownTypeEndsWithoutMessage) {
   doc_.AddMosaic(3, 0, 1);
   doc_.AddMosaic(0, 0, 1);
   doc_.AddMusic("m.mp3");
-  EXPECT_EQ(Run(), -1951);
+  EXPECT_EQ(Run(), kUnknownMosaicType);
   EXPECT_STREQ(message_, "");
   EXPECT_EQ(recorder::CallNames(), (Strings{"OrmaVirtualVideoCreate", "OrmaAddMosaic"}));
 }
@@ -189,7 +190,7 @@ TEST_F(TimelineEffects, RefusedMosaicEndsWithItsCode) {
   doc_.AddMosaic(0, 0, 1);
   doc_.AddMusic("m.mp3");
   recorder::SetResult("OrmaAddMosaic", 0);
-  EXPECT_EQ(Run(), -1929);
+  EXPECT_EQ(Run(), kAddMosaicFailed);
   EXPECT_STREQ(message_, "Add mosaic fail");
   EXPECT_TRUE(CallsNamed({"OrmaAddAudioMedia"}).empty());
 }
@@ -198,7 +199,7 @@ TEST_F(TimelineEffects, RefusedGaussBlurEndsWithItsCode) {
   doc_.AddMosaic(1, 0, 1);
   doc_.AddMosaic(1, 0, 1);
   recorder::SetResult("OrmaAddGaussBlur", 0);
-  EXPECT_EQ(Run(), -1938);
+  EXPECT_EQ(Run(), kAddGaussBlurFailed);
   EXPECT_STREQ(message_, "Add gauss blur fail");
   EXPECT_EQ(CallsNamed({"OrmaAddGaussBlur"}).size(), 1u);
 }
@@ -207,7 +208,7 @@ TEST_F(TimelineEffects, RefusedDelogoEndsWithItsCode) {
   doc_.AddMosaic(2, 0, 1);
   doc_.AddFilter("l.png", 0, 1);
   recorder::SetResult("OrmaAddDeLogo", 0);
-  EXPECT_EQ(Run(), -1947);
+  EXPECT_EQ(Run(), kAddDeLogoFailed);
   EXPECT_STREQ(message_, "Add delogo fail");
   EXPECT_TRUE(CallsNamed({"OrmaAddLUT"}).empty());
 }
@@ -258,9 +259,9 @@ TEST_F(TimelineEffects, MissingLookupFileOnlyLogsAndTheExportGoesOn) {
 TEST_F(TimelineEffects, OldDraftToningMapsSaturationContrastSharpnessFromTheirOldScales) {
   doc_->ver = 4;
   ToningRecord* t = doc_.AddToning(0, 1);
-  t->saturation = 1.2f;
-  t->contrast = 1.6f;
-  t->sharpness = -2.0f;
+  t->levels.saturation = 1.2f;
+  t->levels.contrast = 1.6f;
+  t->levels.sharpness = -2.0f;
   ASSERT_EQ(Run(), 1);
   const OrmaAdjustmentBlock b = AdjustmentSent();
   EXPECT_NEAR(b.saturation, 20.0f, 1e-4);
@@ -271,9 +272,9 @@ TEST_F(TimelineEffects, OldDraftToningMapsSaturationContrastSharpnessFromTheirOl
 TEST_F(TimelineEffects, NewDraftToningUsesPercentScales) {
   doc_->ver = 5;
   ToningRecord* t = doc_.AddToning(0, 1);
-  t->saturation = 1.2f;
-  t->contrast = 1.6f;
-  t->sharpness = -2.0f;
+  t->levels.saturation = 1.2f;
+  t->levels.contrast = 1.6f;
+  t->levels.sharpness = -2.0f;
   ASSERT_EQ(Run(), 1);
   const OrmaAdjustmentBlock b = AdjustmentSent();
   EXPECT_NEAR(b.saturation, 120.0f, 1e-4);
@@ -284,7 +285,7 @@ TEST_F(TimelineEffects, NewDraftToningUsesPercentScales) {
 TEST_F(TimelineEffects, OldDraftContrastBelowOneIsNotCompressed) {
   doc_->ver = 0;
   ToningRecord* t = doc_.AddToning(0, 1);
-  t->contrast = 0.4f;
+  t->levels.contrast = 0.4f;
   ASSERT_EQ(Run(), 1);
   const OrmaAdjustmentBlock b = AdjustmentSent();
   EXPECT_NEAR(b.contrast, -60.0f, 1e-4);
@@ -298,15 +299,15 @@ TEST_F(TimelineEffects, ToningSlotsAreScaledInBlockOrderWithTheRestZero) {
     StageDocument doc;
     doc->ver = ver;
     ToningRecord* t = doc.AddToning(0.5f, 2.0f);
-    t->brightness = 0.2f;
-    t->vignette = 0.1f;
-    t->whiteBalance = -0.3f;
-    t->tint = 0.4f;
-    t->shadows = -0.5f;
-    t->graininess = 0.6f;
-    t->highlight = -0.7f;
-    t->lightSensation = 0.8f;
-    t->fade = 0.9f;
+    t->levels.brightness = 0.2f;
+    t->levels.vignette = 0.1f;
+    t->levels.whiteBalance = -0.3f;
+    t->levels.tint = 0.4f;
+    t->levels.shadows = -0.5f;
+    t->levels.graininess = 0.6f;
+    t->levels.highlight = -0.7f;
+    t->levels.lightSensation = 0.8f;
+    t->levels.fade = 0.9f;
     t->tag = 3.9f;
     char message[2048] = {};
     OrmaVideoHandle vv = OrmaVirtualVideoCreate();
@@ -331,8 +332,8 @@ TEST_F(TimelineEffects, ToningSlotsAreScaledInBlockOrderWithTheRestZero) {
 
 TEST_F(TimelineEffects, ToningBlockBytesFollowTheLibraryLayout) {
   ToningRecord* t = doc_.AddToning(0, 1);
-  t->brightness = 1.0f; // slot 0
-  t->fade = 0.5f;       // slot 11
+  t->levels.brightness = 1.0f; // slot 0
+  t->levels.fade = 0.5f;       // slot 11
   ASSERT_EQ(Run(), 1);
   recorder::Call call;
   for (const recorder::Call& c : recorder::Calls())
@@ -357,7 +358,7 @@ TEST_F(TimelineEffects, RefusedAdjustmentEndsWithItsCode) {
   doc_.AddToning(0, 1);
   doc_.AddEffect("fx", 0, 1);
   recorder::SetResult("OrmaAddFilterAdjustment", 0);
-  EXPECT_EQ(Run(), -2175);
+  EXPECT_EQ(Run(), kAddAdjustmentFailed);
   EXPECT_STREQ(message_, "Add adjustment fail");
   EXPECT_TRUE(CallsNamed({"OrmaAddSpecialEffect"}).empty());
 }
@@ -366,7 +367,7 @@ TEST_F(TimelineEffects, RefusedAdjustmentEndsWithItsCode) {
 
 TEST_F(TimelineEffects, EffectSpanEndingAtZeroIsRejected) {
   doc_.AddEffect("fx", 0, 0);
-  EXPECT_EQ(Run(), -2201);
+  EXPECT_EQ(Run(), kSpecialEffectSpanInvalid);
   EXPECT_STREQ(message_, "Effect timeline is invalid");
   EXPECT_TRUE(CallsNamed({"OrmaAddSpecialEffect"}).empty());
 }
@@ -384,7 +385,7 @@ TEST_F(TimelineEffects, EffectStartingBeforeZeroIsRejectedAfterEarlierEffects) {
   doc_.AddEffect("a", 1, 2);
   doc_.AddEffect("b", -0.5f, 2);
   doc_.AddEffect("c", 1, 2);
-  EXPECT_EQ(Run(), -2201);
+  EXPECT_EQ(Run(), kSpecialEffectSpanInvalid);
   EXPECT_STREQ(message_, "Effect timeline is invalid");
   EXPECT_EQ(CallsNamed({"OrmaAddSpecialEffect"}).size(), 1u);
 }

@@ -129,7 +129,7 @@ TEST_F(ExportTimelineStages, LogoAsksForTheLengthOnlyAfterEveryOtherElementIsOnT
 TEST_F(ExportTimelineStages, TimelineStageFailureEndsTheExportWithItsCode) {
   AddOneOfEach();
   document->mosaics->type = 3;
-  EXPECT_EQ(Export(), -1951);
+  EXPECT_EQ(Export(), kUnknownMosaicType);
   EXPECT_STREQ(message, "");
   EXPECT_FALSE(Called("OrmaAddLUT"));
   EXPECT_FALSE(Called("OrmaCreatePIPScene"));
@@ -160,7 +160,7 @@ TEST_F(ExportTimelineStages, SkippedLookupAndEffectFailuresLetTheExportFinish) {
 TEST_F(ExportTimelineStages, OverlayFailureEndsTheExportBeforeTheLogo) {
   AddOneOfEach();
   recorder::SetResult("OrmaCreatePIPScene", 0);
-  EXPECT_EQ(Export(), -2246);
+  EXPECT_EQ(Export(), kCreateOverlaySceneFailed);
   EXPECT_STREQ(message, "PIP create fail,timeline is invalid");
   EXPECT_FALSE(Called("OrmaGetTotalPlaybackTime"));
   EXPECT_FALSE(Called("OrmaEditMedia"));
@@ -170,7 +170,7 @@ TEST_F(ExportTimelineStages, LogoFailureEndsTheExportAndIsShownOnTheConsole) {
   AddOneOfEach();
   // The scene item and the overlay item are created; the logo's is refused.
   recorder::QueueResults("OrmaSceneCreateMedia", {1, 1, 0});
-  EXPECT_EQ(Export(), -2541);
+  EXPECT_EQ(Export(), kLogoMediaFailed);
   const std::string text = "(logo)Add media to PIP fail! path:" + folder.Join("logo.png") + "\n ";
   EXPECT_EQ(std::string(message), text);
   EXPECT_NE(console.find(text), std::string::npos) << console;
