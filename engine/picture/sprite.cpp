@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numbers>
 
 namespace orma {
 
@@ -72,7 +73,7 @@ Affine Affine::Scaling(double sx, double sy) {
 
 Affine Affine::Rotation(double degrees) {
   // Clockwise on the screen, whose y axis points down.
-  double r = degrees * M_PI / 180.0;
+  double r = degrees * std::numbers::pi / 180.0;
   double c = std::cos(r), s = std::sin(r);
   if (std::fabs(c) < 1e-12) c = 0;
   if (std::fabs(s) < 1e-12) s = 0;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numbers>
 
 #include "engine/text/fonts.h"
 
@@ -166,10 +167,10 @@ void RoundedRect(cairo_t* cr, const Rect& r, double round) {
     return;
   }
   cairo_new_sub_path(cr);
-  cairo_arc(cr, r.x1 - radius, r.y0 + radius, radius, -M_PI / 2, 0);
-  cairo_arc(cr, r.x1 - radius, r.y1 - radius, radius, 0, M_PI / 2);
-  cairo_arc(cr, r.x0 + radius, r.y1 - radius, radius, M_PI / 2, M_PI);
-  cairo_arc(cr, r.x0 + radius, r.y0 + radius, radius, M_PI, 3 * M_PI / 2);
+  cairo_arc(cr, r.x1 - radius, r.y0 + radius, radius, -std::numbers::pi / 2, 0);
+  cairo_arc(cr, r.x1 - radius, r.y1 - radius, radius, 0, std::numbers::pi / 2);
+  cairo_arc(cr, r.x0 + radius, r.y1 - radius, radius, std::numbers::pi / 2, std::numbers::pi);
+  cairo_arc(cr, r.x0 + radius, r.y0 + radius, radius, std::numbers::pi, 3 * std::numbers::pi / 2);
   cairo_close_path(cr);
 }
 
@@ -224,7 +225,7 @@ cairo_pattern_t* FillPattern(const TextLook& look, const Rect& ink) {
   const WordArt* art = look.art.get();
   if (art && art->fill == "gradient" && art->colors.size() >= 2) {
     // Across the ink box, in the file's direction, on the screen.
-    double a = art->angle * M_PI / 180.0, dx = std::cos(a), dy = std::sin(a);
+    double a = art->angle * std::numbers::pi / 180.0, dx = std::cos(a), dy = std::sin(a);
     double cx = (ink.x0 + ink.x1) / 2, cy = (ink.y0 + ink.y1) / 2;
     double half = (std::fabs(dx) * ink.w() + std::fabs(dy) * ink.h()) / 2;
     cairo_pattern_t* p =
@@ -296,7 +297,7 @@ void DrawShadow(cairo_t* cr, const TextLook& look, PangoLayout* layout, const Fr
   BlurAlpha(cairo_image_surface_get_data(mask), w, h, cairo_image_surface_get_stride(mask),
             look.shadowBlur / 2);
   cairo_surface_mark_dirty(mask);
-  double a = look.shadowAngle * M_PI / 180.0;
+  double a = look.shadowAngle * std::numbers::pi / 180.0;
   SetColor(cr, look.shadowColor);
   cairo_mask_surface(cr, mask, look.shadowDistance * std::cos(a), look.shadowDistance * std::sin(a));
   cairo_surface_destroy(mask);
