@@ -47,7 +47,8 @@ std::string Utf8(const std::wstring& wide) {
                               nullptr);
   std::string s(static_cast<size_t>(n > 0 ? n : 0), '\0');
   if (n > 0)
-    WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), s.data(), n, nullptr, nullptr);
+    WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), s.data(), n, nullptr,
+                        nullptr);
   return s;
 }
 
@@ -89,8 +90,9 @@ std::string ResolvedRegularFile(const std::string& path, std::string* error) {
     *error = path + ": not a regular file";
     return "";
   }
-  HANDLE h = CreateFileW(Wide(full).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                         nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE h =
+      CreateFileW(Wide(full).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                  nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (h == INVALID_HANDLE_VALUE) {
     *error = path + ": " + SystemText(GetLastError());
     return "";
@@ -118,8 +120,9 @@ std::vector<std::string> FolderEntries(const std::string& folder) {
 }
 
 bool CreateEmptyFile(const std::string& path, std::string* cause) {
-  HANDLE h = CreateFileW(Wide(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                         nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE h =
+      CreateFileW(Wide(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                  nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (h == INVALID_HANDLE_VALUE) {
     *cause = SystemText(GetLastError());
     return false;
@@ -138,8 +141,9 @@ bool ReplaceFile(const std::string& from, const std::string& to, std::string* ca
 bool RemoveFileAt(const std::string& path) { return DeleteFileW(Wide(path).c_str()) != 0; }
 
 bool AppendText(const std::string& path, const std::string& text) {
-  HANDLE h = CreateFileW(Wide(path).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                         nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE h = CreateFileW(Wide(path).c_str(), FILE_APPEND_DATA,
+                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_ALWAYS,
+                         FILE_ATTRIBUTE_NORMAL, nullptr);
   if (h == INVALID_HANDLE_VALUE) return false;
   DWORD written = 0;
   WriteFile(h, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
@@ -148,8 +152,8 @@ bool AppendText(const std::string& path, const std::string& text) {
 }
 
 bool StampOf(const std::string& path, FileStamp* stamp) {
-  HANDLE h = CreateFileW(Wide(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+  HANDLE h = CreateFileW(Wide(path).c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                         nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
   if (h == INVALID_HANDLE_VALUE) return false;
   BY_HANDLE_FILE_INFORMATION info;
   bool ok = GetFileInformationByHandle(h, &info) != 0;
@@ -177,7 +181,8 @@ bool ProcessRunning(long pid) {
 
 std::string LibraryFolder() {
   HMODULE module = nullptr;
-  if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+  if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                              GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                           reinterpret_cast<LPCWSTR>(&LibraryFolder), &module))
     return "";
   std::wstring name(MAX_PATH, L'\0');
@@ -272,10 +277,12 @@ bool StampOf(const std::string& path, FileStamp* stamp) {
   struct stat st;
   if (stat(path.c_str(), &st) != 0) return false;
   auto nanoseconds = [](const timespec& t) {
-    return static_cast<unsigned long long>(t.tv_sec) * 1000000000ull + static_cast<unsigned long long>(t.tv_nsec);
+    return static_cast<unsigned long long>(t.tv_sec) * 1000000000ull +
+           static_cast<unsigned long long>(t.tv_nsec);
   };
   *stamp = FileStamp{static_cast<unsigned long long>(st.st_dev), static_cast<unsigned long long>(st.st_ino),
-                     static_cast<unsigned long long>(st.st_size), nanoseconds(st.st_mtim), nanoseconds(st.st_ctim)};
+                     static_cast<unsigned long long>(st.st_size), nanoseconds(st.st_mtim),
+                     nanoseconds(st.st_ctim)};
   return true;
 }
 

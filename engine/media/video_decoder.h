@@ -29,14 +29,13 @@ namespace orma {
 /// The hardware decoding this platform offers through FFmpeg: VA-API on the
 /// render node on Linux, Direct3D 11 on Windows (DXVA2 where it is missing).
 struct HardwareDecoding {
-  const char* name;      ///< for the log line
+  const char* name; ///< for the log line
   AVHWDeviceType type;
-  const char* device;    ///< device to open, or null for the default
-  AVPixelFormat format;  ///< the decoder's frames in that device's memory
+  const char* device;   ///< device to open, or null for the default
+  AVPixelFormat format; ///< the decoder's frames in that device's memory
 };
 /// The first that opens on this machine, or null.
 const HardwareDecoding* AvailableHardwareDecoding();
-
 
 /// A decoded picture at its own size: 4:2:0 planes (a reference to the
 /// decoder's frame, or a converted copy), or packed RGBA for sources with

@@ -157,7 +157,8 @@ struct WindowView::State {
                       pixels.data(), &info, DIB_RGB_COLORS);
     // The bars around the picture.
     HBRUSH black = static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH));
-    RECT bars[4] = {{0, 0, windowW, y}, {0, y + h, windowW, windowH}, {0, y, x, y + h}, {x + w, y, windowW, y + h}};
+    RECT bars[4] = {
+        {0, 0, windowW, y}, {0, y + h, windowW, windowH}, {0, y, x, y + h}, {x + w, y, windowW, y + h}};
     for (const RECT& r : bars)
       if (r.right > r.left && r.bottom > r.top) FillRect(dc, &r, black);
     ReleaseDC(child, dc);
@@ -203,8 +204,8 @@ bool WindowView::Open(uint64_t window, std::string* error) {
 void WindowView::Show(const uint8_t* yuv420p, int width, int height, int matrix) {
   State& s = *s_;
   if (s.gone || !s.parent) return;
-  const size_t size = static_cast<size_t>(width) * height + 2 * static_cast<size_t>((width + 1) / 2) *
-                                                                   ((height + 1) / 2);
+  const size_t size =
+      static_cast<size_t>(width) * height + 2 * static_cast<size_t>((width + 1) / 2) * ((height + 1) / 2);
   s.canvas.assign(yuv420p, yuv420p + size);
   s.canvasW = width;
   s.canvasH = height;
