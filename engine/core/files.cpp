@@ -131,7 +131,7 @@ bool CreateEmptyFile(const std::string& path, std::string* cause) {
   return true;
 }
 
-bool ReplaceFile(const std::string& from, const std::string& to, std::string* cause) {
+bool MoveFileOnto(const std::string& from, const std::string& to, std::string* cause) {
   if (MoveFileExW(Wide(from).c_str(), Wide(to).c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED))
     return true;
   *cause = SystemText(GetLastError());
@@ -254,7 +254,7 @@ bool CreateEmptyFile(const std::string& path, std::string* cause) {
   return true;
 }
 
-bool ReplaceFile(const std::string& from, const std::string& to, std::string* cause) {
+bool MoveFileOnto(const std::string& from, const std::string& to, std::string* cause) {
   if (std::rename(from.c_str(), to.c_str()) == 0) return true;
   *cause = std::strerror(errno);
   return false;

@@ -32,7 +32,7 @@ std::vector<std::string> FolderEntries(const std::string& folder);
 bool CreateEmptyFile(const std::string& path, std::string* cause);
 
 /// Moves from over to, replacing a file already there.
-bool ReplaceFile(const std::string& from, const std::string& to, std::string* cause);
+bool MoveFileOnto(const std::string& from, const std::string& to, std::string* cause);
 
 bool RemoveFileAt(const std::string& path);
 

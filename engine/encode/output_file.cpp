@@ -90,7 +90,7 @@ bool PartFile::Create(const std::string& target, std::string* cause) {
 
 bool PartFile::Place(std::string* cause) {
   std::string why;
-  if (!ReplaceFile(path_, target_, &why)) {
+  if (!MoveFileOnto(path_, target_, &why)) {
     *cause = "cannot move the video to " + target_ + ": " + why;
     return false;
   }
