@@ -27,6 +27,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 repo=$(cd "$here/../.." && pwd)
 build=$(cd "${1:-$repo/build-windows}" && pwd)
 out=${2:-$repo/out}
+mkdir -p "$out"
+out=$(cd "$out" && pwd)
 host=x86_64-w64-mingw32
 prefix=$(bash "$here/build-deps.sh" --prefix)
 version=$(sed -n 's/^project(ormadraft VERSION \([0-9.]*\).*/\1/p' "$repo/CMakeLists.txt")
@@ -63,6 +65,8 @@ walk() {
   for dll in $(imports "$1"); do
     [ -n "${seen[${dll,,}]:-}" ] && continue
     seen[${dll,,}]=1
+    # The program's own DLLs (OrmaCore.dll) are in the package already.
+    [ -f "$program/$dll" ] && continue
     path=""
     for dir in "${search[@]}"; do
       if [ -f "$dir/$dll" ]; then
