@@ -73,6 +73,7 @@ settings "$work/linux.mp4" >"$work/export-linux.json"
 settings "$(winpath "$work/windows.mp4")" >"$work/export-win.json"
 (cd "$repo" && bash "$here/wine-run.sh" "$win/OrmaDraft.exe" "$(winpath "$repo/examples/demo/draft.json")" \
   "$(winpath "$work/export-win.json")" >"$work/windows.out" 2>&1)
+result=""
 if [ -s "$work/windows.mp4" ] && [ -s "$work/linux.mp4" ] && result=$(compare "$work/linux.mp4" "$work/windows.mp4"); then
   pass "demo: OrmaDraft.exe renders the demo as the Linux program does ($result)"
 else
@@ -97,6 +98,7 @@ EOF
 settings "$(winpath "$cn/成片.mp4")" >"$cn/导出.json"
 (cd "$work" && LANG=zh_CN.UTF-8 bash "$here/wine-run.sh" "$win/OrmaDraft.exe" "$(winpath "$cn/草稿.json")" \
   "$(winpath "$cn/导出.json")" >"$work/cn.out" 2>&1)
+result=""
 if [ -s "$cn/成片.mp4" ] && result=$(compare "$work/linux.mp4" "$cn/成片.mp4"); then
   pass "chinese: a draft in 视频草稿 with media in 素材, given as Z:\\ paths under code page 936 ($result)"
 else
@@ -125,6 +127,7 @@ if [ -n "$zip" ]; then
    cd "$work/elsewhere" && WINEPREFIX=$fresh "$wine" "$program/OrmaDraft.exe" \
      "$(winpath "$repo/examples/demo/draft.json")" "$(winpath "$work/export-zip.json")" >"$work/zip.out" 2>&1)
   WINEPREFIX=$fresh "$(dirname "$wine")/wineserver" -k 2>/dev/null || true
+  result=""
   if [ -s "$work/zip.mp4" ] && result=$(compare "$work/linux.mp4" "$work/zip.mp4"); then
     pass "zip: the unpacked zip renders the demo in a fresh Wine prefix from another folder ($result)"
   else
