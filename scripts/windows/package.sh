@@ -5,6 +5,8 @@
 #   OrmaDraft-<version>-win64/
 #     TemplateThemes/            the sample themes (in the parent of the
 #                                program's folder, where the program looks)
+#     transitions/ animations/ captions/ effects/ stickers/
+#                                what the themes name relative to themselves
 #     OrmaDraft/
 #       OrmaDraft.exe OrmaCore.dll *.dll   every DLL they need, found by
 #                                walking the imports from the two; the build
@@ -92,6 +94,12 @@ fi
 cp -rL "$repo/resources" "$program/resources"
 rm -rf "$program/resources/TemplateThemes"
 cp -rL "$repo/resources/TemplateThemes" "$stage/TemplateThemes"
+# The sample themes name the starter transitions, animations, captions,
+# effects and stickers relative to their own folder ("..\..\transitions"):
+# those folders stand beside TemplateThemes too (under 1 MB).
+for folder in animations captions effects stickers transitions; do
+  cp -rL "$repo/resources/$folder" "$stage/$folder"
+done
 for font in /usr/share/fonts/truetype/dejavu/DejaVuSans.ttf /usr/share/fonts/truetype/dejavu/DejaVuSans-Bold.ttf \
   /usr/share/fonts/opentype/noto/NotoSansCJK-Regular.ttc /usr/share/fonts/opentype/noto/NotoSerifCJK-Regular.ttc; do
   if [ -f "$font" ]; then cp "$font" "$program/fonts/"; else echo "package: font $font is missing" >&2 && exit 1; fi
