@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "engine/core/config_fields.h"
+#include "engine/core/files.h"
 #include "engine/media/picture_frames.h"
 #include "engine/media/probe.h"
 #include "platform/platform.h"
@@ -68,7 +69,7 @@ std::shared_ptr<const StickerSheet> LoadStickerSheet(const std::string& path, st
   }
   auto sheet = std::make_shared<StickerSheet>();
   sheet->path = path;
-  size_t cut = path.find_last_of('/');
+  size_t cut = LastSeparator(path);
   std::string folder = cut == std::string::npos ? "." : path.substr(0, cut);
   for (size_t i = 0; i < fields.frames.size(); ++i) {
     std::string resolved;

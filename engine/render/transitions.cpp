@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "engine/core/config_fields.h"
+#include "engine/core/files.h"
 #include "engine/core/registry.h"
 #include "platform/platform.h"
 
@@ -39,7 +40,7 @@ bool EndsWith(const std::string& s, const char* suffix) {
 }
 
 std::string Folder(const std::string& path) {
-  size_t slash = path.rfind('/');
+  size_t slash = LastSeparator(path);
   return slash == std::string::npos ? "." : path.substr(0, slash);
 }
 

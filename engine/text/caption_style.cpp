@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "engine/core/files.h"
 #include "engine/media/probe.h"
 #include "platform/platform.h"
 #include "platform/text_number.h"
@@ -128,7 +129,7 @@ std::shared_ptr<const CaptionStyle> LoadCaptionStyle(const std::string& path, in
   if (!file) return nullptr;
   auto style = std::make_shared<CaptionStyle>();
   style->path = path;
-  size_t cut = path.find_last_of('/');
+  size_t cut = LastSeparator(path);
   style->folder = cut == std::string::npos ? "." : path.substr(0, cut);
   if (!ReadFields(file->root, kStyleFields, style.get(), path, error)) return nullptr;
   if (!CheckCount(style->textPadding, 4, path, "textPadding", error)) return nullptr;

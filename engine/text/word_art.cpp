@@ -1,5 +1,6 @@
 #include "engine/text/word_art.h"
 
+#include "engine/core/files.h"
 #include "engine/media/picture_frames.h"
 #include "engine/media/probe.h"
 #include "platform/platform.h"
@@ -66,7 +67,7 @@ bool ReadFill(const cJSON* fill, const std::string& where, WordArt* art, std::st
       *error = where + ": \"picture\" is required for a texture";
       return false;
     }
-    std::string folder = art->path.substr(0, art->path.find_last_of('/'));
+    std::string folder = art->path.substr(0, LastSeparator(art->path));
     std::string joined = platform::IsAbsolutePath(f.picture.c_str()) ? f.picture : folder + "/" + f.picture;
     std::string why;
     art->texture = ResolveLocalFile(joined.c_str(), &why);
