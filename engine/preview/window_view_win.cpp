@@ -19,14 +19,11 @@
 
 #include <windows.h>
 
-extern "C" {
-#include <libswscale/swscale.h>
-}
-
 #include <algorithm>
 
 #include "engine/core/av_handles.h"
 #include "engine/core/log.h"
+#include "engine/preview/view_picture.h"
 
 namespace orma {
 
@@ -113,12 +110,11 @@ struct WindowView::State {
 
   void Fit() {
     if (canvasW <= 0 || canvasH <= 0 || windowW <= 0 || windowH <= 0) return;
-    const double scale =
-        std::min(static_cast<double>(windowW) / canvasW, static_cast<double>(windowH) / canvasH);
-    w = std::max(1, static_cast<int>(canvasW * scale + 0.5));
-    h = std::max(1, static_cast<int>(canvasH * scale + 0.5));
-    x = (windowW - w) / 2;
-    y = (windowH - h) / 2;
+    const ViewPlace place = FitCanvas(canvasW, canvasH, windowW, windowH);
+    x = place.x;
+    y = place.y;
+    w = place.w;
+    h = place.h;
     pixels.resize(static_cast<size_t>(w) * h * 4);
   }
 
@@ -126,20 +122,8 @@ struct WindowView::State {
     if (gone || canvas.empty() || !EnsureChild()) return;
     Fit();
     if (pixels.empty()) return;
-    // The cached context is handed over: a new one replaces (and frees) it.
-    scaler.reset(sws_getCachedContext(scaler.release(), canvasW, canvasH, AV_PIX_FMT_YUV420P, w, h,
-                                      AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr, nullptr, nullptr));
-    if (!scaler) return;
-    const int* coefficients = sws_getCoefficients(matrix == 709 ? SWS_CS_ITU709 : SWS_CS_ITU601);
-    sws_setColorspaceDetails(scaler.get(), coefficients, 0, coefficients, 1, 0, 1 << 16, 1 << 16);
-    const int cw = (canvasW + 1) / 2, ch = (canvasH + 1) / 2;
-    const uint8_t* planes[3] = {canvas.data(), canvas.data() + static_cast<size_t>(canvasW) * canvasH,
-                                canvas.data() + static_cast<size_t>(canvasW) * canvasH +
-                                    static_cast<size_t>(cw) * ch};
-    const int strides[3] = {canvasW, cw, cw};
-    uint8_t* out[1] = {pixels.data()};
-    const int outStrides[1] = {w * 4};
-    sws_scale(scaler.get(), planes, strides, 0, canvasH, out, outStrides);
+    if (!ScaleCanvas(&scaler, canvas, canvasW, canvasH, matrix, AV_PIX_FMT_BGRA, w, h, pixels.data(), w * 4))
+      return;
 
     HDC dc = GetDC(child);
     if (!dc) {

@@ -7,10 +7,6 @@
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
-extern "C" {
-#include <libswscale/swscale.h>
-}
-
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -19,6 +15,7 @@ extern "C" {
 
 #include "engine/core/av_handles.h"
 #include "engine/core/log.h"
+#include "engine/preview/view_picture.h"
 
 namespace orma {
 
@@ -154,12 +151,10 @@ struct WindowView::State {
   // The picture's place for the window's size, and an image of that size.
   void Fit() {
     if (canvasW <= 0 || canvasH <= 0 || windowW <= 0 || windowH <= 0) return;
-    const double scale =
-        std::min(static_cast<double>(windowW) / canvasW, static_cast<double>(windowH) / canvasH);
-    const int fitW = std::max(1, static_cast<int>(canvasW * scale + 0.5));
-    const int fitH = std::max(1, static_cast<int>(canvasH * scale + 0.5));
-    x = (windowW - fitW) / 2;
-    y = (windowH - fitH) / 2;
+    const ViewPlace place = FitCanvas(canvasW, canvasH, windowW, windowH);
+    const int fitW = place.w, fitH = place.h;
+    x = place.x;
+    y = place.y;
     if (image && fitW == w && fitH == h) return;
     FreeImage();
     w = fitW;
@@ -174,20 +169,9 @@ struct WindowView::State {
     if (Dead() || gone || canvas.empty()) return;
     Fit();
     if (!image) return;
-    // The cached context is handed over: a new one replaces (and frees) it.
-    scaler.reset(sws_getCachedContext(scaler.release(), canvasW, canvasH, AV_PIX_FMT_YUV420P, w, h, layout,
-                                      SWS_BILINEAR, nullptr, nullptr, nullptr));
-    if (!scaler) return;
-    const int* coefficients = sws_getCoefficients(matrix == 709 ? SWS_CS_ITU709 : SWS_CS_ITU601);
-    sws_setColorspaceDetails(scaler.get(), coefficients, 0, coefficients, 1, 0, 1 << 16, 1 << 16);
-    const int cw = (canvasW + 1) / 2, ch = (canvasH + 1) / 2;
-    const uint8_t* planes[3] = {canvas.data(), canvas.data() + static_cast<size_t>(canvasW) * canvasH,
-                                canvas.data() + static_cast<size_t>(canvasW) * canvasH +
-                                    static_cast<size_t>(cw) * ch};
-    const int strides[3] = {canvasW, cw, cw};
-    uint8_t* out[1] = {reinterpret_cast<uint8_t*>(image->data)};
-    const int outStrides[1] = {image->bytes_per_line};
-    sws_scale(scaler.get(), planes, strides, 0, canvasH, out, outStrides);
+    if (!ScaleCanvas(&scaler, canvas, canvasW, canvasH, matrix, layout, w, h,
+                     reinterpret_cast<uint8_t*>(image->data), image->bytes_per_line))
+      return;
     const int before = xErrors;
     if (useShm)
       XShmPutImage(display, child, gc, image, 0, 0, x, y, w, h, False);
