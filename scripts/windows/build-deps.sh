@@ -53,7 +53,8 @@ mkdir -p "$cache" "$prefix" "$stamps" "$sources" "$work"
 say() { echo "[build-deps $(date -u +%H:%M:%S)] $*" | tee -a "$log" >&2; }
 
 # ---- recipes --------------------------------------------------------------
-# A recipe file sets SOURCE (Debian source package) or LOCAL (a folder of
+# A recipe file sets SOURCE (Debian source package), DEB (a Debian binary
+# package of headers only, the same for every platform) or LOCAL (a folder of
 # scripts/windows/ with sources of this repository), DEPS (libraries it is
 # built against) and defines build(), run in the unpacked source folder.
 recipe_file() { ls "$here"/recipes/[0-9]*-"$1".sh 2>/dev/null | head -1; }
@@ -231,6 +232,20 @@ unpack_source() {
   tar -xf "$(ls "$sources/$pkg"/*.orig.tar.* | head -1)" -C "$dest" --strip-components=1
 }
 
+# Unpacks an architecture-independent binary package (headers only) into a
+# fresh folder: for the few libraries whose source the mirror no longer holds
+# but whose files are the same on every platform.
+unpack_deb() {
+  local pkg=$1 dest=$2
+  mkdir -p "$sources/$pkg"
+  if ! ls "$sources/$pkg"/*.deb >/dev/null 2>&1; then
+    (cd "$sources/$pkg" && apt-get download "$pkg" >/dev/null 2>&1) || { rm -f "$sources/$pkg"/*; return 1; }
+  fi
+  rm -rf "$dest"
+  mkdir -p "$dest"
+  dpkg-deb -x "$(ls "$sources/$pkg"/*.deb | sort -V | tail -1)" "$dest"
+}
+
 source "$here/build-helpers.sh"
 
 # ---- the build ------------------------------------------------------------
@@ -251,12 +266,20 @@ for lib in "${todo[@]}"; do
   fi
   start=$(date +%s)
   rm -f "$stamps/$lib"
-  unset SOURCE DEPS SRC_SUBDIR NEXT_SUITE LOCAL
+  unset SOURCE DEPS SRC_SUBDIR NEXT_SUITE LOCAL DEB
   unset -f build
   source "$(recipe_file "$lib")"
   if [ -n "${LOCAL:-}" ]; then
     rm -rf "${work:?}/$lib"
     cp -r "$here/$LOCAL" "$work/$lib"
+  elif [ -n "${DEB:-}" ]; then
+    say "$lib: fetching and unpacking Debian's $DEB package"
+    if ! unpack_deb "$DEB" "$work/$lib"; then
+      say "$lib: the $DEB package could not be fetched"
+      [ "${KEEP_GOING:-0}" = 1 ] || exit 1
+      failed[$lib]=1
+      continue
+    fi
   elif say "$lib: fetching and unpacking $SOURCE" && ! unpack_source "$SOURCE" "$work/$lib"; then
     [ "${KEEP_GOING:-0}" = 1 ] || exit 1
     failed[$lib]=1
