@@ -13,6 +13,7 @@
 #include "draft/draft.h"
 #include "draft/draft_limits.h"
 #include "draft/json_read.h"
+#include "draft/record_keys.h"
 #include "draft/record_lists.h"
 #include "platform/diagnostic.h"
 #include "platform/log_line.h"
@@ -43,40 +44,23 @@ bool NamesJson(const char* path) {
   return std::strstr(lowered, ".json") != nullptr;
 }
 
-void ReadMediaInfoEntry(const cJSON* element, MediaInfoEntry* entry) {
-  ReadText(element, "path", entry->path);
-  ReadReal(element, "timelineFrom", &entry->timelineFrom);
-  ReadReal(element, "timelineTo", &entry->timelineTo);
-  ReadInt(element, "replaceType", &entry->replaceType);
-  ReadInt(element, "groupId", &entry->groupId);
-}
-
 // The replaceable media of a draft without a usable "mediaInfo": one entry per
 // media item of every scene. A scene without "media" makes it fail.
 MediaInfoEntry* MediaInfoFromScenes(const cJSON* root) {
   const cJSON* scenes = Item(root, "scenes");
   if (!scenes) return nullptr;
   MediaInfoEntry* head = nullptr;
-  ListTail<MediaInfoEntry> tail(&head);
   bool failed = false;
   ForEachElement(scenes, [&](const cJSON* scene, int32_t) {
-    if (failed) return;
-    const cJSON* media = Item(scene, "media");
-    if (!media) {
-      failed = true;
-      return;
-    }
-    ForEachElement(media, [&](const cJSON* item, int32_t) {
-      MediaInfoEntry* entry = tail.Append();
-      if (!entry) return;
-      ReadText(item, "path", entry->path);
+    const cJSON* media = failed ? nullptr : Item(scene, "media");
+    failed = !media;
+    AppendEach(media, &head, [](const cJSON* item, MediaInfoEntry* entry, int32_t) {
+      ReadFields(item, kSceneMediaKeys, entry);
       float trimStart = 0.0f;
       float trimEnd = 0.0f;
       ReadReal(item, "trimTimeStart", &trimStart);
       ReadReal(item, "trimTimeEnd", &trimEnd);
       entry->timelineTo = trimEnd - trimStart;
-      ReadInt(item, "replaceType", &entry->replaceType);
-      ReadInt(item, "groupId", &entry->groupId);
     });
   });
   if (failed) {
@@ -87,43 +71,30 @@ MediaInfoEntry* MediaInfoFromScenes(const cJSON* root) {
 }
 
 void ReadRootScalars(const cJSON* root, DraftDocument* document) {
-  ReadInt(root, "ver", &document->ver);
-  ReadText(root, "name", document->name);
-  ReadText(root, "description", document->description);
-  if (const cJSON* creationTime = Item(root, "creationTime")) document->creationTime = IntView(creationTime);
-  ReadText(root, "cover", document->cover);
-  ReadText(root, "coverPath", document->coverPath);
-  ReadInt(root, "picture_need", &document->picture_need);
-  ReadInt(root, "video_need", &document->video_need);
-  ReadInt(root, "text_need", &document->text_need);
-  // Whole seconds: the integer view is taken on purpose.
-  ReadIntAsFloat(root, "duration", &document->duration);
-  ReadInt(root, "draft", &document->draft);
+  ReadFields(root, kRootKeys, document);
   if (const cJSON* size = Item(root, "size")) {
     ReadIntAsFloat(size, "width", &document->width);
     ReadIntAsFloat(size, "height", &document->height);
   }
-  ReadInt(root, "isHasEndScene", &document->isHasEndScene);
+}
+
+// The next levels, from *level on, for every record of a list.
+template <class T> void NumberFrom(T* head, int32_t* level) {
+  for (; head; head = head->next)
+    head->level = (*level)++;
 }
 
 // Without "pipList" the editor's stacking order is lost, so the elements are
 // stacked kind after kind in a fixed order, without gaps.
 void RenumberLevels(DraftDocument* document) {
   int32_t level = 1;
-  for (OverlayRecord* r = document->overlays; r; r = r->next)
-    r->level = level++;
-  for (EffectRecord* r = document->specialEffects; r; r = r->next)
-    r->level = level++;
-  for (MosaicRecord* r = document->mosaics; r; r = r->next)
-    r->level = level++;
-  for (FilterRecord* r = document->customFilters; r; r = r->next)
-    r->level = level++;
-  for (ToningRecord* r = document->tonings; r; r = r->next)
-    r->level = level++;
-  for (StickerRecord* r = document->stickers; r; r = r->next)
-    r->level = level++;
-  for (CaptionRecord* r = document->captions; r; r = r->next)
-    r->level = level++;
+  NumberFrom(document->overlays, &level);
+  NumberFrom(document->specialEffects, &level);
+  NumberFrom(document->mosaics, &level);
+  NumberFrom(document->customFilters, &level);
+  NumberFrom(document->tonings, &level);
+  NumberFrom(document->stickers, &level);
+  NumberFrom(document->captions, &level);
   if (document->logo) document->logo->level = level;
 }
 
@@ -192,13 +163,15 @@ MediaInfoEntry* readMediaInfo(const cJSON* root, const char* key) {
   const cJSON* list = Item(root, key ? key : "mediaInfo");
   if (!list) return nullptr;
   MediaInfoEntry* head = nullptr;
-  ListTail<MediaInfoEntry> tail(&head);
-  ForEachElement(list, [&](const cJSON* element, int32_t) {
-    const char* path = StringOf(Item(element, "path"));
-    if (path && *path && NamesJson(path)) return;
-    MediaInfoEntry* entry = tail.Append();
-    if (entry) ReadMediaInfoEntry(element, entry);
-  });
+  AppendKept(
+      list, &head,
+      [](const cJSON* element) {
+        const char* path = StringOf(Item(element, "path"));
+        return !(path && *path && NamesJson(path));
+      },
+      [](const cJSON* element, MediaInfoEntry* entry, int32_t) {
+        ReadFields(element, kMediaInfoKeys, entry);
+      });
   if (head) return head;
   return MediaInfoFromScenes(root);
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "draft/record_keys.h"
 #include "platform/log_line.h"
 
 namespace draftjson {
@@ -34,65 +35,41 @@ float RealView(const cJSON* item) { return ToFloat(DoubleView(item)); }
 
 float ToFloat(double value) { return static_cast<float>(value); }
 
-bool ReadInt(const cJSON* object, const char* key, int32_t* out) {
-  const cJSON* item = Item(object, key);
-  if (!item) return false;
+bool ReadItem(const cJSON* item, const char*, View view, float* out) {
+  if (view == View::kIntView)
+    *out = static_cast<float>(IntView(item));
+  else if (view == View::kTruncated)
+    *out = static_cast<float>(ToInt32(DoubleView(item)));
+  else
+    *out = RealView(item);
+  return true;
+}
+
+bool ReadItem(const cJSON* item, const char*, View view, int32_t* out) {
+  if (view == View::kTruncated)
+    *out = ToInt32(DoubleView(item));
+  else if (view == View::kDoubleFlag)
+    *out = DoubleView(item) != 0.0 ? 1 : 0;
+  else
+    *out = IntView(item);
+  return true;
+}
+
+bool ReadItem(const cJSON* item, const char*, View, int64_t* out) {
   *out = IntView(item);
   return true;
 }
 
-bool ReadIntAsFloat(const cJSON* object, const char* key, float* out) {
-  const cJSON* item = Item(object, key);
-  if (!item) return false;
-  *out = static_cast<float>(IntView(item));
+bool ReadItem(const cJSON* item, const char*, View view, bool* out) {
+  *out = view == View::kDoubleFlag ? DoubleView(item) != 0.0 : IntView(item) != 0;
   return true;
 }
 
-bool ReadReal(const cJSON* object, const char* key, float* out) {
-  const cJSON* item = Item(object, key);
-  if (!item) return false;
-  *out = RealView(item);
-  return true;
-}
-
-bool ReadTruncated(const cJSON* object, const char* key, int32_t* out) {
-  const cJSON* item = Item(object, key);
-  if (!item) return false;
-  *out = ToInt32(DoubleView(item));
-  return true;
-}
-
-bool ReadTruncatedAsFloat(const cJSON* object, const char* key, float* out) {
-  const cJSON* item = Item(object, key);
-  if (!item) return false;
-  *out = static_cast<float>(ToInt32(DoubleView(item)));
-  return true;
-}
-
-bool ReadIntFlag(const cJSON* object, const char* key, bool* out) {
-  const cJSON* item = Item(object, key);
-  if (!item) return false;
-  *out = IntView(item) != 0;
-  return true;
-}
-
-bool ReadDoubleFlag(const cJSON* object, const char* key, bool* out) {
-  const cJSON* item = Item(object, key);
-  if (!item) return false;
-  *out = DoubleView(item) != 0.0;
-  return true;
-}
-
-const char* StringOf(const cJSON* item) {
-  if (!item || !cJSON_IsString(item)) return nullptr;
-  return item->valuestring;
-}
-
-bool ReadText(const cJSON* object, const char* key, char* buffer, size_t size) {
-  const char* text = StringOf(Item(object, key));
-  if (!text) return false;
+bool ReadTextItem(const cJSON* item, const char* key, View view, char* buffer, size_t size) {
+  const char* text = StringOf(item);
+  if (!text || (view == View::kNonEmpty && !*text)) return false;
   CopyTextZeroFilled(buffer, size, text);
-  if (size == 0 || text[strnlen(text, size - 1)] == '\0') return true;
+  if (view == View::kNonEmpty || size == 0 || text[strnlen(text, size - 1)] == '\0') return true;
   // Too long for its field (a caption piece holds 1023 bytes): cut before a
   // character that would not fit whole, so the text stays UTF-8, and said.
   size_t kept = size - 1;
@@ -106,58 +83,27 @@ bool ReadText(const cJSON* object, const char* key, char* buffer, size_t size) {
   return true;
 }
 
-bool ReadTextNonEmpty(const cJSON* object, const char* key, char* buffer, size_t size) {
-  const char* text = StringOf(Item(object, key));
-  if (!text || !*text) return false;
-  CopyTextZeroFilled(buffer, size, text);
+// The small objects of the draft are records of their own, each read by its
+// table (record_keys.h) from the key's object.
+template <class T, size_t N> bool ReadObject(const cJSON* item, const KeyField<T> (&keys)[N], T* out) {
+  ReadFields(item, keys, out);
   return true;
 }
 
-bool ReadColor(const cJSON* object, const char* key, ColorF* out) {
-  const cJSON* color = Item(object, key);
-  if (!color) return false;
-  ReadReal(color, "red", &out->red);
-  ReadReal(color, "green", &out->green);
-  ReadReal(color, "blue", &out->blue);
-  ReadReal(color, "alpha", &out->alpha);
+bool ReadItem(const cJSON* item, const char*, View, ColorF* out) { return ReadObject(item, kColorKeys, out); }
+bool ReadItem(const cJSON* item, const char*, View, PointF* out) { return ReadObject(item, kPointKeys, out); }
+bool ReadItem(const cJSON* item, const char*, View, SizeF* out) { return ReadObject(item, kSizeKeys, out); }
+bool ReadItem(const cJSON* item, const char*, View, PairF* out) { return ReadObject(item, kPairKeys, out); }
+
+bool ReadItem(const cJSON* item, const char*, View, float (*out)[2]) {
+  PointF point{(*out)[0], (*out)[1]};
+  ReadFields(item, kPointKeys, &point);
+  (*out)[0] = point.x;
+  (*out)[1] = point.y;
   return true;
 }
 
-bool ReadPoint(const cJSON* object, const char* key, PointF* out) {
-  const cJSON* point = Item(object, key);
-  if (!point) return false;
-  ReadReal(point, "x", &out->x);
-  ReadReal(point, "y", &out->y);
-  return true;
-}
-
-bool ReadPoint(const cJSON* object, const char* key, float (&out)[2]) {
-  const cJSON* point = Item(object, key);
-  if (!point) return false;
-  ReadReal(point, "x", &out[0]);
-  ReadReal(point, "y", &out[1]);
-  return true;
-}
-
-bool ReadSize(const cJSON* object, const char* key, SizeF* out) {
-  const cJSON* size = Item(object, key);
-  if (!size) return false;
-  ReadReal(size, "width", &out->width);
-  ReadReal(size, "height", &out->height);
-  return true;
-}
-
-bool ReadPair(const cJSON* object, const char* key, PairF* out) {
-  const cJSON* pair = Item(object, key);
-  if (!pair) return false;
-  ReadReal(pair, "cx", &out->cx);
-  ReadReal(pair, "cy", &out->cy);
-  return true;
-}
-
-bool ReadRect(const cJSON* object, const char* key, RectF* out) {
-  const cJSON* rect = Item(object, key);
-  if (!rect) return false;
+bool ReadItem(const cJSON* rect, const char*, View, RectF* out) {
   ReadReal(rect, "x", &out->left);
   ReadReal(rect, "y", &out->top);
   if (const cJSON* width = Item(rect, "width"))
@@ -165,6 +111,35 @@ bool ReadRect(const cJSON* object, const char* key, RectF* out) {
   if (const cJSON* height = Item(rect, "height"))
     out->bottom = ToFloat(static_cast<double>(out->top) + DoubleView(height));
   return true;
+}
+
+bool ReadInt(const cJSON* object, const char* key, int32_t* out) {
+  return ReadKey(object, key, View::kUsual, out);
+}
+
+bool ReadIntAsFloat(const cJSON* object, const char* key, float* out) {
+  return ReadKey(object, key, View::kIntView, out);
+}
+
+bool ReadReal(const cJSON* object, const char* key, float* out) {
+  return ReadKey(object, key, View::kUsual, out);
+}
+
+const char* StringOf(const cJSON* item) {
+  if (!item || !cJSON_IsString(item)) return nullptr;
+  return item->valuestring;
+}
+
+bool ReadText(const cJSON* object, const char* key, char* buffer, size_t size) {
+  return ReadTextItem(Item(object, key), key, View::kUsual, buffer, size);
+}
+
+bool ReadTextNonEmpty(const cJSON* object, const char* key, char* buffer, size_t size) {
+  return ReadTextItem(Item(object, key), key, View::kNonEmpty, buffer, size);
+}
+
+bool ReadRect(const cJSON* object, const char* key, RectF* out) {
+  return ReadKey(object, key, View::kUsual, out);
 }
 
 const cJSON* FirstElement(const cJSON* item) {
@@ -196,21 +171,7 @@ ElementSource ChooseSource(const cJSON* root, const char* ownKey) {
 }
 
 void ReadColorLevels(const cJSON* object, ColorLevels* levels) {
-  static const KeyField<ColorLevels, float> kLevels[] = {
-      {"vignette", &ColorLevels::vignette},
-      {"sharpness", &ColorLevels::sharpness},
-      {"saturation", &ColorLevels::saturation},
-      {"contrast", &ColorLevels::contrast},
-      {"brightness", &ColorLevels::brightness},
-      {"whiteBalance", &ColorLevels::whiteBalance},
-      {"tint", &ColorLevels::tint},
-      {"highlight", &ColorLevels::highlight},
-      {"shadows", &ColorLevels::shadows},
-      {"graininess", &ColorLevels::graininess},
-      {"lightSensation", &ColorLevels::lightSensation},
-      {"fade", &ColorLevels::fade},
-  };
-  ReadReals(object, kLevels, levels);
+  ReadFields(object, kColorLevelKeys, levels);
 }
 
 bool Keeps(const ElementSource& source, const cJSON* element, int32_t pipType, Untyped untyped) {

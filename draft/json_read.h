@@ -20,6 +20,7 @@
 #include <cstdint>
 
 #include "draft/records.h"
+#include "platform/field_table.h"
 #include "platform/text_number.h"
 
 namespace draftjson {
@@ -41,31 +42,67 @@ float RealView(const cJSON* item);
 /// Narrowing to float; out-of-range values become infinities (IEEE rule).
 float ToFloat(double value);
 
+/// How a draft key is read into its member, beside the member type's own
+/// view: a float by the real view, an int32_t or int64_t by the int view, a
+/// bool by the int view non-zero, a text field by copying any string, and
+/// ColorF ("red", "green", "blue", "alpha"), PointF and float[2] ("x", "y"),
+/// SizeF ("width", "height"), PairF ("cx", "cy") and RectF (ReadRect) from
+/// the keys of the key's object, each when present.
+enum class View {
+  kUsual,      ///< the member type's own view
+  kIntView,    ///< a float member: the int view
+  kTruncated,  ///< an int32_t member: the double view truncated; a float member: the same, stored as that
+               ///< whole number
+  kDoubleFlag, ///< a bool member: the double view non-zero; an int32_t member: 1 for that, else 0
+  kNonEmpty,   ///< a text member: copied only when a non-empty string
+};
+
+/// One row of a draft record's table: the key, the member of T it fills and
+/// its view (platform/field_table.h; the engine's resource tables use the
+/// same rows with their own rule). A draft reader whose keys are read one by
+/// one, each by its view, is one such table read by ReadFields.
+template <class T>
+using KeyField = platform::FieldRow<T, View, float, int32_t, int64_t, bool, char[1024], char[2048], ColorF,
+                                    PointF, SizeF, PairF, RectF, float[2]>;
+
+/// Reads one item into a member by the view; false when nothing was stored
+/// (a text view given no string, or an empty one for kNonEmpty). `key` names
+/// the item in the log line of a text cut to its field.
+bool ReadItem(const cJSON* item, const char* key, View view, float* out);
+bool ReadItem(const cJSON* item, const char* key, View view, int32_t* out);
+bool ReadItem(const cJSON* item, const char* key, View view, int64_t* out);
+bool ReadItem(const cJSON* item, const char* key, View view, bool* out);
+bool ReadItem(const cJSON* item, const char* key, View view, ColorF* out);
+bool ReadItem(const cJSON* item, const char* key, View view, PointF* out);
+bool ReadItem(const cJSON* item, const char* key, View view, SizeF* out);
+bool ReadItem(const cJSON* item, const char* key, View view, PairF* out);
+bool ReadItem(const cJSON* item, const char* key, View view, RectF* out);
+bool ReadItem(const cJSON* item, const char* key, View view, float (*out)[2]);
+bool ReadTextItem(const cJSON* item, const char* key, View view, char* buffer, size_t size);
+template <size_t N> bool ReadItem(const cJSON* item, const char* key, View view, char (*out)[N]) {
+  return ReadTextItem(item, key, view, *out, N);
+}
+
+/// Reads each key of `fields` that `object` has into its member of *out, in
+/// the table's order; an absent key leaves its member as it is.
+template <class T, size_t N> void ReadFields(const cJSON* object, const KeyField<T> (&fields)[N], T* out) {
+  platform::VisitFields(object, fields, out, [](const KeyField<T>& field, const cJSON* item, auto& member) {
+    if (item) ReadItem(item, field.name, field.rule, &member);
+    return true;
+  });
+}
+
+/// One key read by a view: sets *out only when the key is present (and, for
+/// a text, is a string) and returns whether it did.
+template <class Out> bool ReadKey(const cJSON* object, const char* key, View view, Out* out) {
+  const cJSON* item = Item(object, key);
+  return item && ReadItem(item, key, view, out);
+}
+
 /// Each Read* sets *out only when the key is present and returns whether it was.
 bool ReadInt(const cJSON* object, const char* key, int32_t* out);
 bool ReadIntAsFloat(const cJSON* object, const char* key, float* out);
 bool ReadReal(const cJSON* object, const char* key, float* out);
-bool ReadTruncated(const cJSON* object, const char* key, int32_t* out);
-/// Double view truncated, then stored as that whole number in a float.
-bool ReadTruncatedAsFloat(const cJSON* object, const char* key, float* out);
-/// Int view non-zero.
-bool ReadIntFlag(const cJSON* object, const char* key, bool* out);
-/// Double view non-zero.
-bool ReadDoubleFlag(const cJSON* object, const char* key, bool* out);
-
-/// One key of a run read by one rule: the key, and the member of T it fills.
-template <class T, class Field> struct KeyField {
-  const char* key;
-  Field T::*member;
-};
-
-/// Reads each key of `fields` present in `object` into its member of *out
-/// by the real view (ReadReal): a run of keys read by one rule as a table.
-template <class T, size_t N>
-void ReadReals(const cJSON* object, const KeyField<T, float> (&fields)[N], T* out) {
-  for (const KeyField<T, float>& field : fields)
-    ReadReal(object, field.key, &(out->*field.member));
-}
 
 /// The twelve colour and light levels ("vignette" ... "fade") of a media
 /// item, a key frame or a toning, by the real view.
@@ -86,15 +123,6 @@ template <size_t N> bool ReadTextNonEmpty(const cJSON* object, const char* key, 
   return ReadTextNonEmpty(object, key, buffer, N);
 }
 
-/// "red", "green", "blue", "alpha" of the key's object, each when present.
-bool ReadColor(const cJSON* object, const char* key, ColorF* out);
-/// "x", "y" of the key's object into a point.
-bool ReadPoint(const cJSON* object, const char* key, PointF* out);
-bool ReadPoint(const cJSON* object, const char* key, float (&out)[2]);
-/// "width", "height" of the key's object.
-bool ReadSize(const cJSON* object, const char* key, SizeF* out);
-/// "cx", "cy" of the key's object.
-bool ReadPair(const cJSON* object, const char* key, PairF* out);
 /// "x", "y", "width", "height" of the key's object, stored as edges: right is
 /// the left edge as stored plus "width" (summed in double precision), bottom
 /// likewise, so a missing "x" makes right the width alone.

@@ -3,6 +3,7 @@
 // record stays zero.
 #include "draft/draft.h"
 #include "draft/json_read.h"
+#include "draft/record_keys.h"
 #include "draft/record_lists.h"
 
 using namespace draftjson;
@@ -14,9 +15,6 @@ LogoRecord* readLogo(const cJSON* root) {
   LogoRecord* record = NewRecord<LogoRecord>();
   if (!record) return nullptr;
   CopyTextZeroFilled(record->path, sizeof(record->path), path);
-  ReadReal(logo, "alpha", &record->alpha);
-  ReadReal(logo, "rotate", &record->rotate);
-  ReadRect(logo, "showRectF", &record->showRect);
-  ReadRect(logo, "cropRect", &record->cropRect);
+  ReadFields(logo, kLogoKeys, record);
   return record;
 }

@@ -11,6 +11,7 @@
 
 #include "draft/draft.h"
 #include "draft/json_read.h"
+#include "draft/record_keys.h"
 #include "draft/record_lists.h"
 #include "platform/log_line.h"
 #include "platform/platform.h"
@@ -25,20 +26,7 @@ namespace fs = std::filesystem;
 namespace {
 
 void ReadSticker(const cJSON* element, StickerRecord* sticker) {
-  ReadReal(element, "timelineFrom", &sticker->timelineFrom);
-  ReadReal(element, "timelineTo", &sticker->timelineTo);
-  ReadReal(element, "opacity", &sticker->opacity);
-  ReadReal(element, "scale", &sticker->scale);
-  ReadTruncated(element, "blendType", &sticker->blendType);
-  ReadReal(element, "angle", &sticker->angle);
-  ReadInt(element, "isHorizontalMirror", &sticker->isHorizontalMirror);
-  ReadInt(element, "isEnableTracking", &sticker->isEnableTracking);
-  ReadInt(element, "isVerticalMirror", &sticker->isVerticalMirror);
-  ReadTextNonEmpty(element, "imageFolderPath", sticker->imageFolderPath);
-  ReadTextNonEmpty(element, "networkCategoryId", sticker->networkCategoryId);
-  ReadTextNonEmpty(element, "networkResourceId", sticker->networkResourceId);
-  ReadSize(element, "sizeF", &sticker->size);
-  ReadPoint(element, "centerF", &sticker->center);
+  ReadFields(element, kStickerKeys, sticker);
   if (const cJSON* animations = Item(element, "customAnimations"))
     ReadAnimationList(animations, &sticker->customAnimations);
 }
@@ -179,31 +167,20 @@ void SeparateSharedFolders(const DraftDocument* document, const std::vector<cJSO
 } // namespace
 
 StickerRecord* readStickers(const DraftDocument* document, cJSON* root) {
-  ElementSource source = ChooseSource(root, "stickers");
-  StickerRecord* head = nullptr;
-  ListTail<StickerRecord> tail(&head);
   // The elements read, in list order; the rename changes them, and they
   // belong to the caller's (mutable) root.
   std::vector<cJSON*> elements;
-  ForEachElement(source.array, [&](const cJSON* element, int32_t position) {
-    if (!Keeps(source, element, 4, Untyped::kSkip)) return;
-    StickerRecord* sticker = tail.Append();
-    if (!sticker) return;
-    sticker->level = position;
-    ReadSticker(element, sticker);
-    elements.push_back(const_cast<cJSON*>(element));
-  });
+  StickerRecord* head = ReadKindList<StickerRecord>(root, "stickers", 4, Untyped::kSkip,
+                                                    [&](const cJSON* element, StickerRecord* sticker) {
+                                                      ReadSticker(element, sticker);
+                                                      elements.push_back(const_cast<cJSON*>(element));
+                                                    });
   if (document && document->draftPath[0] && head) SeparateSharedFolders(document, elements, head);
   return head;
 }
 
 void FreeStickers(StickerRecord* head) {
-  while (head) {
-    StickerRecord* next = head->next;
-    FreeAnimations(head->customAnimations);
-    std::free(head);
-    head = next;
-  }
+  FreeList(head, [](StickerRecord* sticker) { FreeAnimations(sticker->customAnimations); });
 }
 
 namespace {

@@ -11,12 +11,8 @@
 
 namespace orma {
 
-/// Opens an entry point's body: `call` is the entry point's own name, for
-/// its trace line and its log lines (lambdas inside the body see it too), so
-/// the name is written once, in the signature.
-#define ORMA_ENTRY_NAME static const char* const call = __func__
-
-/// Returns `result` after writing the call to the trace (ORMA_TRACE).
+/// Returns `result` after writing the call to the trace (ORMA_TRACE); the
+/// generated C entry points (entry_points_gen.cpp) call it around each body.
 template <class R, class Args> R Traced(const char* function, Args&& args, R result) {
   if (TraceEnabled()) TraceCall(function, args(), TraceResult(result));
   return result;
@@ -56,6 +52,14 @@ template <class H, class Apply> int32_t With(const char* call, H handle, Apply a
 
 /// Logs "<function>: <text>" and returns code.
 int32_t Refuse(const char* function, int32_t code, const std::string& text);
+
+/// `apply(video)` on the virtual video behind `handle`, or the refusal of a
+/// handle of another kind; for the calls that may come while the video
+/// exports (running, following and stopping the export, the preview).
+template <class Apply> int32_t OnVideo(const char* call, OrmaVideoHandle handle, Apply apply) {
+  VirtualVideo* video = VideoOf(handle);
+  return video ? apply(*video) : Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
+}
 
 /// Adds an element to a video's timeline.
 void AddElement(VirtualVideo* video, Element* element);

@@ -2,7 +2,7 @@
 #include <cmath>
 
 #include "engine/api/api.h"
-#include "engine/api/trace_args_gen.h"
+#include "engine/api/entry_points_gen.h"
 #include "engine/api/value_limits.h"
 
 using namespace orma;
@@ -23,12 +23,11 @@ int32_t SetTimes(const char* call, OrmaAudioHandle a, int64_t AudioTrack::*first
 
 } // namespace
 
-extern "C" {
+namespace orma::entry {
 
-ORMA_API OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path, double volume,
-                                           int64_t trimStartUs, int64_t trimEndUs, int64_t timelineFromUs,
-                                           int64_t timelineToUs) {
-  ORMA_ENTRY_NAME;
+OrmaAudioHandle OrmaAddAudioMedia(const char* call, OrmaVideoHandle vv, const char* path, double volume,
+                                  int64_t trimStartUs, int64_t trimEndUs, int64_t timelineFromUs,
+                                  int64_t timelineToUs) {
   AudioTrack* t = nullptr;
   int32_t refused;
   VirtualVideo* v = Writable(call, vv, &refused); // null: refused, with its log line
@@ -43,42 +42,27 @@ ORMA_API OrmaAudioHandle OrmaAddAudioMedia(OrmaVideoHandle vv, const char* path,
     else {
       // Out-of-range values are brought into range and an empty span
       // leaves the track out, each with a log line.
-      bool empty = EmptySpan(call, timelineFromUs, timelineToUs);
       t = new AudioTrack();
+      PlaceNew(call, *t, timelineFromUs, timelineToUs);
       t->probe = probe;
       t->volume = AtLeast(call, "volume", volume, 0);
       t->trimStartUs = NotNegative(call, "trim start", trimStartUs);
       t->trimEndUs = trimEndUs;
-      t->startUs = empty ? timelineFromUs : NotNegative(call, "start", timelineFromUs);
-      t->endUs = timelineToUs;
-      if (empty) LeaveOut(*t);
-      RegisterHandle(t);
       AddElement(v, t);
     }
   }
-  return Traced(
-      call,
-      [&] {
-        return trace_args::OrmaAddAudioMedia(vv, path, volume, trimStartUs, trimEndUs, timelineFromUs,
-                                             timelineToUs);
-      },
-      HandleTo<OrmaAudioHandle>(t));
+  return HandleTo<OrmaAudioHandle>(t);
 }
 
-ORMA_API int32_t OrmaSetAudioMediaCutTime(OrmaAudioHandle a, int64_t trimStartUs, int64_t trimEndUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = SetTimes(call, a, &AudioTrack::trimStartUs, &AudioTrack::trimEndUs, "trim start", "trim end",
-                       trimStartUs, trimEndUs);
-  return Traced(
-      call, [&] { return trace_args::OrmaSetAudioMediaCutTime(a, trimStartUs, trimEndUs); }, r);
+int32_t OrmaSetAudioMediaCutTime(const char* call, OrmaAudioHandle a, int64_t trimStartUs,
+                                 int64_t trimEndUs) {
+  return SetTimes(call, a, &AudioTrack::trimStartUs, &AudioTrack::trimEndUs, "trim start", "trim end",
+                  trimStartUs, trimEndUs);
 }
 
-ORMA_API int32_t OrmaSetAudioMediaFadeTime(OrmaAudioHandle a, int64_t fadeInUs, int64_t fadeOutUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = SetTimes(call, a, &AudioTrack::fadeInUs, &AudioTrack::fadeOutUs, "fade-in", "fade-out",
-                       fadeInUs, fadeOutUs);
-  return Traced(
-      call, [&] { return trace_args::OrmaSetAudioMediaFadeTime(a, fadeInUs, fadeOutUs); }, r);
+int32_t OrmaSetAudioMediaFadeTime(const char* call, OrmaAudioHandle a, int64_t fadeInUs, int64_t fadeOutUs) {
+  return SetTimes(call, a, &AudioTrack::fadeInUs, &AudioTrack::fadeOutUs, "fade-in", "fade-out", fadeInUs,
+                  fadeOutUs);
 }
 
-} // extern "C"
+} // namespace orma::entry

@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "engine/api/api.h"
-#include "engine/api/trace_args_gen.h"
+#include "engine/api/entry_points_gen.h"
 #include "engine/api/value_limits.h"
 #include "engine/core/registry.h"
 #include "engine/look/animation.h"
@@ -116,10 +116,9 @@ void PieceDefaults(const Caption& caption, CaptionItem* item, const char* text) 
 
 } // namespace
 
-extern "C" {
+namespace orma::entry {
 
-ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath, int32_t kind) {
-  ORMA_ENTRY_NAME;
+OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* call, const char* configPath, int32_t kind) {
   Caption* caption = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(configPath, &error);
@@ -140,14 +139,11 @@ ORMA_API OrmaCaptionHandle OrmaCreateCaptionFromConfigure(const char* configPath
       if (entry->items) entry->items(*caption);
     }
   }
-  return Traced(
-      call, [&] { return trace_args::OrmaCreateCaptionFromConfigure(configPath, kind); },
-      HandleTo<OrmaCaptionHandle>(caption));
+  return HandleTo<OrmaCaptionHandle>(caption);
 }
 
-ORMA_API int32_t OrmaAddCaption(OrmaVideoHandle vv, OrmaCaptionHandle c) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, c, [&](Caption& caption) {
+int32_t OrmaAddCaption(const char* call, OrmaVideoHandle vv, OrmaCaptionHandle c) {
+  return With(call, c, [&](Caption& caption) {
     VirtualVideo* v = VideoOf(vv);
     if (!v) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video handle");
     if (Exporting(v)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
@@ -155,35 +151,27 @@ ORMA_API int32_t OrmaAddCaption(OrmaVideoHandle vv, OrmaCaptionHandle c) {
     AddElement(v, &caption);
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaAddCaption(vv, c); }, r);
 }
 
-ORMA_API int32_t OrmaUpdateCaptionTimeline(OrmaCaptionHandle c, int64_t startUs, int64_t endUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, c, [&](Caption& caption) {
+int32_t OrmaUpdateCaptionTimeline(const char* call, OrmaCaptionHandle c, int64_t startUs, int64_t endUs) {
+  return With(call, c, [&](Caption& caption) {
     // An empty span leaves the caption out until a later span gives it time.
     caption.leftOut = EmptySpan(call, startUs, endUs);
     caption.startUs = caption.leftOut ? startUs : NotNegative(call, "start", startUs);
     caption.endUs = endUs;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaUpdateCaptionTimeline(c, startUs, endUs); }, r);
 }
 
-ORMA_API int32_t OrmaCaptionGetItemCount(OrmaCaptionHandle c) {
-  ORMA_ENTRY_NAME;
+int32_t OrmaCaptionGetItemCount(const char* call, OrmaCaptionHandle c) {
   // A count, not a status: 0 for a caption without items (or a bad handle).
   Caption* caption = CaptionOf(c);
   int32_t n = caption ? static_cast<int32_t>(caption->items.size()) : 0;
   if (!caption) Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
-  return Traced(
-      call, [&] { return trace_args::OrmaCaptionGetItemCount(c); }, n);
+  return n;
 }
 
-ORMA_API OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle c, int32_t index) {
-  ORMA_ENTRY_NAME;
+OrmaCaptionItemHandle OrmaCaptionGetItemCaption(const char* call, OrmaCaptionHandle c, int32_t index) {
   Caption* caption = CaptionOf(c);
   CaptionItem* item = nullptr;
   if (!caption)
@@ -192,29 +180,21 @@ ORMA_API OrmaCaptionItemHandle OrmaCaptionGetItemCaption(OrmaCaptionHandle c, in
     Refuse(call, ORMA_BAD_ARGUMENT, "no item " + std::to_string(index));
   else
     item = caption->items[index];
-  return Traced(
-      call, [&] { return trace_args::OrmaCaptionGetItemCaption(c, index); },
-      HandleTo<OrmaCaptionItemHandle>(item));
+  return HandleTo<OrmaCaptionItemHandle>(item);
 }
 
-ORMA_API int32_t OrmaCaptionGetItemCaptionParam(OrmaCaptionHandle c, int32_t index,
-                                                OrmaCaptionItemBlock* block) {
-  ORMA_ENTRY_NAME;
-  int32_t r = [&] {
-    Caption* caption = CaptionOf(c);
-    if (!caption) return Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
-    if (!block) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
-    if (index < 0 || index >= static_cast<int32_t>(caption->items.size()))
-      return Refuse(call, ORMA_BAD_ARGUMENT, "no item " + std::to_string(index));
-    *block = caption->items[index]->block;
-    return int32_t{ORMA_OK};
-  }();
-  return Traced(
-      call, [&] { return trace_args::OrmaCaptionGetItemCaptionParam(c, index, block); }, r);
+int32_t OrmaCaptionGetItemCaptionParam(const char* call, OrmaCaptionHandle c, int32_t index,
+                                       OrmaCaptionItemBlock* block) {
+  Caption* caption = CaptionOf(c);
+  if (!caption) return Refuse(call, ORMA_BAD_HANDLE, "not a caption handle");
+  if (!block) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
+  if (index < 0 || index >= static_cast<int32_t>(caption->items.size()))
+    return Refuse(call, ORMA_BAD_ARGUMENT, "no item " + std::to_string(index));
+  *block = caption->items[index]->block;
+  return int32_t{ORMA_OK};
 }
 
-ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const char* text) {
-  ORMA_ENTRY_NAME;
+OrmaCaptionItemHandle OrmaGetCaptionItem(const char* call, OrmaCaptionHandle c, const char* text) {
   // The item showing `text`; a caption of styled pieces gets one item per
   // piece, made on first request. Pieces may share a text (a red "AB" and a
   // yellow "AB"): an item whose parameter block a caller has already written
@@ -238,26 +218,22 @@ ORMA_API OrmaCaptionItemHandle OrmaGetCaptionItem(OrmaCaptionHandle c, const cha
       PieceDefaults(*caption, item, text);
     }
   }
-  return Traced(
-      call, [&] { return trace_args::OrmaGetCaptionItem(c, text); }, HandleTo<OrmaCaptionItemHandle>(item));
+  return HandleTo<OrmaCaptionItemHandle>(item);
 }
 
-ORMA_API int32_t OrmaUpdateCaptionItemParam(OrmaCaptionItemHandle i, const OrmaCaptionItemBlock* block) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, i, [&](CaptionItem& item) {
+int32_t OrmaUpdateCaptionItemParam(const char* call, OrmaCaptionItemHandle i,
+                                   const OrmaCaptionItemBlock* block) {
+  return With(call, i, [&](CaptionItem& item) {
     if (!block) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     item.block = *block;
     item.block.text[sizeof item.block.text - 1] = '\0';
     item.filled = true;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaUpdateCaptionItemParam(i, block); }, r);
 }
 
-ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, const char* path) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, i, [&](CaptionItem& item) {
+int32_t OrmaSetCaptionItemEffectConfigure(const char* call, OrmaCaptionItemHandle i, const char* path) {
+  return With(call, i, [&](CaptionItem& item) {
     std::string error;
     std::string native = ResolveLocalFile(path, &error);
     if (native.empty()) return Refuse(call, ORMA_BAD_FILE, error);
@@ -265,41 +241,29 @@ ORMA_API int32_t OrmaSetCaptionItemEffectConfigure(OrmaCaptionItemHandle i, cons
     item.attrs.wordArt = native;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetCaptionItemEffectConfigure(i, path); }, r);
 }
 
-ORMA_API int32_t OrmaSetCaptionItemStroke(OrmaCaptionItemHandle i, const OrmaStrokeBlock* stroke) {
-  ORMA_ENTRY_NAME;
-  int32_t r = SetItemBlock(call, i, &CaptionItemAttributes::stroke, stroke);
-  return Traced(
-      call, [&] { return trace_args::OrmaSetCaptionItemStroke(i, stroke); }, r);
+int32_t OrmaSetCaptionItemStroke(const char* call, OrmaCaptionItemHandle i, const OrmaStrokeBlock* stroke) {
+  return SetItemBlock(call, i, &CaptionItemAttributes::stroke, stroke);
 }
 
-ORMA_API int32_t OrmaSetCaptionItemShadow(OrmaCaptionItemHandle i, const OrmaShadowBlock* shadow) {
-  ORMA_ENTRY_NAME;
-  int32_t r = SetItemBlock(call, i, &CaptionItemAttributes::shadow, shadow);
-  return Traced(
-      call, [&] { return trace_args::OrmaSetCaptionItemShadow(i, shadow); }, r);
+int32_t OrmaSetCaptionItemShadow(const char* call, OrmaCaptionItemHandle i, const OrmaShadowBlock* shadow) {
+  return SetItemBlock(call, i, &CaptionItemAttributes::shadow, shadow);
 }
 
-ORMA_API int32_t OrmaSetCaptionItemBackground(OrmaCaptionItemHandle i, int32_t enable,
-                                              const OrmaCaptionBackgroundBlock* background) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, i, [&](CaptionItem& item) {
+int32_t OrmaSetCaptionItemBackground(const char* call, OrmaCaptionItemHandle i, int32_t enable,
+                                     const OrmaCaptionBackgroundBlock* background) {
+  return With(call, i, [&](CaptionItem& item) {
     if (enable && !background) return Refuse(call, ORMA_BAD_ARGUMENT, "no block");
     item.attrs.backgroundEnabled = enable != 0;
     if (background) item.attrs.background = *background;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetCaptionItemBackground(i, enable, background); }, r);
 }
 
-ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char* configPath, int32_t type,
-                                             int64_t startUs, int64_t durationUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, i, [&](CaptionItem& item) {
+int32_t OrmaSetCaptionItemAnimation(const char* call, OrmaCaptionItemHandle i, const char* configPath,
+                                    int32_t type, int64_t startUs, int64_t durationUs) {
+  return With(call, i, [&](CaptionItem& item) {
     std::string error;
     std::string native = ResolveLocalFile(configPath, &error);
     if (native.empty()) return Refuse(call, ORMA_BAD_FILE, error);
@@ -308,32 +272,23 @@ ORMA_API int32_t OrmaSetCaptionItemAnimation(OrmaCaptionItemHandle i, const char
     item.attrs.animations.push_back({native, type, startUs, durationUs});
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetCaptionItemAnimation(i, configPath, type, startUs, durationUs); },
-      r);
 }
 
-ORMA_API int32_t OrmaSetCaptionItemAnimationCycleDuration(OrmaCaptionItemHandle i, int64_t cycleUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, i, [&](CaptionItem& item) {
+int32_t OrmaSetCaptionItemAnimationCycleDuration(const char* call, OrmaCaptionItemHandle i, int64_t cycleUs) {
+  return With(call, i, [&](CaptionItem& item) {
     if (cycleUs < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative time");
     item.attrs.animationCycle = cycleUs;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetCaptionItemAnimationCycleDuration(i, cycleUs); }, r);
 }
 
-ORMA_API int32_t OrmaCreateCaptionKeyFrameAniamtion(OrmaCaptionHandle c,
-                                                    const OrmaCaptionKeyFrameBlock* frame) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, c, [&](Caption& caption) {
+int32_t OrmaCreateCaptionKeyFrameAniamtion(const char* call, OrmaCaptionHandle c,
+                                           const OrmaCaptionKeyFrameBlock* frame) {
+  return With(call, c, [&](Caption& caption) {
     if (!frame) return Refuse(call, ORMA_BAD_ARGUMENT, "no key frame");
     caption.keyFrames.push_back(*frame);
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaCreateCaptionKeyFrameAniamtion(c, frame); }, r);
 }
 
-} // extern "C"
+} // namespace orma::entry

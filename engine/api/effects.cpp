@@ -2,7 +2,7 @@
 #include <cmath>
 
 #include "engine/api/api.h"
-#include "engine/api/trace_args_gen.h"
+#include "engine/api/entry_points_gen.h"
 #include "engine/api/value_limits.h"
 #include "engine/look/lut_file.h"
 #include "engine/look/special_effect.h"
@@ -15,14 +15,9 @@ Effect* NewEffect(const char* function, OrmaVideoHandle vv, EffectKind kind, int
   int32_t refused;
   VirtualVideo* v = Writable(function, vv, &refused);
   if (!v) return nullptr;
-  // An empty span leaves the effect out; one starting before 0 starts at 0.
-  bool empty = EmptySpan(function, fromUs, toUs);
   auto* e = new Effect();
   e->effect = kind;
-  e->startUs = empty ? fromUs : NotNegative(function, "start", fromUs);
-  e->endUs = toUs;
-  if (empty) LeaveOut(*e);
-  RegisterHandle(e);
+  PlaceNew(function, *e, fromUs, toUs);
   AddElement(v, e);
   return e;
 }
@@ -44,35 +39,25 @@ OrmaEffectHandle Region(const char* function, OrmaVideoHandle vv, EffectKind kin
 
 } // namespace
 
-extern "C" {
+namespace orma::entry {
 
-ORMA_API OrmaEffectHandle OrmaAddMosaic(OrmaVideoHandle vv, const float* region, float intensity,
-                                        int64_t fromUs, int64_t toUs) {
-  ORMA_ENTRY_NAME;
-  OrmaEffectHandle h = Region(call, vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
-  return Traced(
-      call, [&] { return trace_args::OrmaAddMosaic(vv, region, intensity, fromUs, toUs); }, h);
+OrmaEffectHandle OrmaAddMosaic(const char* call, OrmaVideoHandle vv, const float* region, float intensity,
+                               int64_t fromUs, int64_t toUs) {
+  return Region(call, vv, EffectKind::Mosaic, region, intensity, fromUs, toUs);
 }
 
-ORMA_API OrmaEffectHandle OrmaAddGaussBlur(OrmaVideoHandle vv, const float* region, float intensity,
-                                           int64_t fromUs, int64_t toUs) {
-  ORMA_ENTRY_NAME;
-  OrmaEffectHandle h = Region(call, vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
-  return Traced(
-      call, [&] { return trace_args::OrmaAddGaussBlur(vv, region, intensity, fromUs, toUs); }, h);
+OrmaEffectHandle OrmaAddGaussBlur(const char* call, OrmaVideoHandle vv, const float* region, float intensity,
+                                  int64_t fromUs, int64_t toUs) {
+  return Region(call, vv, EffectKind::GaussBlur, region, intensity, fromUs, toUs);
 }
 
-ORMA_API OrmaEffectHandle OrmaAddDeLogo(OrmaVideoHandle vv, const float* region, int64_t fromUs,
-                                        int64_t toUs) {
-  ORMA_ENTRY_NAME;
-  OrmaEffectHandle h = Region(call, vv, EffectKind::DeLogo, region, 0.0f, fromUs, toUs);
-  return Traced(
-      call, [&] { return trace_args::OrmaAddDeLogo(vv, region, fromUs, toUs); }, h);
+OrmaEffectHandle OrmaAddDeLogo(const char* call, OrmaVideoHandle vv, const float* region, int64_t fromUs,
+                               int64_t toUs) {
+  return Region(call, vv, EffectKind::DeLogo, region, 0.0f, fromUs, toUs);
 }
 
-ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float intensity, int64_t fromUs,
-                                     int64_t toUs) {
-  ORMA_ENTRY_NAME;
+OrmaEffectHandle OrmaAddLUT(const char* call, OrmaVideoHandle vv, const char* path, float intensity,
+                            int64_t fromUs, int64_t toUs) {
   Effect* e = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(path, &error);
@@ -89,27 +74,22 @@ ORMA_API OrmaEffectHandle OrmaAddLUT(OrmaVideoHandle vv, const char* path, float
     e->path = native;
     e->intensity = intensity;
   }
-  return Traced(
-      call, [&] { return trace_args::OrmaAddLUT(vv, path, intensity, fromUs, toUs); },
-      HandleTo<OrmaEffectHandle>(e));
+  return HandleTo<OrmaEffectHandle>(e);
 }
 
-ORMA_API OrmaEffectHandle OrmaAddFilterAdjustment(OrmaVideoHandle vv, const OrmaAdjustmentBlock* adjustment,
-                                                  int64_t fromUs, int64_t toUs) {
-  ORMA_ENTRY_NAME;
+OrmaEffectHandle OrmaAddFilterAdjustment(const char* call, OrmaVideoHandle vv,
+                                         const OrmaAdjustmentBlock* adjustment, int64_t fromUs,
+                                         int64_t toUs) {
   Effect* e = nullptr;
   if (!adjustment)
     Refuse(call, ORMA_BAD_ARGUMENT, "no adjustment block");
   else if ((e = NewEffect(call, vv, EffectKind::Adjustment, fromUs, toUs)))
     e->adjustment = *adjustment;
-  return Traced(
-      call, [&] { return trace_args::OrmaAddFilterAdjustment(vv, adjustment, fromUs, toUs); },
-      HandleTo<OrmaEffectHandle>(e));
+  return HandleTo<OrmaEffectHandle>(e);
 }
 
-ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* configPath, int32_t applyRange,
-                                               int64_t fromUs, int64_t toUs) {
-  ORMA_ENTRY_NAME;
+OrmaEffectHandle OrmaAddSpecialEffect(const char* call, OrmaVideoHandle vv, const char* configPath,
+                                      int32_t applyRange, int64_t fromUs, int64_t toUs) {
   Effect* e = nullptr;
   std::string error;
   std::string native = ResolveLocalFile(configPath, &error);
@@ -122,26 +102,19 @@ ORMA_API OrmaEffectHandle OrmaAddSpecialEffect(OrmaVideoHandle vv, const char* c
     e->special = std::move(chain);
     e->underEveryLevel = applyRange == 1; // the main track only
   }
-  return Traced(
-      call, [&] { return trace_args::OrmaAddSpecialEffect(vv, configPath, applyRange, fromUs, toUs); },
-      HandleTo<OrmaEffectHandle>(e));
+  return HandleTo<OrmaEffectHandle>(e);
 }
 
-ORMA_API int32_t OrmaUpdateEffectLevel(void* handle, int32_t level) {
-  ORMA_ENTRY_NAME;
+int32_t OrmaUpdateEffectLevel(const char* call, void* handle, int32_t level) {
   // Effects and picture-in-picture scenes take a stacking level.
-  int32_t r = [&] {
-    Handle* h = FindHandle(handle);
-    if (!h || (h->type != HandleType::Effect && h->type != HandleType::Scene))
-      return Refuse(call, ORMA_BAD_HANDLE, "not an effect or picture-in-picture scene handle");
-    auto* e = static_cast<Element*>(h);
-    if (Exporting(e->video)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
-    if (level < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative level");
-    e->level = level;
-    return int32_t{ORMA_OK};
-  }();
-  return Traced(
-      call, [&] { return trace_args::OrmaUpdateEffectLevel(handle, level); }, r);
+  Handle* h = FindHandle(handle);
+  if (!h || (h->type != HandleType::Effect && h->type != HandleType::Scene))
+    return Refuse(call, ORMA_BAD_HANDLE, "not an effect or picture-in-picture scene handle");
+  auto* e = static_cast<Element*>(h);
+  if (Exporting(e->video)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
+  if (level < 0) return Refuse(call, ORMA_BAD_ARGUMENT, "negative level");
+  e->level = level;
+  return int32_t{ORMA_OK};
 }
 
-} // extern "C"
+} // namespace orma::entry

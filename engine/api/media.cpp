@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "engine/api/api.h"
-#include "engine/api/trace_args_gen.h"
+#include "engine/api/entry_points_gen.h"
 #include "engine/api/value_limits.h"
 #include "engine/look/animation.h"
 #include "engine/look/face_count.h"
@@ -54,32 +54,22 @@ int32_t SetRect(const char* call, OrmaMediaHandle m, float (MediaAttributes::*me
 
 } // namespace
 
-extern "C" {
+namespace orma::entry {
 
-ORMA_API int32_t OrmaSetMediaTimeLine(OrmaMediaHandle m, int64_t startUs, int64_t durationUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = SetTimes(call, m, &MediaAttributes::timeline, "start", "duration", startUs, durationUs);
-  return Traced(
-      call, [&] { return trace_args::OrmaSetMediaTimeLine(m, startUs, durationUs); }, r);
+int32_t OrmaSetMediaTimeLine(const char* call, OrmaMediaHandle m, int64_t startUs, int64_t durationUs) {
+  return SetTimes(call, m, &MediaAttributes::timeline, "start", "duration", startUs, durationUs);
 }
 
-ORMA_API int32_t OrmaSetMediaCutTime(OrmaMediaHandle m, int64_t trimStartUs, int64_t trimEndUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = SetTimes(call, m, &MediaAttributes::cut, "trim start", "trim end", trimStartUs, trimEndUs);
-  return Traced(
-      call, [&] { return trace_args::OrmaSetMediaCutTime(m, trimStartUs, trimEndUs); }, r);
+int32_t OrmaSetMediaCutTime(const char* call, OrmaMediaHandle m, int64_t trimStartUs, int64_t trimEndUs) {
+  return SetTimes(call, m, &MediaAttributes::cut, "trim start", "trim end", trimStartUs, trimEndUs);
 }
 
-ORMA_API int32_t OrmaSetMediaAudioFadeTime(OrmaMediaHandle m, int64_t fadeInUs, int64_t fadeOutUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = SetTimes(call, m, &MediaAttributes::audioFade, "fade-in", "fade-out", fadeInUs, fadeOutUs);
-  return Traced(
-      call, [&] { return trace_args::OrmaSetMediaAudioFadeTime(m, fadeInUs, fadeOutUs); }, r);
+int32_t OrmaSetMediaAudioFadeTime(const char* call, OrmaMediaHandle m, int64_t fadeInUs, int64_t fadeOutUs) {
+  return SetTimes(call, m, &MediaAttributes::audioFade, "fade-in", "fade-out", fadeInUs, fadeOutUs);
 }
 
-ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float intensity) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, m, [&](Media& media) {
+int32_t OrmaSetMediaLUT(const char* call, OrmaMediaHandle m, const char* path, float intensity) {
+  return With(call, m, [&](Media& media) {
     std::string native, error;
     if (!std::isfinite(intensity)) return Refuse(call, ORMA_BAD_ARGUMENT, "intensity is not a number");
     Lut3D lut;
@@ -90,52 +80,37 @@ ORMA_API int32_t OrmaSetMediaLUT(OrmaMediaHandle m, const char* path, float inte
     media.attrs.lutIntensity = intensity;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetMediaLUT(m, path, intensity); }, r);
 }
 
-ORMA_API int32_t OrmaSetMediaBlur(OrmaMediaHandle m, const OrmaBlurBlock* blur) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, m, [&](Media& media) {
+int32_t OrmaSetMediaBlur(const char* call, OrmaMediaHandle m, const OrmaBlurBlock* blur) {
+  return With(call, m, [&](Media& media) {
     if (!blur) return Refuse(call, ORMA_BAD_ARGUMENT, "no blur block");
     media.attrs.blur = *blur;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetMediaBlur(m, blur); }, r);
 }
 
-ORMA_API int32_t OrmaGetMediaFaceCount(OrmaMediaHandle m, int32_t* count) {
-  ORMA_ENTRY_NAME;
+int32_t OrmaGetMediaFaceCount(const char* call, OrmaMediaHandle m, int32_t* count) {
   // The result is the number of faces too, so 0 (no face) tells callers to
   // skip face shaping; see face_count.h for the frames looked at.
-  int32_t r = With(call, m, [&](Media& media) {
+  return With(call, m, [&](Media& media) {
     if (!count) return Refuse(call, ORMA_BAD_ARGUMENT, "no count");
     *count = CountMediaFaces(media.probe, media.attrs.cut.first, media.attrs.cut.second);
     return *count;
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaGetMediaFaceCount(m, count); }, r);
 }
 
-ORMA_API int32_t OrmaSetMediaClip(OrmaMediaHandle m, const float* rect) {
-  ORMA_ENTRY_NAME;
-  int32_t r = SetRect(call, m, &MediaAttributes::crop, rect);
-  return Traced(
-      call, [&] { return trace_args::OrmaSetMediaClip(m, rect); }, r);
+int32_t OrmaSetMediaClip(const char* call, OrmaMediaHandle m, const float* rect) {
+  return SetRect(call, m, &MediaAttributes::crop, rect);
 }
 
-ORMA_API int32_t OrmaSetMediaShowRect(OrmaMediaHandle m, const float* rect) {
-  ORMA_ENTRY_NAME;
-  int32_t r = SetRect(call, m, &MediaAttributes::show, rect);
-  return Traced(
-      call, [&] { return trace_args::OrmaSetMediaShowRect(m, rect); }, r);
+int32_t OrmaSetMediaShowRect(const char* call, OrmaMediaHandle m, const float* rect) {
+  return SetRect(call, m, &MediaAttributes::show, rect);
 }
 
-ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath, int32_t type,
-                                       int64_t startUs, int64_t durationUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, m, [&](Media& media) {
+int32_t OrmaSetMediaAnimation(const char* call, OrmaMediaHandle m, const char* configPath, int32_t type,
+                              int64_t startUs, int64_t durationUs) {
+  return With(call, m, [&](Media& media) {
     std::string native, error;
     media.animationLeftOut = !Resource(configPath, &native, &error) || !AnimationClip::Load(native, &error);
     if (media.animationLeftOut) return WithoutResource(call, error);
@@ -147,13 +122,10 @@ ORMA_API int32_t OrmaSetMediaAnimation(OrmaMediaHandle m, const char* configPath
     media.attrs.animations.push_back({native, type, startUs, durationUs});
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetMediaAnimation(m, configPath, type, startUs, durationUs); }, r);
 }
 
-ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t cycleUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, m, [&](Media& media) {
+int32_t OrmaSetMediaAnimationCycleDuration(const char* call, OrmaMediaHandle m, int64_t cycleUs) {
+  return With(call, m, [&](Media& media) {
     if (media.animationLeftOut) return int32_t{ORMA_OK}; // its animation was left out
     cycleUs = NotNegative(call, "cycle", cycleUs);
     // The cycle belongs to the animation set just before it.
@@ -162,12 +134,9 @@ ORMA_API int32_t OrmaSetMediaAnimationCycleDuration(OrmaMediaHandle m, int64_t c
     media.attrs.animations.back().cycleUs = cycleUs;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetMediaAnimationCycleDuration(m, cycleUs); }, r);
 }
 
-ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyFrameBlock* frame) {
-  ORMA_ENTRY_NAME;
+int64_t OrmaMediaAddKeyFrameAnimation(const char* call, OrmaMediaHandle m, const OrmaKeyFrameBlock* frame) {
   // Returns the key frame's 1-based number (0 on failure).
   int64_t r = 0;
   Media* media = MediaOf(m);
@@ -181,25 +150,20 @@ ORMA_API int64_t OrmaMediaAddKeyFrameAnimation(OrmaMediaHandle m, const OrmaKeyF
     media->attrs.keyFrames.push_back(*frame);
     r = static_cast<int64_t>(media->attrs.keyFrames.size());
   }
-  return Traced(
-      call, [&] { return trace_args::OrmaMediaAddKeyFrameAnimation(m, frame); }, r);
+  return r;
 }
 
-ORMA_API int32_t OrmaSetMediaMaskVideo(OrmaMediaHandle m, const char* path) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, m, [&](Media& media) {
+int32_t OrmaSetMediaMaskVideo(const char* call, OrmaMediaHandle m, const char* path) {
+  return With(call, m, [&](Media& media) {
     MediaProbe probe = ProbeMedia(path, true);
     if (!probe.ok) return WithoutResource(call, probe.error);
     if (!probe.hasVideo) return WithoutResource(call, probe.path + ": has no picture");
     media.attrs.maskVideo = probe.path;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetMediaMaskVideo(m, path); }, r);
 }
 
-ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char* configPath) {
-  ORMA_ENTRY_NAME;
+OrmaMaskHandle OrmaAddMediaMaskFromConfig(const char* call, OrmaMediaHandle m, const char* configPath) {
   Mask* mask = nullptr;
   Media* media = MediaOf(m);
   std::string native, error;
@@ -222,14 +186,11 @@ ORMA_API OrmaMaskHandle OrmaAddMediaMaskFromConfig(OrmaMediaHandle m, const char
     RegisterHandle(mask);
     media->masks.push_back(mask);
   }
-  return Traced(
-      call, [&] { return trace_args::OrmaAddMediaMaskFromConfig(m, configPath); },
-      HandleTo<OrmaMaskHandle>(mask));
+  return HandleTo<OrmaMaskHandle>(mask);
 }
 
-ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHandle mask,
-                                                   const OrmaMaskKeyFrameBlock* frame) {
-  ORMA_ENTRY_NAME;
+int64_t OrmaMediaAddMaskKeyFrameAnimation(const char* call, OrmaMediaHandle m, OrmaMaskHandle mask,
+                                          const OrmaMaskKeyFrameBlock* frame) {
   int64_t r = 0;
   Media* media = MediaOf(m);
   Mask* k = MaskOf(mask);
@@ -241,48 +202,33 @@ ORMA_API int64_t OrmaMediaAddMaskKeyFrameAnimation(OrmaMediaHandle m, OrmaMaskHa
     k->keyFrames.push_back(*frame);
     r = static_cast<int64_t>(k->keyFrames.size());
   }
-  return Traced(
-      call, [&] { return trace_args::OrmaMediaAddMaskKeyFrameAnimation(m, mask, frame); }, r);
+  return r;
 }
 
-ORMA_API int32_t OrmaUpdateMediaMaskParam(OrmaMediaHandle m, OrmaMaskHandle mask,
-                                          const OrmaMaskShapeBlock* shape) {
-  ORMA_ENTRY_NAME;
-  int32_t r = [&] {
-    Media* media = MediaOf(m);
-    Mask* k = MaskOf(mask);
-    if (!media || !k || k->media != media) return Refuse(call, ORMA_BAD_HANDLE, "not a mask of the media");
-    if (!shape) return Refuse(call, ORMA_BAD_ARGUMENT, "no shape");
-    k->shape = *shape;
-    return int32_t{ORMA_OK};
-  }();
-  return Traced(
-      call, [&] { return trace_args::OrmaUpdateMediaMaskParam(m, mask, shape); }, r);
+int32_t OrmaUpdateMediaMaskParam(const char* call, OrmaMediaHandle m, OrmaMaskHandle mask,
+                                 const OrmaMaskShapeBlock* shape) {
+  Media* media = MediaOf(m);
+  Mask* k = MaskOf(mask);
+  if (!media || !k || k->media != media) return Refuse(call, ORMA_BAD_HANDLE, "not a mask of the media");
+  if (!shape) return Refuse(call, ORMA_BAD_ARGUMENT, "no shape");
+  k->shape = *shape;
+  return int32_t{ORMA_OK};
 }
 
-ORMA_API int32_t OrmaSetMediaChromaKey(OrmaMediaHandle m, int32_t enable, int32_t red, int32_t green,
-                                       int32_t blue, int32_t factor, int32_t alphaLower, int32_t alphaUpper,
-                                       int32_t edgeSize) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, m, [&](Media& media) {
+int32_t OrmaSetMediaChromaKey(const char* call, OrmaMediaHandle m, int32_t enable, int32_t red, int32_t green,
+                              int32_t blue, int32_t factor, int32_t alphaLower, int32_t alphaUpper,
+                              int32_t edgeSize) {
+  return With(call, m, [&](Media& media) {
     media.attrs.chromaKeyEnabled = enable != 0;
     const int32_t values[7] = {red, green, blue, factor, alphaLower, alphaUpper, edgeSize};
     std::copy(values, values + 7, media.attrs.chromaKey);
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call,
-      [&] {
-        return trace_args::OrmaSetMediaChromaKey(m, enable, red, green, blue, factor, alphaLower, alphaUpper,
-                                                 edgeSize);
-      },
-      r);
 }
 
-ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* configPath, int64_t startUs,
-                                           int64_t durationUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, m, [&](Media& media) {
+int32_t OrmaSetMediaSpecialEffect(const char* call, OrmaMediaHandle m, const char* configPath,
+                                  int64_t startUs, int64_t durationUs) {
+  return With(call, m, [&](Media& media) {
     std::string native, error;
     std::shared_ptr<const SpecialEffect> chain;
     if (!Resource(configPath, &native, &error) || !(chain = SpecialEffect::Load(native, &error)))
@@ -292,8 +238,6 @@ ORMA_API int32_t OrmaSetMediaSpecialEffect(OrmaMediaHandle m, const char* config
     media.specialEffects.push_back({chain, startUs, durationUs});
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetMediaSpecialEffect(m, configPath, startUs, durationUs); }, r);
 }
 
-} // extern "C"
+} // namespace orma::entry

@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "engine/api/api.h"
-#include "engine/api/trace_args_gen.h"
+#include "engine/api/entry_points_gen.h"
 #include "engine/api/value_limits.h"
 #include "engine/render/transitions.h"
 
@@ -12,51 +12,34 @@ using namespace orma;
 namespace {
 
 OrmaSceneHandle NewScene(const char* function, int64_t startUs, int64_t endUs, bool pip) {
-  // An empty span leaves the scene out; one starting before 0 starts at 0.
-  bool empty = EmptySpan(function, startUs, endUs);
   auto* s = new Scene(pip);
-  s->startUs = empty ? startUs : NotNegative(function, "start", startUs);
-  s->endUs = endUs;
-  if (empty) LeaveOut(*s);
-  RegisterHandle(s);
+  PlaceNew(function, *s, startUs, endUs);
   return HandleTo<OrmaSceneHandle>(s);
 }
 
 } // namespace
 
-extern "C" {
+namespace orma::entry {
 
-ORMA_API OrmaSceneHandle OrmaCreateScene(int64_t startUs, int64_t endUs) {
-  ORMA_ENTRY_NAME;
-  OrmaSceneHandle s = NewScene(call, startUs, endUs, false);
-  return Traced(
-      call, [&] { return trace_args::OrmaCreateScene(startUs, endUs); }, s);
+OrmaSceneHandle OrmaCreateScene(const char* call, int64_t startUs, int64_t endUs) {
+  return NewScene(call, startUs, endUs, false);
 }
 
-ORMA_API OrmaSceneHandle OrmaCreatePIPScene(int64_t startUs, int64_t endUs) {
-  ORMA_ENTRY_NAME;
-  OrmaSceneHandle s = NewScene(call, startUs, endUs, true);
-  return Traced(
-      call, [&] { return trace_args::OrmaCreatePIPScene(startUs, endUs); }, s);
+OrmaSceneHandle OrmaCreatePIPScene(const char* call, int64_t startUs, int64_t endUs) {
+  return NewScene(call, startUs, endUs, true);
 }
 
-ORMA_API int32_t OrmaAddScene(OrmaVideoHandle vv, OrmaSceneHandle scene) {
-  ORMA_ENTRY_NAME;
-  int32_t r = [&] {
-    VirtualVideo* v = VideoOf(vv);
-    Scene* s = SceneOf(scene);
-    if (!v || !s) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video and a scene");
-    if (Exporting(v)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
-    if (s->video) return Refuse(call, ORMA_BAD_STATE, "the scene is already on a timeline");
-    AddElement(v, s);
-    return int32_t{ORMA_OK};
-  }();
-  return Traced(
-      call, [&] { return trace_args::OrmaAddScene(vv, scene); }, r);
+int32_t OrmaAddScene(const char* call, OrmaVideoHandle vv, OrmaSceneHandle scene) {
+  VirtualVideo* v = VideoOf(vv);
+  Scene* s = SceneOf(scene);
+  if (!v || !s) return Refuse(call, ORMA_BAD_HANDLE, "not a virtual video and a scene");
+  if (Exporting(v)) return Refuse(call, ORMA_BAD_STATE, "an export is running");
+  if (s->video) return Refuse(call, ORMA_BAD_STATE, "the scene is already on a timeline");
+  AddElement(v, s);
+  return int32_t{ORMA_OK};
 }
 
-ORMA_API OrmaMediaHandle OrmaSceneCreateMedia(const char* path) {
-  ORMA_ENTRY_NAME;
+OrmaMediaHandle OrmaSceneCreateMedia(const char* call, const char* path) {
   // The file is opened and its first frame decoded now, so that a missing,
   // unreadable or undecodable file is reported here and not while rendering.
   MediaProbe probe = ProbeMedia(path, true);
@@ -68,13 +51,11 @@ ORMA_API OrmaMediaHandle OrmaSceneCreateMedia(const char* path) {
     m->probe = probe;
     RegisterHandle(m);
   }
-  return Traced(
-      call, [&] { return trace_args::OrmaSceneCreateMedia(path); }, HandleTo<OrmaMediaHandle>(m));
+  return HandleTo<OrmaMediaHandle>(m);
 }
 
-ORMA_API int32_t OrmaSceneAddMediaHandle(OrmaSceneHandle scene, OrmaMediaHandle media) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, scene, [&](Scene& s) {
+int32_t OrmaSceneAddMediaHandle(const char* call, OrmaSceneHandle scene, OrmaMediaHandle media) {
+  return With(call, scene, [&](Scene& s) {
     Media* m = MediaOf(media);
     if (!m) return Refuse(call, ORMA_BAD_HANDLE, "not a media handle");
     if (m->scene) return Refuse(call, ORMA_BAD_STATE, "the media is already in a scene");
@@ -82,13 +63,10 @@ ORMA_API int32_t OrmaSceneAddMediaHandle(OrmaSceneHandle scene, OrmaMediaHandle 
     s.media.push_back(m);
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSceneAddMediaHandle(scene, media); }, r);
 }
 
-ORMA_API int32_t OrmaSetSceneBackGroundImage(OrmaSceneHandle scene, const char* path) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, scene, [&](Scene& s) {
+int32_t OrmaSetSceneBackGroundImage(const char* call, OrmaSceneHandle scene, const char* path) {
+  return With(call, scene, [&](Scene& s) {
     MediaProbe probe = ProbeMedia(path, true);
     if (!probe.ok) return Refuse(call, ORMA_BAD_FILE, probe.error);
     if (!probe.hasVideo) return Refuse(call, ORMA_BAD_FILE, probe.path + ": not a picture");
@@ -97,13 +75,10 @@ ORMA_API int32_t OrmaSetSceneBackGroundImage(OrmaSceneHandle scene, const char* 
     s.background.picture = probe;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetSceneBackGroundImage(scene, path); }, r);
 }
 
-ORMA_API int32_t OrmaSetSceneBackGroundColor(OrmaSceneHandle scene, const float* rgba) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, scene, [&](Scene& s) {
+int32_t OrmaSetSceneBackGroundColor(const char* call, OrmaSceneHandle scene, const float* rgba) {
+  return With(call, scene, [&](Scene& s) {
     if (!rgba) return Refuse(call, ORMA_BAD_ARGUMENT, "no colour");
     s.background = Background();
     s.background.kind = BackgroundKind::Color;
@@ -111,15 +86,12 @@ ORMA_API int32_t OrmaSetSceneBackGroundColor(OrmaSceneHandle scene, const float*
       s.background.rgba[i] = std::isfinite(rgba[i]) ? std::clamp(rgba[i], 0.0f, 1.0f) : 0.0f;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetSceneBackGroundColor(scene, rgba); }, r);
 }
 
-ORMA_API int32_t OrmaSetSceneBackGroundGaussBlur(OrmaSceneHandle scene, float intensity) {
-  ORMA_ENTRY_NAME;
+int32_t OrmaSetSceneBackGroundGaussBlur(const char* call, OrmaSceneHandle scene, float intensity) {
   // Intensity 0 (what a draft without a blurred background passes) leaves
   // the scene without background: black where no media is.
-  int32_t r = With(call, scene, [&](Scene& s) {
+  return With(call, scene, [&](Scene& s) {
     if (!std::isfinite(intensity)) return Refuse(call, ORMA_BAD_ARGUMENT, "not a number");
     s.background = Background();
     if (intensity > 0.0f) {
@@ -128,13 +100,11 @@ ORMA_API int32_t OrmaSetSceneBackGroundGaussBlur(OrmaSceneHandle scene, float in
     }
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetSceneBackGroundGaussBlur(scene, intensity); }, r);
 }
 
-ORMA_API int32_t OrmaSetSceneTransitionMode(OrmaVideoHandle vv, OrmaSceneHandle scene, int32_t mode) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, scene, [&](Scene& s) {
+int32_t OrmaSetSceneTransitionMode(const char* call, OrmaVideoHandle vv, OrmaSceneHandle scene,
+                                   int32_t mode) {
+  return With(call, scene, [&](Scene& s) {
     if (!VideoOf(vv) || s.video != VideoOf(vv))
       return Refuse(call, ORMA_BAD_HANDLE, "the scene is not on this virtual video");
     // Mode 3: the transition is centred on the cut and the timeline keeps
@@ -143,14 +113,11 @@ ORMA_API int32_t OrmaSetSceneTransitionMode(OrmaVideoHandle vv, OrmaSceneHandle 
     s.transitionMode = mode;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetSceneTransitionMode(vv, scene, mode); }, r);
 }
 
-ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scene, const char* path,
-                                        int64_t durationUs) {
-  ORMA_ENTRY_NAME;
-  int32_t r = With(call, scene, [&](Scene& s) {
+int32_t OrmaSetSceneTransition(const char* call, OrmaVideoHandle vv, OrmaSceneHandle scene, const char* path,
+                               int64_t durationUs) {
+  return With(call, scene, [&](Scene& s) {
     if (!VideoOf(vv) || s.video != VideoOf(vv))
       return Refuse(call, ORMA_BAD_HANDLE, "the scene is not on this virtual video");
     if (s.transitionMode != 3)
@@ -163,8 +130,6 @@ ORMA_API int32_t OrmaSetSceneTransition(OrmaVideoHandle vv, OrmaSceneHandle scen
     s.transitionUs = durationUs;
     return int32_t{ORMA_OK};
   });
-  return Traced(
-      call, [&] { return trace_args::OrmaSetSceneTransition(vv, scene, path, durationUs); }, r);
 }
 
-} // extern "C"
+} // namespace orma::entry

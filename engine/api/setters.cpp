@@ -1,9 +1,9 @@
 // The simple setters of the API, as rows of one table. Each of them does the
-// same five things: looks up its handle (refusing one of another kind),
-// refuses while the handle's video is exporting, brings the value into its
-// range (or refuses it), stores it in one member, and traces the call. A row
-// names the entry point, the member and the limit; the body (Set) is written
-// once. Entry points that do more than store one value (read a file, set a
+// same things: looks up its handle (refusing one of another kind), refuses
+// while the handle's video is exporting, brings the value into its range (or
+// refuses it) and stores it in one member; the generated C entry point traces
+// the call. A row names the entry point, the member and the limit; the body
+// (Set) is written once. Entry points that do more than store one value (read a file, set a
 // pair of times, add to a list) stay in the file of their kind.
 //
 // A value is brought into range here, at the API, and nowhere later: the
@@ -14,7 +14,7 @@
 #include <type_traits>
 
 #include "engine/api/api.h"
-#include "engine/api/trace_args_gen.h"
+#include "engine/api/entry_points_gen.h"
 #include "engine/api/value_limits.h"
 
 using namespace orma;
@@ -87,12 +87,9 @@ int32_t Store(const char* call, Value value, Field& field, const Limit& limit) {
 }
 
 // The one body of every row.
-template <class Handle, class Value, class Owner, class Field, class TraceList>
-int32_t Set(const char* call, Handle handle, Value value, Field Owner::*member, const Limit& limit,
-            TraceList trace) {
-  int32_t r =
-      With(call, handle, [&](auto& object) { return Store(call, value, Members(object).*member, limit); });
-  return Traced(call, trace, r);
+template <class Handle, class Value, class Owner, class Field>
+int32_t Set(const char* call, Handle handle, Value value, Field Owner::*member, const Limit& limit) {
+  return With(call, handle, [&](auto& object) { return Store(call, value, Members(object).*member, limit); });
 }
 
 // The handle and value types of a setter, as corelib/orma_core.h declares it.
@@ -105,12 +102,15 @@ template <class H, class V> struct Setter<int32_t(H, V)> {
 } // namespace
 
 // One row: the entry point, the member it stores, the limit of its value.
+// It defines the entry point's body; the C function around it, which traces
+// the call, is generated (entry_points_gen.cpp).
 #define ORMA_SETTER(Entry, member, limit)                                                                    \
-  ORMA_API int32_t Entry(Setter<decltype(Entry)>::Handle handle, Setter<decltype(Entry)>::Value value) {     \
-    return Set(#Entry, handle, value, &member, limit, [&] { return trace_args::Entry(handle, value); });     \
+  int32_t Entry(const char* call, Setter<decltype(::Entry)>::Handle handle,                                  \
+                Setter<decltype(::Entry)>::Value value) {                                                    \
+    return Set(call, handle, value, &member, limit);                                                         \
   }
 
-extern "C" {
+namespace orma::entry {
 
 // Media items.
 ORMA_SETTER(OrmaSetMediaFlip, MediaAttributes::flip,
@@ -170,4 +170,4 @@ ORMA_SETTER(OrmaSetAudioSamples, ExportSettings::sampleRate,
 ORMA_SETTER(OrmaEnableHWDecoder, ExportSettings::hwDecoder, kAsGiven)
 ORMA_SETTER(OrmaEnableHWEncoder, ExportSettings::hwEncoder, kAsGiven)
 
-} // extern "C"
+} // namespace orma::entry

@@ -1,7 +1,7 @@
 // What the trace (ORMA_TRACE) shows of a parameter block an entry point is
 // handed: the fields that tell one call from another, not the whole block
 // (a key frame is over 4 KiB). The generated argument lists
-// (trace_args_gen.h) call Describe for every block parameter; a block
+// (entry_points_gen.cpp) call Describe for every block parameter; a block
 // without an overload of its own is shown by its address. A null block is
 // shown as "null".
 #pragma once

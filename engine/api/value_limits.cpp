@@ -53,4 +53,12 @@ bool EmptySpan(const char* function, int64_t fromUs, int64_t toUs) {
   return true;
 }
 
+void PlaceNew(const char* function, Element& element, int64_t fromUs, int64_t toUs) {
+  const bool empty = EmptySpan(function, fromUs, toUs);
+  element.startUs = empty ? fromUs : NotNegative(function, "start", fromUs);
+  element.endUs = toUs;
+  if (empty) LeaveOut(element);
+  RegisterHandle(&element);
+}
+
 } // namespace orma

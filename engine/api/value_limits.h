@@ -39,4 +39,9 @@ int32_t WithoutResource(const char* function, const std::string& error);
 /// later calls on it succeed, but the timeline never draws or plays it.
 inline void LeaveOut(Element& element) { element.leftOut = true; }
 
+/// Gives a new element its span [fromUs, toUs) and registers its handle: an
+/// empty span leaves it out (EmptySpan), one starting before 0 starts at 0
+/// (NotNegative), each with its log line.
+void PlaceNew(const char* function, Element& element, int64_t fromUs, int64_t toUs);
+
 } // namespace orma

@@ -15,7 +15,7 @@ extern "C" {
 #include <cstring>
 
 #include "engine/api/api.h"
-#include "engine/api/trace_args_gen.h"
+#include "engine/api/entry_points_gen.h"
 #include "platform/text_number.h"
 
 using namespace orma;
@@ -30,28 +30,22 @@ void WriteVersion(char* out, size_t size, unsigned packed) {
 
 } // namespace
 
-extern "C" {
+namespace orma::entry {
 
-ORMA_API int32_t OrmaGetVersions(OrmaVersionBlock* versions) {
-  ORMA_ENTRY_NAME;
-  int32_t r = [&] {
-    if (!versions) return Refuse(call, ORMA_BAD_ARGUMENT, "no version block");
-    *versions = OrmaVersionBlock{};
-    platform::CopyText(versions->core, ORMA_CORE_VERSION);
-    const char* mlt = mlt_version_get_string();
-    platform::CopyText(versions->mlt, mlt);
-    const char* ffmpeg = av_version_info();
-    platform::CopyText(versions->ffmpeg, ffmpeg);
-    WriteVersion(versions->libavformat, sizeof versions->libavformat, avformat_version());
-    WriteVersion(versions->libavcodec, sizeof versions->libavcodec, avcodec_version());
-    return int32_t{ORMA_OK};
-  }();
-  return Traced(
-      call, [&] { return trace_args::OrmaGetVersions(versions); }, r);
+int32_t OrmaGetVersions(const char* call, OrmaVersionBlock* versions) {
+  if (!versions) return Refuse(call, ORMA_BAD_ARGUMENT, "no version block");
+  *versions = OrmaVersionBlock{};
+  platform::CopyText(versions->core, ORMA_CORE_VERSION);
+  const char* mlt = mlt_version_get_string();
+  platform::CopyText(versions->mlt, mlt);
+  const char* ffmpeg = av_version_info();
+  platform::CopyText(versions->ffmpeg, ffmpeg);
+  WriteVersion(versions->libavformat, sizeof versions->libavformat, avformat_version());
+  WriteVersion(versions->libavcodec, sizeof versions->libavcodec, avcodec_version());
+  return int32_t{ORMA_OK};
 }
 
-ORMA_API int32_t OrmaGetLastError(char* text, int32_t capacity) {
-  ORMA_ENTRY_NAME;
+int32_t OrmaGetLastError(const char*, char* text, int32_t capacity) {
   // Not itself a failure when the buffer is missing: there is then nothing
   // to copy, and the last failure stays what it was.
   const std::string last = LastFailure();
@@ -60,8 +54,7 @@ ORMA_API int32_t OrmaGetLastError(char* text, int32_t capacity) {
     platform::CopyText(text, static_cast<size_t>(capacity), last.c_str());
     r = static_cast<int32_t>(std::strlen(text));
   }
-  return Traced(
-      call, [&] { return trace_args::OrmaGetLastError(text, capacity); }, r);
+  return r;
 }
 
-} // extern "C"
+} // namespace orma::entry

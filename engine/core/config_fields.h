@@ -20,8 +20,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <variant>
+#include <type_traits>
 #include <vector>
+
+#include "platform/field_table.h"
 
 namespace orma {
 
@@ -58,23 +60,28 @@ struct KeyedNumber {
   KeyedNumber(float v) : value(v) {}
 };
 
-/// A field that is required must be present; the others keep the member's
-/// value when absent. A colour is [r, g, b] or [r, g, b, a] (0..1), or a text
-/// "#rrggbb" / "#rrggbbaa". A list of texts is an array of strings.
-template <class T> struct FieldSpec {
-  using Member =
-      std::variant<float T::*, double T::*, int T::*, int64_t T::*, bool T::*, std::string T::*, Rgba T::*,
-                   std::vector<float> T::*, KeyedNumber T::*, std::vector<std::string> T::*>;
-  const char* name;
-  Member member;
+/// What a resource reader demands of one field: its range (numbers), its
+/// allowed values (texts) and whether it must be present.
+struct FieldLimit {
   Range range{};
   Choices choices{};
   bool required = false;
+};
 
-  FieldSpec(const char* n, Member m, Range r = Range(), bool req = false)
-      : name(n), member(m), range(r), required(req) {}
-  FieldSpec(const char* n, Member m, Choices c, bool req = false)
-      : name(n), member(m), choices(c), required(req) {}
+/// A field that is required must be present; the others keep the member's
+/// value when absent. A colour is [r, g, b] or [r, g, b, a] (0..1), or a text
+/// "#rrggbb" / "#rrggbbaa". A list of texts is an array of strings. The row
+/// itself is the platform's field-table row (platform/field_table.h), which
+/// the draft's readers use with their own rule.
+template <class T>
+struct FieldSpec : platform::FieldRow<T, FieldLimit, float, double, int, int64_t, bool, std::string, Rgba,
+                                      std::vector<float>, KeyedNumber, std::vector<std::string>> {
+  using Row = platform::FieldRow<T, FieldLimit, float, double, int, int64_t, bool, std::string, Rgba,
+                                 std::vector<float>, KeyedNumber, std::vector<std::string>>;
+  FieldSpec(const char* n, typename Row::Member m, Range r = Range(), bool req = false)
+      : Row{n, m, FieldLimit{r, Choices(), req}} {}
+  FieldSpec(const char* n, typename Row::Member m, Choices c, bool req = false)
+      : Row{n, m, FieldLimit{Range(), c, req}} {}
 };
 
 /// Tells apart a missing resource file, one that is not JSON and one whose
@@ -110,53 +117,45 @@ bool ReadFields(const cJSON* object, const FieldSpec<T> (&specs)[N], T* out, con
     *error = where + ": expected an object";
     return false;
   }
-  for (const FieldSpec<T>& f : specs) {
-    const cJSON* item = cJSON_GetObjectItem(object, f.name);
-    if (!item) {
-      if (f.required) {
-        *error = detail::Quote(where, f.name) + " is required";
-        return false;
-      }
-      continue;
-    }
-    bool ok = std::visit(
-        [&](auto member) -> bool {
-          using V = std::remove_reference_t<decltype(out->*member)>;
-          V& target = out->*member;
-          if constexpr (std::is_same_v<V, bool>) {
-            if (!cJSON_IsBool(item) && !cJSON_IsNumber(item)) {
-              *error = detail::Quote(where, f.name) + " must be true or false";
+  return platform::VisitFields(
+      object, specs, out, [&](const FieldSpec<T>& f, const cJSON* item, auto& target) {
+        using V = std::remove_reference_t<decltype(target)>;
+        const FieldLimit& limit = f.rule;
+        if (!item) {
+          if (!limit.required) return true;
+          *error = detail::Quote(where, f.name) + " is required";
+          return false;
+        }
+        if constexpr (std::is_same_v<V, bool>) {
+          if (!cJSON_IsBool(item) && !cJSON_IsNumber(item)) {
+            *error = detail::Quote(where, f.name) + " must be true or false";
+            return false;
+          }
+          target = cJSON_IsTrue(item) || (cJSON_IsNumber(item) && item->valuedouble != 0);
+          return true;
+        } else if constexpr (std::is_same_v<V, std::string>) {
+          return detail::ReadChoice(item, where, f.name, limit.choices, &target, error);
+        } else if constexpr (std::is_same_v<V, Rgba>) {
+          return detail::ReadColor(item, where, f.name, &target, error);
+        } else if constexpr (std::is_same_v<V, std::vector<float>>) {
+          return detail::ReadNumbers(item, where, f.name, limit.range, &target, error);
+        } else if constexpr (std::is_same_v<V, KeyedNumber>) {
+          return detail::ReadKeyedNumber(item, where, f.name, limit.range, &target, error);
+        } else if constexpr (std::is_same_v<V, std::vector<std::string>>) {
+          return detail::ReadTexts(item, where, f.name, &target, error);
+        } else {
+          double value = 0;
+          if (!detail::ReadNumber(item, where, f.name, limit.range, &value, error)) return false;
+          if constexpr (std::is_integral_v<V>) {
+            if (value != std::floor(value)) {
+              *error = detail::Quote(where, f.name) + " must be a whole number";
               return false;
             }
-            target = cJSON_IsTrue(item) || (cJSON_IsNumber(item) && item->valuedouble != 0);
-            return true;
-          } else if constexpr (std::is_same_v<V, std::string>) {
-            return detail::ReadChoice(item, where, f.name, f.choices, &target, error);
-          } else if constexpr (std::is_same_v<V, Rgba>) {
-            return detail::ReadColor(item, where, f.name, &target, error);
-          } else if constexpr (std::is_same_v<V, std::vector<float>>) {
-            return detail::ReadNumbers(item, where, f.name, f.range, &target, error);
-          } else if constexpr (std::is_same_v<V, KeyedNumber>) {
-            return detail::ReadKeyedNumber(item, where, f.name, f.range, &target, error);
-          } else if constexpr (std::is_same_v<V, std::vector<std::string>>) {
-            return detail::ReadTexts(item, where, f.name, &target, error);
-          } else {
-            double value = 0;
-            if (!detail::ReadNumber(item, where, f.name, f.range, &value, error)) return false;
-            if constexpr (std::is_integral_v<V>) {
-              if (value != std::floor(value)) {
-                *error = detail::Quote(where, f.name) + " must be a whole number";
-                return false;
-              }
-            }
-            target = static_cast<V>(value);
-            return true;
           }
-        },
-        f.member);
-    if (!ok) return false;
-  }
-  return true;
+          target = static_cast<V>(value);
+          return true;
+        }
+      });
 }
 
 } // namespace orma
