@@ -175,7 +175,12 @@ void RaisePriority() { (void)setpriority(PRIO_PROCESS, 0, -10); }
 std::string ProgramPath() {
   char buffer[4096] = {0};
   ssize_t n = readlink("/proc/self/exe", buffer, sizeof(buffer) - 1);
-  return n > 0 ? std::string(buffer, static_cast<size_t>(n)) : std::string();
+  if (n <= 0) return std::string();
+  // The name is in the locale's codeset; the program's paths are UTF-8
+  // (bytes that do not convert are kept, so the path still names the file).
+  const std::string native(buffer, static_cast<size_t>(n));
+  std::string utf8;
+  return ConvertCodeset(AnsiCodeset().c_str(), "UTF-8", native, &utf8) ? utf8 : native;
 }
 
 #endif

@@ -48,7 +48,7 @@ uint64_t TickCount64(); ///< milliseconds of a monotonic clock
 uint32_t TimeGetTime(); ///< the same clock, 32 bits, wrapping
 void SleepMs(unsigned milliseconds);
 void RaisePriority();      ///< failures are ignored
-std::string ProgramPath(); ///< absolute path of the running executable (UTF-8 on Windows)
+std::string ProgramPath(); ///< absolute path of the running executable, in UTF-8
 
 inline bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "platform/codepage.h"
 #include "platform/log_line.h"
 #include "platform/platform.h"
 #include "themes/theme_text.h"
@@ -82,7 +83,7 @@ FolderState EnsureFolder(const std::string& folder, std::string* error) {
 FolderState EnsureFolderReported(const std::string& folder) {
   std::string error;
   FolderState state = EnsureFolder(folder, &error);
-  if (state == FolderState::kCreated) std::printf("Directory created: %s\n", folder.c_str());
+  if (state == FolderState::kCreated) std::printf("Directory created: %s\n", ConsoleText(folder).c_str());
   if (state == FolderState::kFailed) LogLine("%s\n", error.c_str());
   return state;
 }
@@ -104,7 +105,7 @@ std::string DraftsFolder(const std::string& programPath) {
     std::string beside = WithSlash(Join(FolderOf(programPath), "draft"));
     std::string error;
     FolderState state = EnsureFolder(beside, &error);
-    if (state == FolderState::kCreated) std::printf("Directory created: %s\n", beside.c_str());
+    if (state == FolderState::kCreated) std::printf("Directory created: %s\n", ConsoleText(beside).c_str());
     if (state != FolderState::kFailed && platform::CanWriteIn(beside.c_str())) return beside;
   }
 

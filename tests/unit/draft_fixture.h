@@ -43,6 +43,20 @@ public:
     return full;
   }
 
+  /// As Write for a UTF-8 name outside the ANSI code page: on Windows a
+  /// narrow std::string given to std::filesystem or std::ofstream is read in
+  /// the ANSI code page, so the name goes as UTF-8 (char8_t) instead.
+  std::string WriteUtf8(const std::string& name, const std::string& content) const {
+    std::string full = Join(name);
+    const std::filesystem::path path(
+        std::u8string(reinterpret_cast<const char8_t*>(full.data()), full.size()));
+    std::error_code ec;
+    std::filesystem::create_directories(path.parent_path(), ec);
+    std::ofstream out(path, std::ios::binary);
+    out << content;
+    return out.good() ? full : std::string();
+  }
+
   /// Every path below the folder, relative to it.
   std::set<std::string> Listing() const {
     std::set<std::string> names;

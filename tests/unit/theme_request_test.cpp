@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "draft/draft.h"
+#include "platform/platform.h"
 #include "tests/unit/theme_fixture.h"
 
 using namespace themetest;
@@ -52,6 +53,17 @@ TEST_F(ThemeRequestTest, AnIdWithoutDashNamesOneFolder) {
   OneSlotTheme("Slideshow");
   EXPECT_EQ(Read(RequestJson("Slideshow")), 1);
   EXPECT_EQ(Read(RequestJson("slideshow")), 0); // names compare exactly
+}
+
+TEST_F(ThemeRequestTest, AThemeFolderNamedInChineseIsFoundByItsName) {
+  const std::string theme = "旅行相册";
+  ASSERT_NE(folder_.WriteUtf8("lib/" + theme + "/config.json",
+                              Theme(3, {Slot("p1.mp4", 0, 3)}, {Scene("p1.mp4", 3)})),
+            "");
+  ASSERT_EQ(Read(RequestJson(theme)), 1) << printed_;
+  const std::string config = record_->themeConfigPath;
+  EXPECT_NE(config.find(theme), std::string::npos) << config;
+  EXPECT_TRUE(platform::IsRegularFile(config.c_str())) << config;
 }
 
 TEST_F(ThemeRequestTest, AnEmptyIdFails) {
