@@ -13,8 +13,18 @@
 #include <string>
 
 #include "draft/draft.h"
+#include "platform/platform.h"
 
 namespace drafttest {
+
+/// A path written with "/" in the system's form, for what the program joins
+/// itself: "\\" joins on Windows. The tests' own paths keep "/", which the
+/// program reads as a separator too (and which JSON text takes unescaped).
+inline std::string Native(std::string path) {
+  for (char& c : path)
+    if (c == '/') c = platform::kSeparator;
+  return path;
+}
 
 /// A fresh mkdtemp folder, removed with everything in it.
 class TempFolder {

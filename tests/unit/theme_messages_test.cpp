@@ -194,7 +194,9 @@ TEST_F(ThemeMessagesTest, ADraftsFolderThatCannotBeWrittenPrintsErrorOpeningFile
   EXPECT_EQ(record, nullptr);
   // The fixed line first, then the reason for the person at the console.
   EXPECT_EQ(err.rfind("Error opening file.\n", 0), 0u) << err;
-  EXPECT_NE(err.find("ormadraft: the new draft /proc/self/config_temp_"), std::string::npos) << err;
+  EXPECT_NE(err.find("ormadraft: the new draft /proc/self" + drafttest::Native("/config_temp_")),
+            std::string::npos)
+      << err;
 }
 
 std::tm* FailingLocalTime(const std::time_t*, std::tm*) { return nullptr; }
@@ -267,7 +269,7 @@ TEST_F(ThemeMessagesTest, ATemplateRequestWithAPreviewCommandIsFilledAndThenPrev
   EXPECT_EQ(RunDriver(3, argv.data()), 1);
   const std::string out = testing::internal::GetCapturedStdout();
   testing::internal::GetCapturedStderr();
-  const std::string drafts = folder_.Join("drafts/");
+  const std::string drafts = folder_.Join("drafts") + drafttest::Native("/");
   EXPECT_NE(out.find("load templateThems json success! themes json path:" + drafts + "config_temp_"),
             std::string::npos)
       << out;
@@ -277,7 +279,8 @@ TEST_F(ThemeMessagesTest, ATemplateRequestWithAPreviewCommandIsFilledAndThenPrev
   for (const std::string& call : recorder::Formatted()) {
     window = window || call == "OrmaSetPreviewWindowsHwnd(h1, 6699)";
     played = played || call == "OrmaPreview(h1)";
-    userMedium = userMedium || call.find("\"" + folder_.Join("req/a.mp4") + "\"") != std::string::npos;
+    userMedium = userMedium || call.find("\"" + folder_.Join("req") + drafttest::Native("/a.mp4") + "\"") !=
+                                   std::string::npos;
   }
   EXPECT_TRUE(window);
   EXPECT_TRUE(played);
