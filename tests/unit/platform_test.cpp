@@ -3,12 +3,14 @@
 // page for the Windows build).
 #include <gtest/gtest.h>
 
+#include <cinttypes>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "platform/codepage.h"
+#include "platform/diagnostic.h"
 #include "platform/platform.h"
 #include "tests/unit/draft_fixture.h"
 
@@ -173,6 +175,17 @@ TEST(PlatformFiles, TheProgramsPathIsTheRunningProgramInUtf8) {
 }
 #endif
 
+// Sizes and 64-bit numbers print in their C99 forms on both systems (the
+// Windows program prints through MinGW-w64's own printf, not the Microsoft
+// C runtime's, which knows neither %zu nor %jd).
+TEST(PlatformDiagnostic, SizesAndWideIntegersPrintTheSameOnEverySystem) {
+  testing::internal::CaptureStderr();
+  Diagnostic("draft path of %zu bytes; %jd, %lld, %" PRIu64 " and %s", sizeof(DraftDocument::draftPath),
+             static_cast<intmax_t>(-9000000000), -42LL, static_cast<uint64_t>(18446744073709551615u), "end");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "ormadraft: draft path of 1024 bytes; -9000000000, -42, 18446744073709551615 and end\n");
+}
+
 // Runs a block under a locale's LC_CTYPE and restores "C" afterwards.
 class CtypeLocale {
 public:
@@ -203,7 +216,9 @@ TEST(CodePage, GbkLocaleConvertsBothWays) {
 // runs once per code page (ORMA_EXPECTED_ACP names the one the run set up).
 TEST(CodePage, TheAnsiCodePageIsTheSystemsAndConvertsBothWays) {
   const char* expected = std::getenv("ORMA_EXPECTED_ACP");
-  if (expected) EXPECT_EQ(platform::AnsiCodeset(), std::string("CP") + expected);
+  if (expected) {
+    EXPECT_EQ(platform::AnsiCodeset(), std::string("CP") + expected);
+  }
   // 草稿.json in GBK, é in 1252: whichever the code page is.
   const bool gbk = platform::AnsiCodeset() == "CP936";
   const char* ansi = gbk ? "\xB2\xDD\xB8\xE5.json" : "caf\xE9.json";
