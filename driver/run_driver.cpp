@@ -32,6 +32,14 @@ int64_t SecondsArgToMicros(const char* text) {
   return static_cast<int64_t>(us);
 }
 
+// A copy that the caller frees with free(), as AnsiToUtf8's result.
+char* CopyOf(const char* text) {
+  const size_t size = std::strlen(text) + 1;
+  char* copy = static_cast<char*>(std::malloc(size));
+  if (copy) std::memcpy(copy, text, size);
+  return copy;
+}
+
 void PrintUsage() {
   LogLine("%s",
           platform::LocaleText("无效格式，请设置 json 文件，例如: OrmaDraft.exe d://draft.json \n").c_str());
@@ -96,10 +104,15 @@ int RunDriver(int argc, char** argv) {
   static std::unique_ptr<ThemeRequest, void (*)(ThemeRequest*)> themeHolder(nullptr, FreeThemeRequest);
   ThemeRequest* theme = nullptr;
   if (argc == 2 || (preview && preview->hWnd != 0)) {
-    themeHolder.reset(LoadThemeRequest(argv[1]));
+    // The request's path in UTF-8, as every path inside the program: the
+    // caller's relative media and "outputPath" are joined to its folder and
+    // then handed to the core library.
+    std::unique_ptr<char, void (*)(void*)> request(AnsiToUtf8(argv[1]), std::free);
+    themeHolder.reset(LoadThemeRequest(request.get()));
     theme = themeHolder.get();
     if (theme && theme->draftPath[0]) {
-      std::printf("load templateThems json success! themes json path:%s \n", theme->draftPath);
+      std::printf("load templateThems json success! themes json path:%s \n",
+                  ConsoleText(theme->draftPath).c_str());
       templateMode = 1;
       platform::CopyText(draftPath, sizeof(draftPath), theme->draftPath);
     } else {
@@ -121,7 +134,9 @@ int RunDriver(int argc, char** argv) {
     return 1;
   }
 
-  char* draftUtf8 = AnsiToUtf8(draftPath);
+  // A theme's new draft is named from the program's own path, in UTF-8
+  // already; only the command line's paths are in the ANSI code page.
+  char* draftUtf8 = templateMode ? CopyOf(draftPath) : AnsiToUtf8(draftPath);
   char* exportUtf8 = exportPath[0] ? AnsiToUtf8(exportPath) : nullptr;
 
   // A draft named without any folder lies in the current one. Its folder is

@@ -17,14 +17,16 @@
 
 namespace {
 
-/// Font shipped beside the program, used by pieces that name no font.
-constexpr const char* kProgramFontFile = "resource/font/PingFang-SC-Regular.otf";
+/// Font shipped beside the program, used by pieces that name no font, as
+/// its folders below the program's and its name.
+constexpr const char* kProgramFontFile[] = {"resource", "font", "PingFang-SC-Regular.otf"};
 /// Family asked of the library when that font is missing ("黑体", UTF-8).
 constexpr const char* kFallbackFontFamily = "\xE9\xBB\x91\xE4\xBD\x93";
 
-/// Word-art files a folder may hold, in the order they are looked for.
-constexpr const char* kWordArtFiles[] = {"config.json", "colortext.json", "file/config.json",
-                                         "file/colortext.json"};
+/// Word-art files a folder may hold, in the order they are looked for; the
+/// last two lie in its folder "file".
+constexpr const char* kWordArtFiles[] = {"config.json", "colortext.json"};
+constexpr const char* kWordArtSubfolder = "file";
 
 void CopyColor(float out[4], const ColorF& color) {
   out[0] = color.red;
@@ -63,9 +65,11 @@ std::string StylePath(const DraftDocument* document, const char* folder) {
 std::string WordArtFile(const DraftDocument* document, const char* flowerPath) {
   const std::string resolved = ResolveResourcePath(document, flowerPath);
   if (resolved.find(".json") != std::string::npos) return resolved;
-  for (const char* name : kWordArtFiles) {
-    const std::string candidate = JoinPath(resolved, name);
-    if (platform::Exists(candidate.c_str())) return candidate;
+  for (const std::string& folder : {resolved, JoinPath(resolved, kWordArtSubfolder)}) {
+    for (const char* name : kWordArtFiles) {
+      const std::string candidate = JoinPath(folder, name);
+      if (platform::Exists(candidate.c_str())) return candidate;
+    }
   }
   return "";
 }
@@ -230,7 +234,9 @@ int32_t FillCaptionItemParam(const DraftDocument* document, const CaptionRecord*
   } else {
     // The library falls back to its own default font; only when the
     // program's font is missing too is a system family named.
-    const std::string programFont = JoinPath(ProgramFolder(), kProgramFontFile);
+    std::string programFont = ProgramFolder();
+    for (const char* part : kProgramFontFile)
+      programFont = JoinPath(programFont, part);
     if (!platform::Exists(programFont.c_str()))
       platform::CopyText(block->fontFamily, sizeof(block->fontFamily), kFallbackFontFamily);
   }

@@ -29,6 +29,11 @@ int Utf8ToAnsi(const char* text, void* /*reserved*/, char* out, int* capacity) {
   return needed;
 }
 
+std::string ConsoleText(const std::string& utf8) {
+  std::string ansi;
+  return platform::ConvertCodeset("UTF-8", platform::AnsiCodeset().c_str(), utf8, &ansi) ? ansi : utf8;
+}
+
 int FileExists(const char* utf8Path) {
   if (!utf8Path || !*utf8Path) return 0;
   if (platform::Exists(utf8Path)) return 1;

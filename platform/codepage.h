@@ -12,5 +12,10 @@ char* AnsiToUtf8(const char* text);
 /// otherwise *capacity receives the length needed and 0 is returned.
 int Utf8ToAnsi(const char* text, void* reserved, char* out, int* capacity);
 
+/// A UTF-8 path as the console shows it: in the ANSI code page (the
+/// locale's codeset on POSIX), as the command line gave it; unchanged when
+/// it does not convert.
+std::string ConsoleText(const std::string& utf8);
+
 /// 1 when the UTF-8 path names something that exists, else 0.
 int FileExists(const char* utf8Path);

@@ -10,7 +10,17 @@
 #include <cstdarg>
 #include <cstdio>
 
-__attribute__((format(printf, 1, 2))) inline void Diagnostic(const char* format, ...) {
+// The format is checked against the printf that runs. MinGW-w64's C++
+// library turns on its own C99 printf (__USE_MINGW_ANSI_STDIO), which knows
+// %zu, %jd and %lld, but the plain "printf" attribute checks against the
+// Microsoft C runtime's, which does not: the check names the right one.
+#if defined(__MINGW_PRINTF_FORMAT)
+#define ORMA_PRINTF_FORMAT __MINGW_PRINTF_FORMAT
+#else
+#define ORMA_PRINTF_FORMAT printf
+#endif
+
+__attribute__((format(ORMA_PRINTF_FORMAT, 1, 2))) inline void Diagnostic(const char* format, ...) {
   char text[4096];
   va_list args;
   va_start(args, format);

@@ -1,3 +1,6 @@
+// The platform module's one source: code pages, clocks, priority, the
+// program's own path and the file-system calls, each with its Windows form
+// and its POSIX counterpart side by side (docs/porting.md lists them).
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -6,6 +9,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 
 #if defined(_WIN32)
 #include <direct.h>
@@ -31,6 +35,36 @@ void InitLocale() {
 }
 
 #if defined(_WIN32)
+
+// Paths inside the program are UTF-8 (the driver converts the command line
+// from the ANSI code page); Windows is handed their UTF-16 form, so a name
+// the ANSI code page cannot spell still opens. Text that is not UTF-8 is
+// taken as ANSI, as the command line gives it: a path passed on unconverted
+// still names the same file.
+std::wstring WidePath(const char* path) {
+  if (!path || !*path) return std::wstring();
+  const int length = static_cast<int>(std::strlen(path));
+  UINT codePage = CP_UTF8;
+  int n = MultiByteToWideChar(codePage, MB_ERR_INVALID_CHARS, path, length, nullptr, 0);
+  if (n <= 0) {
+    codePage = CP_ACP;
+    n = MultiByteToWideChar(codePage, 0, path, length, nullptr, 0);
+  }
+  if (n <= 0) return std::wstring();
+  std::wstring wide(static_cast<size_t>(n), L'\0');
+  MultiByteToWideChar(codePage, 0, path, length, wide.data(), n);
+  return wide;
+}
+
+std::string Utf8FromWide(std::wstring_view wide) {
+  if (wide.empty()) return std::string();
+  const int length = static_cast<int>(wide.size());
+  int n = WideCharToMultiByte(CP_UTF8, 0, wide.data(), length, nullptr, 0, nullptr, nullptr);
+  if (n <= 0) return std::string();
+  std::string utf8(static_cast<size_t>(n), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, wide.data(), length, utf8.data(), n, nullptr, nullptr);
+  return utf8;
+}
 
 std::string AnsiCodeset() { return "CP" + std::to_string(GetACP()); }
 
@@ -73,9 +107,18 @@ void RaisePriority() {
 }
 
 std::string ProgramPath() {
-  char buffer[MAX_PATH] = {0};
-  GetModuleFileNameA(nullptr, buffer, MAX_PATH);
-  return buffer;
+  // The UTF-16 name, grown until it fits: a program in a folder whose name
+  // the ANSI code page cannot spell (or longer than MAX_PATH) is still found.
+  std::wstring buffer(MAX_PATH, L'\0');
+  for (;;) {
+    DWORD n = GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
+    if (n == 0) return std::string();
+    if (n < buffer.size()) {
+      buffer.resize(n);
+      return Utf8FromWide(buffer);
+    }
+    buffer.resize(buffer.size() * 2);
+  }
 }
 
 #else
@@ -132,7 +175,12 @@ void RaisePriority() { (void)setpriority(PRIO_PROCESS, 0, -10); }
 std::string ProgramPath() {
   char buffer[4096] = {0};
   ssize_t n = readlink("/proc/self/exe", buffer, sizeof(buffer) - 1);
-  return n > 0 ? std::string(buffer, static_cast<size_t>(n)) : std::string();
+  if (n <= 0) return std::string();
+  // The name is in the locale's codeset; the program's paths are UTF-8
+  // (bytes that do not convert are kept, so the path still names the file).
+  const std::string native(buffer, static_cast<size_t>(n));
+  std::string utf8;
+  return ConvertCodeset(AnsiCodeset().c_str(), "UTF-8", native, &utf8) ? utf8 : native;
 }
 
 #endif
@@ -214,14 +262,10 @@ FILE* OpenFile(const char* path, const char* mode) {
   std::string native = ForFileSystem(path);
   if (native.empty()) return nullptr;
 #if defined(_WIN32)
-  std::string wmode;
-  std::wstring wpath;
-  int n = MultiByteToWideChar(CP_UTF8, 0, native.c_str(), -1, nullptr, 0);
-  if (n <= 0) return nullptr;
-  wpath.resize(static_cast<size_t>(n));
-  MultiByteToWideChar(CP_UTF8, 0, native.c_str(), -1, wpath.data(), n);
-  std::wstring wm(mode, mode + std::strlen(mode));
-  return _wfopen(wpath.c_str(), wm.c_str());
+  const std::wstring wide = WidePath(native.c_str());
+  if (wide.empty()) return nullptr;
+  const std::wstring wideMode(mode, mode + std::strlen(mode));
+  return _wfopen(wide.c_str(), wideMode.c_str());
 #else
   return std::fopen(native.c_str(), mode);
 #endif
@@ -229,29 +273,57 @@ FILE* OpenFile(const char* path, const char* mode) {
 
 #if defined(_WIN32)
 
-bool Exists(const char* path) { return path && *path && _access(path, 0) == 0; }
+bool Exists(const char* path) {
+  const std::wstring wide = WidePath(path);
+  return !wide.empty() && _waccess(wide.c_str(), 0) == 0;
+}
+
+static DWORD AttributesOf(const char* path) {
+  const std::wstring wide = WidePath(path);
+  return wide.empty() ? INVALID_FILE_ATTRIBUTES : GetFileAttributesW(wide.c_str());
+}
+
 bool IsDirectory(const char* path) {
-  DWORD a = GetFileAttributesA(path);
+  DWORD a = AttributesOf(path);
   return a != INVALID_FILE_ATTRIBUTES && (a & FILE_ATTRIBUTE_DIRECTORY);
 }
+
 bool IsRegularFile(const char* path) {
-  DWORD a = GetFileAttributesA(path);
+  DWORD a = AttributesOf(path);
   return a != INVALID_FILE_ATTRIBUTES && !(a & FILE_ATTRIBUTE_DIRECTORY);
 }
-bool RemoveFile(const char* path) { return std::remove(path) == 0; }
-bool MakeDirectory(const char* path) { return _mkdir(path) == 0; }
-bool CanWriteIn(const char* folder) { return folder && _access(folder, 2) == 0; }
+
+bool RemoveFile(const char* path) {
+  const std::wstring wide = WidePath(path);
+  return !wide.empty() && _wremove(wide.c_str()) == 0;
+}
+
+bool MakeDirectory(const char* path) {
+  const std::wstring wide = WidePath(path);
+  return !wide.empty() && _wmkdir(wide.c_str()) == 0;
+}
+
+bool CanWriteIn(const char* folder) {
+  const std::wstring wide = WidePath(folder);
+  return !wide.empty() && _waccess(wide.c_str(), 2) == 0;
+}
 
 std::vector<std::string> ListDirectory(const char* folder) {
   std::vector<std::string> names;
-  _finddata_t data{};
-  std::string pattern = std::string(folder) + "\\*";
-  intptr_t h = _findfirst(pattern.c_str(), &data);
+  const std::wstring wide = WidePath(folder);
+  if (wide.empty()) return names;
+  const std::wstring pattern = wide + L"\\*";
+  _wfinddata_t data{};
+  intptr_t h = _wfindfirst(pattern.c_str(), &data);
   if (h == -1) return names;
   do {
-    if (std::strcmp(data.name, ".") != 0 && std::strcmp(data.name, "..") != 0) names.emplace_back(data.name);
-  } while (_findnext(h, &data) == 0);
+    if (std::wcscmp(data.name, L".") != 0 && std::wcscmp(data.name, L"..") != 0)
+      names.push_back(Utf8FromWide(data.name));
+  } while (_wfindnext(h, &data) == 0);
   _findclose(h);
+  // NTFS lists by name; other file systems (and Wine's) in no set order.
+  // The byte order of the UTF-8 names is the same on every system.
+  std::sort(names.begin(), names.end());
   return names;
 }
 

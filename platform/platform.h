@@ -35,11 +35,20 @@ bool ConvertCodeset(const char* from, const char* to, std::string_view in, std::
 /// UTF-8, as bytes of the current codeset (raw UTF-8 when it cannot convert).
 std::string LocaleText(std::string_view utf8);
 
+#if defined(_WIN32)
+/// The UTF-16 form of a path for the *W calls. The program's paths are UTF-8;
+/// text that is not UTF-8 is taken as the ANSI code page (a path passed on
+/// from the command line unconverted). "" for an empty or null path.
+std::wstring WidePath(const char* path);
+/// UTF-8 of a UTF-16 text (names that Windows returns).
+std::string Utf8FromWide(std::wstring_view wide);
+#endif
+
 uint64_t TickCount64(); ///< milliseconds of a monotonic clock
 uint32_t TimeGetTime(); ///< the same clock, 32 bits, wrapping
 void SleepMs(unsigned milliseconds);
 void RaisePriority();      ///< failures are ignored
-std::string ProgramPath(); ///< absolute path of the running executable
+std::string ProgramPath(); ///< absolute path of the running executable, in UTF-8
 
 inline bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 

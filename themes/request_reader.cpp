@@ -23,12 +23,13 @@ struct TreeCloser {
 };
 
 // The video file of the request: an absolute path with its separators made
-// "/", or a relative one joined to the request's folder as it is written.
+// the system's, or a relative one joined to the request's folder as it is
+// written.
 std::string OutputPathOf(const char* requestPath, const char* value) {
   std::string path(value);
   if (themes::IsAbsolute(path)) {
     for (char& c : path)
-      if (c == '\\') c = '/';
+      if (platform::IsSeparator(c)) c = platform::kSeparator;
     return path;
   }
   return themes::Join(themes::FolderOf(requestPath), path);

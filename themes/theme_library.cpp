@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "platform/codepage.h"
 #include "platform/log_line.h"
 #include "platform/platform.h"
 #include "themes/theme_text.h"
@@ -17,7 +18,7 @@ namespace themes {
 namespace {
 
 std::string WithSlash(std::string folder) {
-  if (folder.empty() || !platform::IsSeparator(folder.back())) folder += '/';
+  if (folder.empty() || !platform::IsSeparator(folder.back())) folder += platform::kSeparator;
   return folder;
 }
 
@@ -44,9 +45,9 @@ std::string ThemeLibraryFolder(const std::string& programPath) {
   const std::string programDir = FolderOf(programPath);
   const std::string parent = FolderOf(programDir);
   const std::string candidates[] = {
-      Join(parent, "TemplateThemes"),                 // beside the program's folder
-      Join(parent, "share/ormadraft/TemplateThemes"), // installed: /usr/bin + /usr/share
-      Join(parent, "resources/TemplateThemes"),       // a build folder of the source tree
+      Join(parent, "TemplateThemes"),                                   // beside the program's folder
+      Join(Join(Join(parent, "share"), "ormadraft"), "TemplateThemes"), // installed: /usr/bin + /usr/share
+      Join(Join(parent, "resources"), "TemplateThemes"),                // a build folder of the source tree
   };
   for (const std::string& folder : candidates)
     if (platform::IsDirectory(folder.c_str())) return WithSlash(folder);
@@ -82,7 +83,7 @@ FolderState EnsureFolder(const std::string& folder, std::string* error) {
 FolderState EnsureFolderReported(const std::string& folder) {
   std::string error;
   FolderState state = EnsureFolder(folder, &error);
-  if (state == FolderState::kCreated) std::printf("Directory created: %s\n", folder.c_str());
+  if (state == FolderState::kCreated) std::printf("Directory created: %s\n", ConsoleText(folder).c_str());
   if (state == FolderState::kFailed) LogLine("%s\n", error.c_str());
   return state;
 }
@@ -90,7 +91,7 @@ FolderState EnsureFolderReported(const std::string& folder) {
 bool IsInstalledProgram(const std::string& programPath) {
   const std::string programDir = FolderOf(programPath);
   if (programDir.empty() || platform::IsDirectory(Join(programDir, "resources").c_str())) return false;
-  return platform::IsDirectory(Join(FolderOf(programDir), "share/ormadraft").c_str());
+  return platform::IsDirectory(Join(Join(FolderOf(programDir), "share"), "ormadraft").c_str());
 }
 
 std::string DraftsFolder(const std::string& programPath) {
@@ -104,7 +105,7 @@ std::string DraftsFolder(const std::string& programPath) {
     std::string beside = WithSlash(Join(FolderOf(programPath), "draft"));
     std::string error;
     FolderState state = EnsureFolder(beside, &error);
-    if (state == FolderState::kCreated) std::printf("Directory created: %s\n", beside.c_str());
+    if (state == FolderState::kCreated) std::printf("Directory created: %s\n", ConsoleText(beside).c_str());
     if (state != FolderState::kFailed && platform::CanWriteIn(beside.c_str())) return beside;
   }
 
@@ -116,7 +117,7 @@ std::string DraftsFolder(const std::string& programPath) {
   else if (const char* home = Environment("HOME"))
     cache = Join(home, ".cache");
   if (cache.empty()) return std::string();
-  std::string folder = WithSlash(Join(cache, "ormadraft/draft"));
+  std::string folder = WithSlash(Join(Join(cache, "ormadraft"), "draft"));
   return EnsureFolderReported(folder) == FolderState::kFailed ? std::string() : folder;
 }
 

@@ -25,7 +25,7 @@
 
 namespace themes {
 
-/// The theme library folder for a program at `programPath`, ending with "/".
+/// The theme library folder for a program at `programPath`, ending with the system's separator.
 std::string ThemeLibraryFolder(const std::string& programPath);
 
 /// Names in a folder longer than five characters, files and folders alike,
@@ -47,14 +47,15 @@ FolderState EnsureFolderReported(const std::string& folder);
 /// (which marks a build folder or a portable copy).
 bool IsInstalledProgram(const std::string& programPath);
 
-/// The folder for new drafts (ending with "/"), made when missing; "" when
+/// The folder for new drafts (ending with the system's separator), made when missing; "" when
 /// no candidate can be made.
 std::string DraftsFolder(const std::string& programPath);
 
-/// The theme draft for a request id in the library `root` (ending with "/"),
-/// or "" when no theme matches. Two-part ids give root + "/" + group + "/" +
-/// theme + "/config.json" (the doubled separator is kept as the program has
-/// always written it); one-part ids root + "/" + id + "/config.json".
+/// The theme draft for a request id in the library `root` (ending with the system's separator),
+/// or "" when no theme matches. Two-part ids give root, group, theme and
+/// "config.json" joined with the system's separator (the doubled separator
+/// after root is kept as the program has always written it); one-part ids
+/// root, id and "config.json".
 /// *refused is set for an empty id, which is an error of the request rather
 /// than an unknown theme.
 std::string FindThemeConfig(const std::string& root, const std::string& id, std::string* group,

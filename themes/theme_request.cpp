@@ -137,7 +137,7 @@ ThemeRequest* LoadThemeRequest(const char* requestPath) {
   }
   std::string config(record->themeConfigPath);
   for (char& c : config)
-    if (c == '\\') c = '/';
+    if (platform::IsSeparator(c)) c = platform::kSeparator;
 
   if (!LocalStamp(record->stamp, sizeof(record->stamp))) {
     std::printf("localtime function failed");

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "platform/platform.h"
+
 namespace themes {
 
 std::vector<std::string> SplitText(std::string_view text, char separator) {
@@ -54,7 +56,7 @@ std::string FolderOf(std::string_view path) {
 
 std::string Join(std::string_view folder, std::string_view name) {
   std::string joined(folder);
-  joined += '/';
+  joined += platform::kSeparator;
   joined += name;
   return joined;
 }

@@ -29,7 +29,7 @@ bool IsAbsolute(std::string_view path);
 size_t LastSeparator(std::string_view path);
 /// The text before the last separator ("" when there is none).
 std::string FolderOf(std::string_view path);
-/// folder + "/" + name: the POSIX form of the "%s\%s" join.
+/// folder + the system's separator + name: "%s\%s" on Windows, "/" on POSIX.
 std::string Join(std::string_view folder, std::string_view name);
 
 /// Case-insensitive member lookup (cJSON's own); null for a null object.

@@ -13,8 +13,18 @@
 #include <string>
 
 #include "draft/draft.h"
+#include "platform/platform.h"
 
 namespace drafttest {
+
+/// A path written with "/" in the system's form, for what the program joins
+/// itself: "\\" joins on Windows. The tests' own paths keep "/", which the
+/// program reads as a separator too (and which JSON text takes unescaped).
+inline std::string Native(std::string path) {
+  for (char& c : path)
+    if (c == '/') c = platform::kSeparator;
+  return path;
+}
 
 /// A fresh mkdtemp folder, removed with everything in it.
 class TempFolder {
@@ -41,6 +51,20 @@ public:
     std::ofstream out(full, std::ios::binary);
     out << content;
     return full;
+  }
+
+  /// As Write for a UTF-8 name outside the ANSI code page: on Windows a
+  /// narrow std::string given to std::filesystem or std::ofstream is read in
+  /// the ANSI code page, so the name goes as UTF-8 (char8_t) instead.
+  std::string WriteUtf8(const std::string& name, const std::string& content) const {
+    std::string full = Join(name);
+    const std::filesystem::path path(
+        std::u8string(reinterpret_cast<const char8_t*>(full.data()), full.size()));
+    std::error_code ec;
+    std::filesystem::create_directories(path.parent_path(), ec);
+    std::ofstream out(path, std::ios::binary);
+    out << content;
+    return out.good() ? full : std::string();
   }
 
   /// Every path below the folder, relative to it.

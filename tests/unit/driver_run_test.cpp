@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "driver/run_driver.h"
+#include "platform/codepage.h"
+#include "platform/platform.h"
 #include "tests/support/recording_core.h"
 #include "tests/support/stopping_pipe.h"
 
@@ -143,6 +145,27 @@ TEST_F(RunDriverTest, NonAnsiPathsAreConvertedForLoadingAndDeleting) {
   EXPECT_TRUE(Printed("] -- export success!"));
   EXPECT_EQ(Listing(), before); // the working copy was found and deleted
 }
+
+#if defined(_WIN32)
+// The same on Windows, in whichever ANSI code page the run has: the name is
+// written in UTF-8 (草稿 under 936, café under 1252) and given in ANSI.
+TEST_F(RunDriverTest, ADraftNamedInTheAnsiCodePageIsExportedAndItsWorkingCopyDeleted) {
+  const bool gbk = platform::AnsiCodeset() == "CP936";
+  const std::string utf8 = folder_ + "\\" + (gbk ? "草稿.json" : "café.json");
+  FILE* f = platform::OpenFile(utf8.c_str(), "wb");
+  ASSERT_NE(f, nullptr);
+  std::fputs(kDraft, f);
+  std::fclose(f);
+  char ansi[512] = {0};
+  int capacity = sizeof(ansi);
+  ASSERT_GT(Utf8ToAnsi(utf8.c_str(), nullptr, ansi, &capacity), 0);
+  auto before = Listing();
+  EXPECT_EQ(Run({ansi}), 1);
+  EXPECT_TRUE(Printed("] -- json load success\n")) << out_;
+  EXPECT_TRUE(Printed("] -- export success!")) << out_;
+  EXPECT_EQ(Listing(), before); // the working copy was found and deleted
+}
+#endif
 
 TEST_F(RunDriverTest, WorkingCopyIsDeletedAfterTheExport) {
   std::string draft = Write("Project.json", kDraft);

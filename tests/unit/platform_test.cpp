@@ -1,11 +1,18 @@
+// The platform module: paths, clocks, code pages and the file-system calls,
+// each checked on the system the tests run on (under Wine once per ANSI code
+// page for the Windows build).
 #include <gtest/gtest.h>
 
+#include <cinttypes>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "platform/codepage.h"
+#include "platform/diagnostic.h"
 #include "platform/platform.h"
+#include "tests/unit/draft_fixture.h"
 
 namespace {
 
@@ -76,6 +83,109 @@ TEST(PlatformFiles, ReadWholeFileRefusesAFolder) {
   EXPECT_FALSE(platform::ReadWholeFile("/nonexistent/file.json", &contents));
 }
 
+// Names outside the ANSI code page: Chinese is not in 1252, Korean is in
+// neither 1252 nor 936. Paths inside the program are UTF-8.
+const std::string kChineseFolder = "草稿素材";
+
+// Wine keeps file names in the codeset of its host's locale: under
+// zh_CN.GBK (the 936 run) a Korean name cannot be made at all, as it can on
+// Windows, so that run names its file in Chinese.
+std::string KoreanOrChineseFile() {
+#if defined(_WIN32)
+  const bool wine = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+  if (wine && platform::AnsiCodeset() == "CP936") return "视频.json";
+#endif
+  return "영상.json";
+}
+
+// Writes a file through the platform's own opening (the tests' std::ofstream
+// would take a narrow name in the ANSI code page on Windows).
+bool WriteText(const std::string& path, const char* text) {
+  FILE* f = platform::OpenFile(path.c_str(), "wb");
+  if (!f) return false;
+  bool ok = std::fputs(text, f) >= 0;
+  return std::fclose(f) == 0 && ok;
+}
+
+TEST(PlatformFiles, AFolderAndAFileNamedOutsideTheAnsiCodePageWorkInEveryFileCall) {
+  drafttest::TempFolder scratch;
+  const std::string folder = scratch.path() + platform::kSeparator + kChineseFolder;
+  const std::string name = KoreanOrChineseFile();
+  const std::string file = folder + platform::kSeparator + name;
+  ASSERT_TRUE(platform::MakeDirectory(folder.c_str()));
+  EXPECT_TRUE(platform::Exists(folder.c_str()));
+  EXPECT_TRUE(platform::IsDirectory(folder.c_str()));
+  EXPECT_FALSE(platform::IsRegularFile(folder.c_str()));
+  EXPECT_TRUE(platform::CanWriteIn(folder.c_str()));
+  ASSERT_TRUE(WriteText(file, "{}"));
+  EXPECT_TRUE(platform::Exists(file.c_str()));
+  EXPECT_TRUE(platform::IsRegularFile(file.c_str()));
+  EXPECT_FALSE(platform::IsDirectory(file.c_str()));
+  EXPECT_EQ(FileExists(file.c_str()), 1);
+  std::string text;
+  EXPECT_TRUE(platform::ReadWholeFile(file.c_str(), &text));
+  EXPECT_EQ(text, "{}");
+  EXPECT_EQ(platform::ListDirectory(scratch.path().c_str()), std::vector<std::string>{kChineseFolder});
+  EXPECT_EQ(platform::ListDirectory(folder.c_str()), std::vector<std::string>{name});
+#if defined(_WIN32)
+  // The names on disk are the names themselves, not their bytes read in
+  // the ANSI code page.
+  const std::wstring onDisk = std::wstring(scratch.path().begin(), scratch.path().end()) + L"\\草稿素材\\" +
+                              (name == "视频.json" ? L"视频.json" : L"영상.json");
+  EXPECT_NE(GetFileAttributesW(onDisk.c_str()), INVALID_FILE_ATTRIBUTES);
+#endif
+  EXPECT_TRUE(platform::RemoveFile(file.c_str()));
+  EXPECT_FALSE(platform::Exists(file.c_str()));
+  EXPECT_FALSE(platform::IsRegularFile(file.c_str()));
+  EXPECT_EQ(FileExists(file.c_str()), 0);
+  EXPECT_TRUE(platform::ListDirectory(folder.c_str()).empty());
+}
+
+// Byte order, not the letter order NTFS keeps: "C" comes before "a". Names
+// that differ only in case are one name on Windows, so none are used.
+TEST(PlatformFiles, AFolderListingIsSortedByTheBytesOfItsNames) {
+  drafttest::TempFolder scratch;
+  for (const std::string& name : std::vector<std::string>{"b.json", "C.json", kChineseFolder, "a.json"})
+    ASSERT_TRUE(WriteText(scratch.path() + platform::kSeparator + name, ""));
+  EXPECT_EQ(platform::ListDirectory(scratch.path().c_str()),
+            (std::vector<std::string>{"C.json", "a.json", "b.json", kChineseFolder}));
+}
+
+#if defined(_WIN32)
+// The command line's paths are in the ANSI code page; one handed on without
+// conversion (a theme request's path) still names the same file.
+TEST(PlatformFiles, APathStillInTheAnsiCodePageNamesTheSameFile) {
+  drafttest::TempFolder scratch;
+  const bool gbk = platform::AnsiCodeset() == "CP936";
+  const std::string name = gbk ? kChineseFolder : "café";
+  const std::string utf8 = scratch.path() + platform::kSeparator + name;
+  ASSERT_TRUE(platform::MakeDirectory(utf8.c_str()));
+  char ansi[256] = {0};
+  int capacity = sizeof(ansi);
+  ASSERT_GT(Utf8ToAnsi(utf8.c_str(), nullptr, ansi, &capacity), 0);
+  ASSERT_NE(std::string(ansi), utf8);
+  EXPECT_TRUE(platform::IsDirectory(ansi));
+  EXPECT_TRUE(platform::Exists(ansi));
+}
+
+TEST(PlatformFiles, TheProgramsPathIsTheRunningProgramInUtf8) {
+  const std::string program = platform::ProgramPath();
+  EXPECT_TRUE(platform::IsRegularFile(program.c_str())) << program;
+  EXPECT_NE(program.find("program_tests.exe"), std::string::npos) << program;
+}
+#endif
+
+// Sizes and 64-bit numbers print in their C99 forms on both systems (the
+// Windows program prints through MinGW-w64's own printf, not the Microsoft
+// C runtime's, which knows neither %zu nor %jd).
+TEST(PlatformDiagnostic, SizesAndWideIntegersPrintTheSameOnEverySystem) {
+  testing::internal::CaptureStderr();
+  Diagnostic("draft path of %zu bytes; %jd, %lld, %" PRIu64 " and %s", sizeof(DraftDocument::draftPath),
+             static_cast<intmax_t>(-9000000000), -42LL, static_cast<uint64_t>(18446744073709551615u), "end");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "ormadraft: draft path of 1024 bytes; -9000000000, -42, 18446744073709551615 and end\n");
+}
+
 // Runs a block under a locale's LC_CTYPE and restores "C" afterwards.
 class CtypeLocale {
 public:
@@ -106,7 +216,9 @@ TEST(CodePage, GbkLocaleConvertsBothWays) {
 // runs once per code page (ORMA_EXPECTED_ACP names the one the run set up).
 TEST(CodePage, TheAnsiCodePageIsTheSystemsAndConvertsBothWays) {
   const char* expected = std::getenv("ORMA_EXPECTED_ACP");
-  if (expected) EXPECT_EQ(platform::AnsiCodeset(), std::string("CP") + expected);
+  if (expected) {
+    EXPECT_EQ(platform::AnsiCodeset(), std::string("CP") + expected);
+  }
   // 草稿.json in GBK, é in 1252: whichever the code page is.
   const bool gbk = platform::AnsiCodeset() == "CP936";
   const char* ansi = gbk ? "\xB2\xDD\xB8\xE5.json" : "caf\xE9.json";

@@ -70,7 +70,9 @@ TEST(PreviewCorpus, EveryFileIsReadAsACommandFileAndAsAPipeMessage) {
   int files = 0;
   for (const fs::path& path : CorpusFiles()) {
     PreviewCommand* command = ReadCommand(path);
-    if (command) EXPECT_STREQ(command->type, "ThemesPreview") << path;
+    if (command) {
+      EXPECT_STREQ(command->type, "ThemesPreview") << path;
+    }
     PreviewCommand empty{};
     RunAsMessage(ReadBytes(path), command ? command : &empty);
     delete command;

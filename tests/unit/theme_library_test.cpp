@@ -11,6 +11,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using drafttest::Native;
+
 class ThemeLibraryTest : public ::testing::Test {
 protected:
   void SetUp() override {
@@ -39,25 +41,26 @@ protected:
 
 TEST_F(ThemeLibraryTest, TheLibraryIsSearchedBesideTheInstalledAndTheBuiltProgram) {
   // Nothing there: the folder beside the program's folder, as it would be on Windows.
-  EXPECT_EQ(themes::ThemeLibraryFolder(program_), folder_.Join("usr/TemplateThemes/"));
+  EXPECT_EQ(themes::ThemeLibraryFolder(program_), folder_.Join("usr") + Native("/TemplateThemes/"));
   Make("usr/resources/TemplateThemes"); // a build folder of the source tree
-  EXPECT_EQ(themes::ThemeLibraryFolder(program_), folder_.Join("usr/resources/TemplateThemes/"));
+  EXPECT_EQ(themes::ThemeLibraryFolder(program_), folder_.Join("usr") + Native("/resources/TemplateThemes/"));
   Make("usr/share/ormadraft/TemplateThemes"); // installed
-  EXPECT_EQ(themes::ThemeLibraryFolder(program_), folder_.Join("usr/share/ormadraft/TemplateThemes/"));
+  EXPECT_EQ(themes::ThemeLibraryFolder(program_),
+            folder_.Join("usr") + Native("/share/ormadraft/TemplateThemes/"));
   Make("usr/TemplateThemes");
-  EXPECT_EQ(themes::ThemeLibraryFolder(program_), folder_.Join("usr/TemplateThemes/"));
+  EXPECT_EQ(themes::ThemeLibraryFolder(program_), folder_.Join("usr") + Native("/TemplateThemes/"));
   setenv("ORMADRAFT_THEMES", folder_.Join("mine").c_str(), 1);
-  EXPECT_EQ(themes::ThemeLibraryFolder(program_), folder_.Join("mine/"));
+  EXPECT_EQ(themes::ThemeLibraryFolder(program_), folder_.Join("mine") + Native("/"));
 }
 
 TEST_F(ThemeLibraryTest, NewDraftsGoBesideTheProgramAndAreAnnounced) {
   testing::internal::CaptureStdout();
-  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("usr/bin/draft/"));
+  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("usr/bin") + Native("/draft/"));
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "Directory created: " + folder_.Join("usr/bin/draft/") + "\n");
+            "Directory created: " + folder_.Join("usr/bin") + Native("/draft/") + "\n");
   EXPECT_TRUE(fs::is_directory(folder_.Join("usr/bin/draft")));
   testing::internal::CaptureStdout();
-  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("usr/bin/draft/"));
+  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("usr/bin") + Native("/draft/"));
   EXPECT_EQ(testing::internal::GetCapturedStdout(), ""); // only a folder that was made is announced
 }
 
@@ -65,13 +68,13 @@ TEST_F(ThemeLibraryTest, NewDraftsGoToTheCacheWhenTheProgramFolderCannotTakeThem
   folder_.Write("usr/bin/draft", "a file where the folder would be");
   setenv("XDG_CACHE_HOME", folder_.Join("cache").c_str(), 1);
   testing::internal::CaptureStdout();
-  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("cache/ormadraft/draft/"));
+  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("cache") + Native("/ormadraft/draft/"));
   testing::internal::GetCapturedStdout();
   EXPECT_TRUE(fs::is_directory(folder_.Join("cache/ormadraft/draft")));
   unsetenv("XDG_CACHE_HOME");
   setenv("HOME", folder_.Join("home").c_str(), 1);
   testing::internal::CaptureStdout();
-  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("home/.cache/ormadraft/draft/"));
+  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("home") + Native("/.cache/ormadraft/draft/"));
   testing::internal::GetCapturedStdout();
 }
 
@@ -80,14 +83,14 @@ TEST_F(ThemeLibraryTest, AnInstalledProgramKeepsItsDraftsInTheCacheThoughItCould
   EXPECT_TRUE(themes::IsInstalledProgram(program_));
   setenv("XDG_CACHE_HOME", folder_.Join("cache").c_str(), 1);
   testing::internal::CaptureStdout();
-  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("cache/ormadraft/draft/"));
+  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("cache") + Native("/ormadraft/draft/"));
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "Directory created: " + folder_.Join("cache/ormadraft/draft/") + "\n");
+            "Directory created: " + folder_.Join("cache") + Native("/ormadraft/draft/") + "\n");
   EXPECT_FALSE(fs::exists(folder_.Join("usr/bin/draft")));
   unsetenv("XDG_CACHE_HOME");
   setenv("HOME", folder_.Join("home").c_str(), 1);
   testing::internal::CaptureStdout();
-  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("home/.cache/ormadraft/draft/"));
+  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("home") + Native("/.cache/ormadraft/draft/"));
   testing::internal::GetCapturedStdout();
   EXPECT_FALSE(fs::exists(folder_.Join("usr/bin/draft")));
 }
@@ -99,7 +102,7 @@ TEST_F(ThemeLibraryTest, ABuildFolderOrAPortableCopyKeepsItsDraftsBesideTheProgr
   Make("usr/bin/resources");
   EXPECT_FALSE(themes::IsInstalledProgram(program_));
   testing::internal::CaptureStdout();
-  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("usr/bin/draft/"));
+  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("usr/bin") + Native("/draft/"));
   testing::internal::GetCapturedStdout();
   fs::remove_all(folder_.Join("usr/bin/resources"));
   fs::remove_all(folder_.Join("usr/share"));
@@ -118,7 +121,7 @@ TEST_F(ThemeLibraryTest, ARelativeLibraryVariableIsMadeAbsoluteAgainstTheCurrent
 TEST_F(ThemeLibraryTest, TheDraftsVariableOverridesBoth) {
   setenv("ORMADRAFT_DRAFTS", folder_.Join("my drafts").c_str(), 1);
   testing::internal::CaptureStdout();
-  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("my drafts/"));
+  EXPECT_EQ(themes::DraftsFolder(program_), folder_.Join("my drafts") + Native("/"));
   testing::internal::GetCapturedStdout();
   EXPECT_FALSE(fs::exists(folder_.Join("usr/bin/draft")));
 }

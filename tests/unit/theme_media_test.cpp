@@ -21,7 +21,7 @@ protected:
     EXPECT_NE(record_, nullptr) << printed_;
     return record_ ? Written(record_.get()) : drafttest::Json();
   }
-  std::string User(const std::string& name) { return folder_.Join("req/" + name); }
+  std::string User(const std::string& name) { return folder_.Join("req") + drafttest::Native("/" + name); }
   themetest::Request record_;
 };
 
@@ -94,7 +94,7 @@ TEST_F(ThemeMediaTest, AFixedIntroDelaysTheMediaAndFixedScenesStayInPlace) {
   ASSERT_TRUE(draft);
   const cJSON* scenes = Get(draft.get(), "scenes");
   ASSERT_EQ(Size(scenes), 4);
-  const std::string theme = folder_.Join("lib") + "//Sample/";
+  const std::string theme = folder_.Join("lib") + drafttest::Native("//Sample/");
   EXPECT_EQ(Str(Item(draft.get(), 0), "path"), theme + "intro.mp4"); // absolute, never stamped
   EXPECT_EQ(Str(Item(draft.get(), 1), "path"), User("a.mp4"));
   EXPECT_EQ(Str(Item(draft.get(), 2), "path"), User("b.mp4"));
@@ -256,7 +256,7 @@ TEST_F(ThemeMediaTest, AClosingFixedSceneOfZeroLengthStaysLast) {
   const cJSON* scenes = Get(draft.get(), "scenes");
   ASSERT_EQ(Size(scenes), 3);
   EXPECT_EQ(Str(Item(draft.get(), 2), "identifier"), "outro");
-  EXPECT_EQ(Str(Item(draft.get(), 1), "path"), folder_.Join("req/b.mp4"));
+  EXPECT_EQ(Str(Item(draft.get(), 1), "path"), User("b.mp4"));
 }
 
 TEST_F(ThemeMediaTest, ARelativeThemeLibraryGivesAbsoluteResourcePathsMadeOnce) {

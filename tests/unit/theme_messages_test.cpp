@@ -13,6 +13,8 @@
 #include <vector>
 
 #include "driver/run_driver.h"
+#include "platform/codepage.h"
+#include "platform/platform.h"
 #include "tests/support/recording_core.h"
 #include "tests/support/stopping_pipe.h"
 #include "tests/unit/theme_fixture.h"
@@ -192,7 +194,9 @@ TEST_F(ThemeMessagesTest, ADraftsFolderThatCannotBeWrittenPrintsErrorOpeningFile
   EXPECT_EQ(record, nullptr);
   // The fixed line first, then the reason for the person at the console.
   EXPECT_EQ(err.rfind("Error opening file.\n", 0), 0u) << err;
-  EXPECT_NE(err.find("ormadraft: the new draft /proc/self/config_temp_"), std::string::npos) << err;
+  EXPECT_NE(err.find("ormadraft: the new draft /proc/self" + drafttest::Native("/config_temp_")),
+            std::string::npos)
+      << err;
 }
 
 std::tm* FailingLocalTime(const std::time_t*, std::tm*) { return nullptr; }
@@ -265,7 +269,7 @@ TEST_F(ThemeMessagesTest, ATemplateRequestWithAPreviewCommandIsFilledAndThenPrev
   EXPECT_EQ(RunDriver(3, argv.data()), 1);
   const std::string out = testing::internal::GetCapturedStdout();
   testing::internal::GetCapturedStderr();
-  const std::string drafts = folder_.Join("drafts/");
+  const std::string drafts = folder_.Join("drafts") + drafttest::Native("/");
   EXPECT_NE(out.find("load templateThems json success! themes json path:" + drafts + "config_temp_"),
             std::string::npos)
       << out;
@@ -275,12 +279,52 @@ TEST_F(ThemeMessagesTest, ATemplateRequestWithAPreviewCommandIsFilledAndThenPrev
   for (const std::string& call : recorder::Formatted()) {
     window = window || call == "OrmaSetPreviewWindowsHwnd(h1, 6699)";
     played = played || call == "OrmaPreview(h1)";
-    userMedium = userMedium || call.find("\"" + folder_.Join("req/a.mp4") + "\"") != std::string::npos;
+    userMedium = userMedium || call.find("\"" + folder_.Join("req") + drafttest::Native("/a.mp4") + "\"") !=
+                                   std::string::npos;
   }
   EXPECT_TRUE(window);
   EXPECT_TRUE(played);
   EXPECT_TRUE(userMedium) << "the theme's placeholder was not filled with the request's medium";
   EXPECT_NE(application.Reply().find("playtime"), std::string::npos);
+}
+
+// The command line is in the ANSI code page; the request's folder (素材
+// under 936, café elsewhere) reaches the core library in UTF-8 with the
+// caller's medium and video joined to it.
+TEST_F(ThemeMessagesTest, ARequestNamedInTheAnsiCodePageGivesTheLibraryUtf8Paths) {
+  recorder::Reset();
+  FakeTable()["a.mp4"] = {3};
+  WriteTheme("Sample", Theme(3, {Slot("p1.mp4", 0, 3)}, {Scene("p1.mp4", 3)}));
+  const std::string folder = platform::AnsiCodeset() == "CP936" ? "素材" : "café";
+  folder_.WriteUtf8(folder + "/a.mp4", "");
+  const std::string request = folder_.WriteUtf8(
+      folder + "/r.json",
+      R"({"ver": 1, "type": "TemplateThemes", "id": "Sample", "outputPath": "v.mp4", "medias": [{"path": "a.mp4"}]})");
+  ASSERT_NE(request, "");
+  char ansi[1024] = {0};
+  int capacity = sizeof(ansi);
+  ASSERT_GT(Utf8ToAnsi(request.c_str(), nullptr, ansi, &capacity), 0);
+  std::vector<std::string> args = {"ormadraft", ansi};
+  std::vector<char*> argv;
+  for (std::string& a : args)
+    argv.push_back(a.data());
+  argv.push_back(nullptr);
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(RunDriver(2, argv.data()), 1);
+  const std::string out = testing::internal::GetCapturedStdout();
+  testing::internal::GetCapturedStderr();
+  EXPECT_NE(out.find("export success!"), std::string::npos) << out;
+  const std::string utf8Folder = folder_.Join(folder);
+  bool medium = false, video = false;
+  for (const std::string& call : recorder::Formatted()) {
+    medium = medium || call.find(utf8Folder + platform::kSeparator + "a.mp4") != std::string::npos ||
+             call.find(utf8Folder + "/a.mp4") != std::string::npos;
+    video = video || call.find(utf8Folder + platform::kSeparator + "v.mp4") != std::string::npos ||
+            call.find(utf8Folder + "/v.mp4") != std::string::npos;
+  }
+  EXPECT_TRUE(medium) << out;
+  EXPECT_TRUE(video) << out;
 }
 
 TEST_F(ThemeMessagesTest, ATemplateMediumOfUnknownSizePrintsBlock323BetweenItsOwnDashes) {

@@ -4,9 +4,11 @@
 #include <filesystem>
 
 #include "draft/draft.h"
+#include "platform/platform.h"
 #include "tests/unit/theme_fixture.h"
 
 using namespace themetest;
+using drafttest::Native;
 
 namespace {
 
@@ -38,13 +40,13 @@ TEST_F(ThemeRequestTest, ATwoPartIdFindsTheGroupAndThemeBySecondNamePart) {
   EXPECT_STREQ(record_->idGroup, "travel");
   EXPECT_STREQ(record_->idItem, "summer");
   EXPECT_EQ(std::string(record_->themeConfigPath),
-            folder_.Join("lib") + "//group_travel/t01_summer/config.json");
+            folder_.Join("lib") + Native("//group_travel/t01_summer/config.json"));
 }
 
 TEST_F(ThemeRequestTest, AnIdOfThreePartsNamesOneFolder) {
   OneSlotTheme("sea-sun-sky");
   ASSERT_EQ(Read(RequestJson("sea-sun-sky")), 1);
-  EXPECT_EQ(std::string(record_->themeConfigPath), folder_.Join("lib") + "//sea-sun-sky/config.json");
+  EXPECT_EQ(std::string(record_->themeConfigPath), folder_.Join("lib") + Native("//sea-sun-sky/config.json"));
   EXPECT_STREQ(record_->idGroup, "");
 }
 
@@ -52,6 +54,17 @@ TEST_F(ThemeRequestTest, AnIdWithoutDashNamesOneFolder) {
   OneSlotTheme("Slideshow");
   EXPECT_EQ(Read(RequestJson("Slideshow")), 1);
   EXPECT_EQ(Read(RequestJson("slideshow")), 0); // names compare exactly
+}
+
+TEST_F(ThemeRequestTest, AThemeFolderNamedInChineseIsFoundByItsName) {
+  const std::string theme = "旅行相册";
+  ASSERT_NE(folder_.WriteUtf8("lib/" + theme + "/config.json",
+                              Theme(3, {Slot("p1.mp4", 0, 3)}, {Scene("p1.mp4", 3)})),
+            "");
+  ASSERT_EQ(Read(RequestJson(theme)), 1) << printed_;
+  const std::string config = record_->themeConfigPath;
+  EXPECT_NE(config.find(theme), std::string::npos) << config;
+  EXPECT_TRUE(platform::IsRegularFile(config.c_str())) << config;
 }
 
 TEST_F(ThemeRequestTest, AnEmptyIdFails) {
@@ -90,26 +103,27 @@ TEST_F(ThemeRequestTest, MissingVersionOutputOrIdIsRefused) {
 TEST_F(ThemeRequestTest, ARelativeOutputPathJoinsTheRequestFolderWithoutSlashChanges) {
   OneSlotTheme("Slideshow");
   ASSERT_EQ(Read(RequestJson("Slideshow", "out/v.mp4")), 1);
-  EXPECT_EQ(std::string(record_->outputPath), folder_.Join("req/out/v.mp4"));
-  EXPECT_NE(printed_.find("Directory created: " + folder_.Join("req/out") + "\n"), std::string::npos)
+  EXPECT_EQ(std::string(record_->outputPath), folder_.Join("req") + Native("/") + "out/v.mp4");
+  EXPECT_NE(printed_.find("Directory created: " + folder_.Join("req") + Native("/") + "out\n"),
+            std::string::npos)
       << printed_;
   EXPECT_TRUE(std::filesystem::is_directory(folder_.Join("req/out")));
   ASSERT_EQ(Read(RequestJson("Slideshow", "sub\\\\v.mp4")), 1);
-  EXPECT_EQ(std::string(record_->outputPath), folder_.Join("req/sub\\v.mp4"));
+  EXPECT_EQ(std::string(record_->outputPath), folder_.Join("req") + Native("/") + "sub\\v.mp4");
 }
 
-TEST_F(ThemeRequestTest, AnAbsoluteOutputPathGetsForwardSlashes) {
+TEST_F(ThemeRequestTest, AnAbsoluteOutputPathGetsTheSystemsSeparators) {
   OneSlotTheme("Slideshow");
 #if defined(_WIN32)
   // Windows takes a drive path as it is: the scratch folder's own.
   std::string drive = std::filesystem::absolute(folder_.Join("d")).string();
-  std::string driveInJson, driveForward;
+  std::string driveInJson, driveBack;
   for (char c : drive) {
     driveInJson += c == '\\' ? std::string("\\\\") : std::string(1, c);
-    driveForward += c == '\\' ? '/' : c;
+    driveBack += c == '/' ? '\\' : c;
   }
-  ASSERT_EQ(Read(RequestJson("Slideshow", driveInJson + "\\\\o\\\\w.mp4")), 1);
-  EXPECT_EQ(std::string(record_->outputPath), driveForward + "/o/w.mp4");
+  ASSERT_EQ(Read(RequestJson("Slideshow", driveInJson + "/o\\\\w.mp4")), 1);
+  EXPECT_EQ(std::string(record_->outputPath), driveBack + "\\o\\w.mp4");
 #else
   setenv("ORMADRAFT_DRIVE_MAP", ("D:=" + folder_.Join("d")).c_str(), 1);
   ASSERT_EQ(Read(RequestJson("Slideshow", "D:/o/v.mp4")), 1);
@@ -121,7 +135,7 @@ TEST_F(ThemeRequestTest, AnAbsoluteOutputPathGetsForwardSlashes) {
   EXPECT_TRUE(std::filesystem::is_directory(folder_.Join("d/o")));
   const std::string posix = folder_.Join("abs\\\\x.mp4");
   ASSERT_EQ(Read(RequestJson("Slideshow", posix)), 1);
-  EXPECT_EQ(std::string(record_->outputPath), folder_.Join("abs/x.mp4"));
+  EXPECT_EQ(std::string(record_->outputPath), Native(folder_.Join("abs/x.mp4")));
 }
 
 TEST_F(ThemeRequestTest, TheNewDraftIsWrittenToTheDraftsFolderAndLoads) {
@@ -131,13 +145,14 @@ TEST_F(ThemeRequestTest, TheNewDraftIsWrittenToTheDraftsFolderAndLoads) {
   Request record = Load(WriteRequest("Slideshow", {"a.mp4"}));
   ASSERT_NE(record, nullptr) << printed_;
   const std::string draft = record->draftPath;
-  EXPECT_EQ(draft.rfind(folder_.Join("drafts/config_temp_"), 0), 0u) << draft;
+  EXPECT_EQ(draft.rfind(folder_.Join("drafts") + Native("/config_temp_"), 0), 0u) << draft;
   EXPECT_EQ(draft.substr(draft.size() - 5), ".json");
-  EXPECT_NE(printed_.find("Directory created: " + folder_.Join("drafts/")), std::string::npos) << printed_;
+  EXPECT_NE(printed_.find("Directory created: " + folder_.Join("drafts") + Native("/")), std::string::npos)
+      << printed_;
   std::unique_ptr<DraftDocument, drafttest::DocumentDeleter> document(loadDraft(draft.c_str(), nullptr, 1));
   ASSERT_NE(document, nullptr);
   EXPECT_EQ(document->duration, 4.0f);
-  EXPECT_EQ(std::string(document->scenes->media->path), folder_.Join("req/a.mp4"));
+  EXPECT_EQ(std::string(document->scenes->media->path), folder_.Join("req") + Native("/a.mp4"));
   // Nothing was written into the theme library.
   for (const std::string& name : folder_.Listing()) {
     if (name.rfind("lib", 0) == 0) {
@@ -173,7 +188,7 @@ TEST_F(ThemeRequestTest, MediaThatCannotBeOpenedKeepTheirPlaceAndTakeNoTime) {
   FakeTable()["a.mp4"] = {3};
   Request record = Load(WriteRequest("Slideshow", {"gone.mp4", "a.mp4"}));
   ASSERT_NE(record, nullptr) << printed_;
-  EXPECT_NE(printed_.find("theme media cannot be opened: " + folder_.Join("req/gone.mp4")),
+  EXPECT_NE(printed_.find("theme media cannot be opened: " + folder_.Join("req") + Native("/gone.mp4")),
             std::string::npos);
   EXPECT_STREQ(record->userMedia->path, "gone.mp4");
   // Its size is unknown when it is put into its placeholder: the error block.
@@ -236,8 +251,8 @@ TEST_F(ThemeRequestTest, ARequestNamedByABareFileNameIsTakenFromTheCurrentFolder
   Request record = Load("request.json");
   std::filesystem::current_path(previous);
   ASSERT_NE(record, nullptr) << printed_;
-  EXPECT_EQ(std::string(record->userMedia->path), here + "/a.mp4");
-  EXPECT_EQ(std::string(record->outputPath), here + "/out/v.mp4");
+  EXPECT_EQ(std::string(record->userMedia->path), here + Native("/a.mp4"));
+  EXPECT_EQ(std::string(record->outputPath), here + Native("/") + "out/v.mp4");
 }
 
 } // namespace

@@ -43,9 +43,11 @@ TEST_F(ThemeRetimeTest, ATenSecondThemeFilledToTwentyFiveRepeatsEffectsEveryTenS
   EXPECT_EQ(Times(Get(draft.get(), "specialEffects")),
             (Spans{{2, 4}, {8, 10}, {12, 14}, {22, 24}, {18, 20}}));
   const cJSON* effects = Get(draft.get(), "specialEffects");
-  EXPECT_EQ(Str(At(effects, 0), "folderPath"), folder_.Join("lib") + "//Sample/fx/glitch");
+  EXPECT_EQ(Str(At(effects, 0), "folderPath"),
+            folder_.Join("lib") + drafttest::Native("//Sample/") + "fx/glitch");
   EXPECT_EQ(Str(At(effects, 1), "folderPath"), "/abs/fx");
-  EXPECT_EQ(Str(At(effects, 3), "folderPath"), folder_.Join("lib") + "//Sample/fx/glitch");
+  EXPECT_EQ(Str(At(effects, 3), "folderPath"),
+            folder_.Join("lib") + drafttest::Native("//Sample/") + "fx/glitch");
 }
 
 TEST_F(ThemeRetimeTest, AThemeShortenedToSixSecondsCutsButNeverDeletes) {
@@ -78,7 +80,7 @@ TEST_F(ThemeRetimeTest, PipListStickersAndCaptionsAreRetimedWhenTheDraftHasNeith
   EXPECT_EQ(Times(pips), (Spans{{3, 4}, {1, 2}, {5, 6}, {8, 25}, {13, 14}, {23, 24}, {11, 12}, {21, 22}}));
   EXPECT_EQ(Num(At(pips, 4), "pipType"), 4);
   EXPECT_EQ(Num(At(pips, 6), "pipType"), 3);
-  const std::string theme = folder_.Join("lib") + "//Sample/";
+  const std::string theme = folder_.Join("lib") + drafttest::Native("//Sample/");
   EXPECT_EQ(Str(At(pips, 0), "imageFolderPath"), theme + "st/heart");
   EXPECT_EQ(Str(At(pips, 5), "imageFolderPath"), theme + "st/heart");
   EXPECT_EQ(Str(At(pips, 1), "folderPath"), theme + "cap/plain");
@@ -95,7 +97,7 @@ TEST_F(ThemeRetimeTest, AMutedRequestSilencesEveryMusic) {
   ASSERT_EQ(Size(musics), 2);
   EXPECT_EQ(Num(At(musics, 0), "volume"), 0);
   EXPECT_EQ(Num(At(musics, 1), "volume"), 0);
-  EXPECT_EQ(Str(At(musics, 0), "path"), folder_.Join("lib") + "//Sample/m1.m4a");
+  EXPECT_EQ(Str(At(musics, 0), "path"), folder_.Join("lib") + drafttest::Native("//Sample/") + "m1.m4a");
 }
 
 TEST_F(ThemeRetimeTest, MusicTakesTheGroupVolumeAndWithoutAGroupFileTheRequestsZero) {
@@ -154,7 +156,7 @@ TEST_F(ThemeRetimeTest, StickersCaptionsAndOverlaysRepeatOnlyBetweenTheFixedScen
   EXPECT_EQ(Times(Get(draft.get(), "stickers")), (Spans{{2, 5}, {5, 8}, {8, 11}}));
   EXPECT_EQ(Times(Get(draft.get(), "subtitleExs")), (Spans{{2.5, 4}, {5.5, 7}, {8.5, 10}}));
   EXPECT_EQ(Times(Get(draft.get(), "overlays")), (Spans{{3, 4}, {6, 7}, {9, 10}}));
-  const std::string theme = folder_.Join("lib") + "//Sample/";
+  const std::string theme = folder_.Join("lib") + drafttest::Native("//Sample/");
   EXPECT_EQ(Str(At(Get(draft.get(), "stickers"), 2), "imageFolderPath"), theme + "st/heart");
   const cJSON* caption = At(Get(draft.get(), "subtitleExs"), 1);
   EXPECT_EQ(Str(caption, "folderPath"), theme + "cap/plain");
