@@ -3,9 +3,9 @@
 # windows-test): the demo draft rendered by OrmaDraft.exe and by the Linux
 # program and compared frame by frame; the same draft in a Chinese-named
 # folder given with drive-letter paths under the 936 code page; a relative
-# draft name from the draft's own folder; a theme request filled from the
-# zip's layout; and the zip unpacked and run from another folder in a fresh
-# Wine prefix. Each case prints one line; the script fails when one fails.
+# draft name from the draft's own folder; the preview steered by a Windows
+# host over its named pipe; a theme request filled from the zip's layout;
+# and the zip unpacked and run from another folder in a fresh Wine prefix. Each case prints one line; the script fails when one fails.
 #
 #   engine-test.sh WINDOWS_BUILD LINUX_BUILD [ZIP]
 set -uo pipefail
@@ -85,7 +85,36 @@ else
   fail "demo: no success line: $(tail -1 "$work/windows.out")"
 fi
 
+# ---- preview into a window of a Windows host, steered over its named pipe ----
+# The host (tests/windows/preview_host.cpp) is built here from its one file;
+# the checks and their lines come from tests/windows/preview_engine_test.py.
+if x86_64-w64-mingw32-g++-posix -std=c++17 -O2 -static -o "$work/preview_host.exe" \
+  "$repo/tests/windows/preview_host.cpp" -luser32 -lgdi32 >"$work/host-build.out" 2>&1; then
+  if python3 "$repo/tests/windows/preview_engine_test.py" "$here/wine-run.sh" "$work/preview_host.exe" \
+    "$win/OrmaDraft.exe" >"$work/preview.out" 2>&1; then
+    pass "preview: $(tail -1 "$work/preview.out")"
+  else
+    fail "preview: $(grep -E '^(FAIL|[0-9]+ passed)' "$work/preview.out" | tr '\n' ' ')"
+  fi
+  grep '^SKIP' "$work/preview.out" | sed 's/^SKIP /SKIPPED preview: /'
+else
+  fail "preview: the test host does not build: $(tail -3 "$work/host-build.out" | tr '\n' ' ')"
+fi
+
 # ---- a Chinese folder under the 936 code page, drive-letter paths ------------
+# Wine takes the ANSI code page from the Unix locale's name and converts the
+# arguments with that locale's character set: a Chinese UTF-8 locale made
+# for this run (in the scratch folder, through LOCPATH) gives code page 936
+# and the Chinese arguments intact on a machine that has no such locale
+# installed. Without it Wine reads the arguments as ASCII and the program
+# receives "?" for each character.
+chinese_locale() {
+  [ -d "$work/locale/zh_CN.UTF-8" ] || localedef -i zh_CN -f UTF-8 "$work/locale/zh_CN.UTF-8" 2>/dev/null || true
+  [ -d "$work/locale/zh_CN.UTF-8" ] || { echo "engine-test: cannot make the zh_CN.UTF-8 locale (apt-get install locales)" >&2; return 1; }
+}
+in_chinese() { LOCPATH=$work/locale LANG=zh_CN.UTF-8 LC_ALL=zh_CN.UTF-8 "$@"; }
+mkdir -p "$work/locale"
+chinese_locale
 cn=$work/视频草稿
 mkdir -p "$cn/素材"
 cp "$media"/* "$cn/素材/"
@@ -96,7 +125,7 @@ text = json.dumps(d, ensure_ascii=False).replace("..\\\\..\\\\out\\\\demo-media\
 open(sys.argv[2], "w", encoding="utf-8").write(text)
 EOF
 settings "$(winpath "$cn/成片.mp4")" >"$cn/导出.json"
-(cd "$work" && LANG=zh_CN.UTF-8 bash "$here/wine-run.sh" "$win/OrmaDraft.exe" "$(winpath "$cn/草稿.json")" \
+(cd "$work" && in_chinese bash "$here/wine-run.sh" "$win/OrmaDraft.exe" "$(winpath "$cn/草稿.json")" \
   "$(winpath "$cn/导出.json")" >"$work/cn.out" 2>&1)
 result=""
 if [ -s "$cn/成片.mp4" ] && result=$(compare "$work/linux.mp4" "$cn/成片.mp4"); then
@@ -107,7 +136,7 @@ fi
 
 # ---- a relative draft name from the draft's own folder -----------------------
 settings "relative.mp4" >"$cn/相对.json"
-(cd "$cn" && LANG=zh_CN.UTF-8 bash "$here/wine-run.sh" "$win/OrmaDraft.exe" 草稿.json 相对.json >"$work/rel.out" 2>&1)
+(cd "$cn" && in_chinese bash "$here/wine-run.sh" "$win/OrmaDraft.exe" 草稿.json 相对.json >"$work/rel.out" 2>&1)
 if [ -s "$cn/relative.mp4" ]; then
   pass "relative: 草稿.json and 相对.json named from their folder write relative.mp4 there"
 else
