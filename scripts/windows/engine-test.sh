@@ -14,16 +14,15 @@ repo=$(cd "$here/../.." && pwd)
 win=$(cd "$1" && pwd)
 linux=$(cd "$2" && pwd)
 zip=${3:-}
-wine=${ORMA_WINE:-/usr/lib/wine/wine64}
+. "$here/wine-prefix.sh"
 work=$(mktemp -d "${TMPDIR:-/tmp}/ormadraft-wintest-XXXXXX")
-export WINEPREFIX=$work/wine WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 export ORMA_WINDOWS_PREFIX=${ORMA_WINDOWS_PREFIX:-$(bash "$here/build-deps.sh" --prefix)}
 cleanup() {
-  "$(dirname "$wine")/wineserver" -k 2>/dev/null || true
+  stop_scratch_wine
   rm -rf "$work"
 }
 trap cleanup EXIT
-"$wine" wineboot -i >/dev/null 2>&1 || true
+start_scratch_wine "$work/wine"
 
 failed=0
 pass() { echo "PASS $*"; }
@@ -83,6 +82,31 @@ if grep -q "export success!" "$work/windows.out"; then
   pass "demo: the result line says export success!"
 else
   fail "demo: no success line: $(tail -1 "$work/windows.out")"
+fi
+
+# ---- "hw": hardware decoding and encoding asked for, on a machine without ----
+# The Windows FFmpeg has NVENC and D3D11VA/DXVA2; under Wine there is no
+# NVIDIA driver, so the export must fall back to libx264 and say so.
+python3 - "$repo/examples/demo/export.json" "$(winpath "$work/hw.mp4")" >"$work/export-hw.json" <<'EOF'
+import json, sys
+s = json.load(open(sys.argv[1]))
+s["outUrl"] = sys.argv[2]
+s["hw"] = {"decoder": 1, "encoder": 1}
+s["time"] = {"start": 0, "end": 3}
+print(json.dumps(s))
+EOF
+(cd "$repo" && bash "$here/wine-run.sh" "$win/OrmaDraft.exe" "$(winpath "$repo/examples/demo/draft.json")" \
+  "$(winpath "$work/export-hw.json")" >"$work/hw.out" 2>&1)
+hw_frames=$(ffprobe -v error -count_frames -select_streams v:0 -show_entries stream=nb_read_frames -of csv=p=0 \
+  "$work/hw.mp4" 2>/dev/null)
+# The FFmpeg of the build has the NVENC encoder to fall back from.
+nvenc=no
+grep -aq h264_nvenc "$win"/avcodec-*.dll "$ORMA_WINDOWS_PREFIX"/bin/avcodec-*.dll 2>/dev/null && nvenc=yes
+if [ $nvenc = yes ] && grep -q "export success!" "$work/hw.out" && [ "$hw_frames" = 90 ] && grep -aq "x264 - core" "$work/hw.mp4" &&
+  grep -q "no hardware encoder for libx264 on this machine; encoding in software" "$work/hw.out"; then
+  pass "hw: with \"hw\" on and no NVIDIA driver the range 0-3 s is encoded by libx264 ($hw_frames frames)"
+else
+  fail "hw: NVENC in FFmpeg: $nvenc; frames ${hw_frames:-none}; $(grep -a -E 'hardware|hw|success|fail' "$work/hw.out" | tail -4 | tr '\n' ' ')"
 fi
 
 # ---- preview into a window of a Windows host, steered over its named pipe ----
