@@ -29,28 +29,15 @@ import subprocess
 import sys
 import tempfile
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+from xvfb import start_xvfb  # noqa: E402
+
 results = {"passed": 0, "failed": 0}
 
 
 def check(name, condition, detail=""):
     results["passed" if condition else "failed"] += 1
     print(("PASS " if condition else "FAIL ") + name + ("" if condition else ": " + str(detail)))
-
-
-def start_xvfb():
-    read, write = os.pipe()
-    server = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x720x24",
-                               "-nolisten", "tcp"], pass_fds=[write], stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL)
-    os.close(write)
-    number = b""
-    while not number.endswith(b"\n"):
-        chunk = os.read(read, 16)
-        if not chunk:
-            break
-        number += chunk
-    os.close(read)
-    return server, ":" + number.decode().strip()
 
 
 def windows_path(path):
