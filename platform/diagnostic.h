@@ -9,6 +9,9 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <string>
+
+#include "platform/platform.h"
 
 __attribute__((format(printf, 1, 2))) inline void Diagnostic(const char* format, ...) {
   char text[4096];
@@ -16,7 +19,16 @@ __attribute__((format(printf, 1, 2))) inline void Diagnostic(const char* format,
   va_start(args, format);
   std::vsnprintf(text, sizeof text, format, args);
   va_end(args);
+  std::string line = text;
+#ifdef _WIN32
+  // The names in these lines are the program's UTF-8; a Windows console
+  // shows the ANSI code page, as the lines on standard output are written.
+  // Text that is not UTF-8 (a name as the command line gave it) is left as
+  // it is.
+  std::string ansi;
+  if (platform::ConvertCodeset("UTF-8", platform::AnsiCodeset().c_str(), line, &ansi)) line = ansi;
+#endif
   // One call, so that the line is written whole.
-  std::fprintf(stderr, "ormadraft: %s\n", text);
+  std::fprintf(stderr, "ormadraft: %s\n", line.c_str());
   std::fflush(stderr);
 }
