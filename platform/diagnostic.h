@@ -9,6 +9,9 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <string>
+
+#include "platform/platform.h"
 
 // The format is checked against the printf that runs. MinGW-w64's C++
 // library turns on its own C99 printf (__USE_MINGW_ANSI_STDIO), which knows
@@ -26,7 +29,16 @@ __attribute__((format(ORMA_PRINTF_FORMAT, 1, 2))) inline void Diagnostic(const c
   va_start(args, format);
   std::vsnprintf(text, sizeof text, format, args);
   va_end(args);
+  std::string line = text;
+#ifdef _WIN32
+  // The names in these lines are the program's UTF-8; a Windows console
+  // shows the ANSI code page, as the lines on standard output are written.
+  // Text that is not UTF-8 (a name as the command line gave it) is left as
+  // it is.
+  std::string ansi;
+  if (platform::ConvertCodeset("UTF-8", platform::AnsiCodeset().c_str(), line, &ansi)) line = ansi;
+#endif
   // One call, so that the line is written whole.
-  std::fprintf(stderr, "ormadraft: %s\n", text);
+  std::fprintf(stderr, "ormadraft: %s\n", line.c_str());
   std::fflush(stderr);
 }

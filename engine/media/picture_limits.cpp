@@ -1,8 +1,10 @@
 #include "engine/media/picture_limits.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
+
+#include "platform/platform.h"
 
 namespace orma {
 
@@ -15,9 +17,14 @@ std::string PictureSizeRefusal(int width, int height) {
 
 bool PngHeaderSize(const std::string& file, int* width, int* height) {
   // Signature (8 bytes), IHDR length and type (8), then width and height.
+  // Opened through the platform layer: a UTF-8 name with Chinese characters
+  // must open on Windows too, where a narrow stream takes the ANSI code page.
   unsigned char header[24];
-  std::ifstream in(file, std::ios::binary);
-  if (!in.read(reinterpret_cast<char*>(header), sizeof header)) return false;
+  FILE* in = platform::OpenFile(file.c_str(), "rb");
+  if (!in) return false;
+  const bool read = std::fread(header, 1, sizeof header, in) == sizeof header;
+  std::fclose(in);
+  if (!read) return false;
   if (std::memcmp(header, "\x89PNG\r\n\x1a\n", 8) != 0 || std::memcmp(header + 12, "IHDR", 4) != 0)
     return false;
   auto big = [](const unsigned char* p) {

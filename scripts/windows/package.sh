@@ -131,6 +131,13 @@ for orig in "$HOME"/.cache/ormadraft/sources/*/*.orig.tar.*; do
   ls "$(dirname "$orig")"/*.dsc >/dev/null 2>&1 ||
     echo "  $pkg $(basename "$orig" | sed 's/^[^_]*_//; s/\.orig\.tar\..*//') (upstream source; Debian's changes were not on the mirror)" >>"$versions"
 done
+# Header packages used as Debian ships them (the NVENC interface, compiled
+# into FFmpeg's DLLs).
+for deb in "$HOME"/.cache/ormadraft/sources/*/*.deb; do
+  [ -f "$deb" ] && echo "  $(dpkg-deb -f "$deb" Package) $(dpkg-deb -f "$deb" Version) (headers, Debian's binary package)" >>"$versions"
+done
+[ -f "$prefix/share/doc/nv-codec-headers/copyright" ] &&
+  cp "$prefix/share/doc/nv-codec-headers/copyright" "$stage/licenses/nv-codec-headers.copyright"
 for pkg in libcjson1 libavcodec59 libx264-164 libmlt7 libglib2.0-0 libcairo2 libpango-1.0-0 libharfbuzz0b \
   libfribidi0 libfontconfig1 libfreetype6 libpng16-16 zlib1g libexpat1 libffi8 libpcre2-8-0 libsdl2-2.0-0 \
   libwebp7 libpixman-1-0 libopencv-core406 fonts-dejavu-core fonts-noto-cjk; do

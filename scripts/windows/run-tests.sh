@@ -8,16 +8,14 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 build=$1
 shift
-wine=${ORMA_WINE:-/usr/lib/wine/wine64}
+. "$here/wine-prefix.sh"
 
-WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/ormadraft-wine-XXXXXX")
-export WINEPREFIX WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 export ORMA_WINDOWS_PREFIX=${ORMA_WINDOWS_PREFIX:-$(bash "$here/build-deps.sh" --prefix)}
+scratch=$(mktemp -d "${TMPDIR:-/tmp}/ormadraft-wine-XXXXXX")
 cleanup() {
-  "$(dirname "$wine")/wineserver" -k 2>/dev/null || true
-  rm -rf "$WINEPREFIX"
+  stop_scratch_wine
+  rm -rf "$scratch"
 }
 trap cleanup EXIT
-# The first start prints a complaint about rundll32 and goes on.
-"$wine" wineboot -i >/dev/null 2>&1 || true
+start_scratch_wine "$scratch"
 ctest --test-dir "$build" --output-on-failure -L windows "$@"

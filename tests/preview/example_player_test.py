@@ -18,6 +18,9 @@ import sys
 import tempfile
 import time
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+from xvfb import start_xvfb  # noqa: E402
+
 ROOT = os.path.abspath(os.path.join(os.path.dirname(__file__), "..", ".."))
 results = {"passed": 0, "failed": 0}
 
@@ -26,22 +29,6 @@ def check(name, condition, detail=""):
     results["passed" if condition else "failed"] += 1
     if not condition:
         print("FAIL:", name, detail)
-
-
-def start_xvfb():
-    read, write = os.pipe()
-    server = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x720x24",
-                               "-nolisten", "tcp"], pass_fds=[write], stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL)
-    os.close(write)
-    number = b""
-    while not number.endswith(b"\n"):
-        chunk = os.read(read, 16)
-        if not chunk:
-            break
-        number += chunk
-    os.close(read)
-    return server, ":" + number.decode().strip()
 
 
 def pixel(display, window, x, y):

@@ -233,6 +233,21 @@ TEST(CodePage, TheAnsiCodePageIsTheSystemsAndConvertsBothWays) {
   // The program's own Chinese texts are GBK bytes whatever the code page.
   EXPECT_EQ(platform::LocaleText("："), "\xA3\xBA");
 }
+
+// A console shows the ANSI code page: the names in the lines on standard
+// error come out in it, as those on standard output do; a name that is not
+// UTF-8 (as the command line gave it) is written unchanged.
+TEST(CodePage, DiagnosticLinesAreWrittenInTheAnsiCodePage) {
+  const bool gbk = platform::AnsiCodeset() == "CP936";
+  testing::internal::CaptureStderr();
+  Diagnostic("draft %s: cannot be read", gbk ? "草稿.json" : "café.json");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            gbk ? "ormadraft: draft \xB2\xDD\xB8\xE5.json: cannot be read\n"
+                : "ormadraft: draft caf\xE9.json: cannot be read\n");
+  testing::internal::CaptureStderr();
+  Diagnostic("draft %s: cannot be read", "\xB2\xDD\xFF.json");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ormadraft: draft \xB2\xDD\xFF.json: cannot be read\n");
+}
 #else
 TEST(CodePage, Utf8LocaleKeepsText) {
   CtypeLocale utf8("C.UTF-8");

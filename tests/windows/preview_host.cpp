@@ -8,11 +8,20 @@
 // what a seek drew. It ends with the program's exit status, or with 2 when
 // something of its own failed (each failure is said on standard error).
 //
-//   preview_host.exe PROGRAM.exe DRAFT.json [play | pause | seek=N | stop | pixel=X,Y | wait=MS]...
+// "probe=X,Y" asks first whether this system shows at all what another
+// process draws into a child of the window: the host starts a copy of
+// itself that makes such a child and fills it with green, and prints the
+// colour at (X, Y) while it does. Windows shows it; Wine 8 does not (it
+// keeps another process's child window off the screen), and a test then
+// knows that the pixels cannot show the program's pictures either.
+//
+//   preview_host.exe PROGRAM.exe DRAFT.json [play | pause | seek=N | stop | pixel=X,Y | probe=X,Y | wait=MS]...
+//   preview_host.exe --paint-child HWND     (the copy that the probe starts)
 //
 // Output on standard output, one line each:
 //   reply KEY: {"message": ...}        the program's answer to a message
 //   pixel X,Y: RRGGBB                  the window's colour there
+//   probe X,Y: RRGGBB                  the colour there while another process paints green
 //   exit N                             the program's exit status
 #include <windows.h>
 
@@ -113,6 +122,30 @@ bool Pixel(HWND window, int x, int y, COLORREF* colour) {
   return *colour != CLR_INVALID;
 }
 
+// The probe's other process: a child window of the given window, filled
+// with green until the process is ended.
+int PaintChild(HWND parent) {
+  WNDCLASSA childClass{};
+  childClass.lpfnWndProc = WindowProcedure;
+  childClass.hInstance = GetModuleHandleA(nullptr);
+  childClass.lpszClassName = "OrmaPreviewHostProbe";
+  if (!RegisterClassA(&childClass)) return Fail("RegisterClassA of the probe");
+  RECT area{};
+  GetClientRect(parent, &area);
+  HWND child = CreateWindowExA(0, childClass.lpszClassName, "", WS_CHILD | WS_VISIBLE, 0, 0, area.right,
+                               area.bottom, parent, nullptr, childClass.hInstance, nullptr);
+  if (!child) return Fail("CreateWindowExA of the probe's child");
+  HBRUSH green = CreateSolidBrush(RGB(0, 255, 0));
+  for (;;) {
+    PumpMessages();
+    HDC dc = GetDC(child);
+    FillRect(dc, &area, green);
+    ReleaseDC(child, dc);
+    GdiFlush();
+    Sleep(50);
+  }
+}
+
 std::string Quoted(const std::string& argument) {
   std::string text = "\"";
   for (char c : argument)
@@ -130,9 +163,11 @@ std::string JsonEscaped(const std::string& text) {
 } // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 3 && std::strcmp(argv[1], "--paint-child") == 0)
+    return PaintChild(reinterpret_cast<HWND>(static_cast<uintptr_t>(std::strtoull(argv[2], nullptr, 16))));
   if (argc < 3) {
     std::fprintf(stderr, "usage: preview_host PROGRAM.exe DRAFT.json [play | pause | seek=N | stop | "
-                         "pixel=X,Y | wait=MS]...\n");
+                         "pixel=X,Y | probe=X,Y | wait=MS]...\n");
     return 2;
   }
   const std::string program = argv[1];
@@ -209,15 +244,50 @@ int main(int argc, char** argv) {
       }
       continue;
     }
-    if (key == "pixel") {
+    if (key == "pixel" || key == "probe") {
       int x = 0, y = 0;
       COLORREF colour = 0;
-      if (std::sscanf(value.c_str(), "%d,%d", &x, &y) != 2 || !Pixel(window, x, y, &colour)) {
+      if (std::sscanf(value.c_str(), "%d,%d", &x, &y) != 2) {
+        status = Fail("reading the pixel's place", ERROR_INVALID_PARAMETER);
+        break;
+      }
+      PROCESS_INFORMATION painter{};
+      if (key == "probe") {
+        char self[MAX_PATH];
+        GetModuleFileNameA(nullptr, self, MAX_PATH);
+        char handle[32];
+        std::snprintf(handle, sizeof handle, "%llX",
+                      static_cast<unsigned long long>(reinterpret_cast<uintptr_t>(window)));
+        std::string line = Quoted(self) + " --paint-child " + handle;
+        STARTUPINFOA info{};
+        info.cb = sizeof info;
+        if (!CreateProcessA(self, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &info, &painter)) {
+          status = Fail("CreateProcessA of the probe");
+          break;
+        }
+        const ULONGLONG until = GetTickCount64() + 1500;
+        while (GetTickCount64() < until) {
+          PumpMessages();
+          Sleep(10);
+        }
+      }
+      const bool read = Pixel(window, x, y, &colour);
+      if (painter.hProcess) {
+        TerminateProcess(painter.hProcess, 0);
+        WaitForSingleObject(painter.hProcess, INFINITE);
+        CloseHandle(painter.hThread);
+        CloseHandle(painter.hProcess);
+        // What the probe's child covered is drawn again by the window.
+        InvalidateRect(window, nullptr, TRUE);
+        PumpMessages();
+      }
+      if (!read) {
         status = Fail("reading the window's pixel", ERROR_INVALID_PARAMETER);
         break;
       }
-      std::printf("pixel %d,%d: %02X%02X%02X\n", x, y, GetRValue(colour), GetGValue(colour),
+      std::printf("%s %d,%d: %02X%02X%02X\n", key.c_str(), x, y, GetRValue(colour), GetGValue(colour),
                   GetBValue(colour));
+      std::fflush(stdout);
       continue;
     }
     const std::string message =
