@@ -52,6 +52,13 @@ std::string Native(const std::string& path) {
   return error.empty() ? native : std::string();
 }
 
+// A path from the program's UTF-8. Made from the narrow string, the
+// Windows C++ library would read it in the ANSI code page, and a folder
+// named in Chinese would name another, absent one.
+fs::path Utf8Path(const std::string& utf8) {
+  return fs::path(std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
+}
+
 // Absolute, lexically normal, without a trailing separator.
 fs::path Normal(const fs::path& path) {
   std::error_code ec;
@@ -84,9 +91,9 @@ bool SafeToCopy(const std::string& draftFolder, const std::string& source, const
   std::string nativeSource = Native(source);
   std::string nativeTarget = Native(target);
   if (nativeFolder.empty() || nativeSource.empty() || nativeTarget.empty()) return false;
-  fs::path base = Normal(nativeFolder);
-  fs::path from = Normal(nativeSource);
-  fs::path to = Normal(nativeTarget);
+  fs::path base = Normal(Utf8Path(nativeFolder));
+  fs::path from = Normal(Utf8Path(nativeSource));
+  fs::path to = Normal(Utf8Path(nativeTarget));
   if (!StrictlyInside(base, from) || !StrictlyInside(base, to)) return false;
   if (from == to || StrictlyInside(from, to) || StrictlyInside(to, from)) return false;
   if (!IsRealDirectory(from)) return false;
@@ -212,12 +219,12 @@ void CopyOver(const fs::path& from, const fs::path& to, std::error_code& ec) {
 
 void CopyFolderTree(const char* source, const char* destination) {
   std::string error;
-  fs::path from = platform::NativePath(source, &error);
+  fs::path from = Utf8Path(platform::NativePath(source, &error));
   if (!error.empty() || from.empty()) {
     ReportError("copy", source ? source : "", std::make_error_code(std::errc::no_such_file_or_directory));
     return;
   }
-  fs::path to = platform::NativePath(destination, &error);
+  fs::path to = Utf8Path(platform::NativePath(destination, &error));
   if (!error.empty() || to.empty()) {
     ReportError("create_directory", destination ? destination : "",
                 std::make_error_code(std::errc::no_such_file_or_directory));

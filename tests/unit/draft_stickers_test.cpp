@@ -3,6 +3,7 @@
 
 #include "draft/draft.h"
 #include "draft/record_lists.h"
+#include "platform/platform.h"
 #include "tests/unit/draft_fixture.h"
 
 using namespace drafttest;
@@ -270,6 +271,16 @@ TEST(DraftFolderCopy, OverwritesFilesThatAlreadyExist) {
   CopyFolderTree(folder.Join("src").c_str(), folder.Join("dst").c_str());
   EXPECT_EQ(ReadFile(folder.Join("dst/frame_000.png")), "png0");
   EXPECT_EQ(ReadFile(folder.Join("dst/keep.txt")), "kept");
+}
+
+// Folder names come in the program's UTF-8 whatever the system's code page.
+TEST(DraftFolderCopy, CopiesAFolderNamedInChinese) {
+  TempFolder folder;
+  ASSERT_FALSE(folder.WriteUtf8("贴纸/frame_000.png", "png0").empty());
+  CopyFolderTree(folder.Join("贴纸").c_str(), folder.Join("副本").c_str());
+  std::string copied;
+  EXPECT_TRUE(platform::ReadWholeFile(folder.Join("副本/frame_000.png").c_str(), &copied));
+  EXPECT_EQ(copied, "png0");
 }
 
 TEST(DraftFolderCopy, LinksAreReportedAndNeverFollowed) {
