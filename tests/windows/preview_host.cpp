@@ -15,8 +15,8 @@
 // keeps another process's child window off the screen), and a test then
 // knows that the pixels cannot show the program's pictures either.
 //
-//   preview_host.exe PROGRAM.exe DRAFT.json [play | pause | seek=N | stop | pixel=X,Y | probe=X,Y | wait=MS]...
-//   preview_host.exe --paint-child HWND     (the copy that the probe starts)
+//   preview_host.exe PROGRAM.exe DRAFT.json [play | pause | seek=N | stop | pixel=X,Y | probe=X,Y |
+//   wait=MS]... preview_host.exe --paint-child HWND     (the copy that the probe starts)
 //
 // Output on standard output, one line each:
 //   reply KEY: {"message": ...}        the program's answer to a message
@@ -261,7 +261,8 @@ int main(int argc, char** argv) {
         std::string line = Quoted(self) + " --paint-child " + handle;
         STARTUPINFOA info{};
         info.cb = sizeof info;
-        if (!CreateProcessA(self, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &info, &painter)) {
+        if (!CreateProcessA(self, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &info,
+                            &painter)) {
           status = Fail("CreateProcessA of the probe");
           break;
         }
