@@ -3,6 +3,7 @@
 #include "engine/look/effect_filters.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <mutex>
@@ -13,6 +14,7 @@
 #include "engine/picture/filters.h"
 #include "engine/picture/geometry.h"
 #include "engine/picture/scratch.h"
+#include "platform/per_thread.h"
 
 namespace orma {
 
@@ -120,7 +122,7 @@ void RunRgbSplit(Yuv& img, const AmountParams& p, const EffectClock& c, int matr
   int shift = static_cast<int>(std::lround(amount * 0.05f * img.w));
   if (shift == 0) return;
   const float kr = matrix == 709 ? 0.2126f : 0.299f, kb = matrix == 709 ? 0.0722f : 0.114f, kg = 1 - kr - kb;
-  thread_local std::vector<float> rgb[2][3];
+  auto& rgb = platform::PerThread<std::array<std::array<std::vector<float>, 3>, 2>>([] {});
   for (auto& row : rgb)
     for (auto& channel : row)
       channel.resize(img.w);
@@ -183,7 +185,7 @@ void RunGlitch(Yuv& img, const GlitchParams& p, const EffectClock& c, int) {
   if (amount <= 0) return;
   int64_t step = static_cast<int64_t>(std::floor(c.seconds * ValueAt(p.rate, t)));
   int bands = 1 + static_cast<int>(amount * 7);
-  thread_local std::vector<uint8_t> row;
+  std::vector<uint8_t>& row = platform::PerThread<std::vector<uint8_t>>([] {});
   row.resize(img.w);
   for (int b = 0; b < bands; ++b) {
     int top = static_cast<int>((Noise(step, 10 + b, 3) * 0.5f + 0.5f) * img.h) & ~1;

@@ -9,6 +9,7 @@
 #include "engine/picture/filters.h"
 #include "engine/picture/scale.h"
 #include "engine/picture/scratch.h"
+#include "platform/per_thread.h"
 
 namespace orma {
 
@@ -88,7 +89,7 @@ void LumaMatte::Apply(Yuv& img, const std::shared_ptr<const MatteFrame>& frame) 
   }
   if (!ok) return;
   // Limited-range luma to coverage: black hides, white keeps.
-  thread_local std::vector<uint8_t> matte;
+  std::vector<uint8_t>& matte = platform::PerThread<std::vector<uint8_t>>([] {});
   matte.resize(static_cast<size_t>(img.w) * img.h);
   const Yuv& s = scaled.view();
   for (int y = 0; y < img.h; ++y) {

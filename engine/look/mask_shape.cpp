@@ -9,6 +9,7 @@
 
 #include "engine/picture/filters.h"
 #include "engine/picture/geometry.h"
+#include "platform/per_thread.h"
 
 namespace orma {
 
@@ -330,7 +331,7 @@ void MaskLayer::Apply(Yuv& img, const OrmaMaskShapeBlock& shape, int matrix, boo
     ApplyMask(img, *StillRaster(img.w, img.h), matrix, opaque);
     return;
   }
-  thread_local MaskRaster raster;
+  MaskRaster& raster = platform::PerThread<MaskRaster>([] {});
   RenderMask(config_, shape, img.w, img.h, &raster);
   ApplyMask(img, raster, matrix, opaque);
 }

@@ -1,6 +1,7 @@
 #include "engine/picture/compose.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "engine/picture/geometry.h"
 #include "engine/picture/mix.h"
 #include "engine/picture/resampled_rows.h"
+#include "platform/per_thread.h"
 
 namespace orma {
 
@@ -148,9 +150,20 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
   const int width = x1 - x0, blocks = (width + 1) / 2;
   const int cw = Half(item.w), ch = Half(item.h);
   const bool alpha = item.p[3] != nullptr;
-  thread_local std::vector<int32_t> columns[4]; // first and second sample, weight, edge coverage
-  thread_local std::vector<int32_t> chromaColumns[3], chromaWeight;
-  thread_local std::vector<int32_t> weight[2];
+  // Per column: first and second sample, weight, edge coverage; per chroma
+  // column: first and second sample, weight; and the chroma weights.
+  struct Columns {
+    std::array<std::vector<int32_t>, 4> luma;
+    std::array<std::vector<int32_t>, 3> chroma;
+    std::vector<int32_t> chromaWeight;
+    std::array<std::vector<int32_t>, 2> weight;
+    std::array<ResampledRows::Scratch, 4> rows;
+  };
+  Columns& perThread = platform::PerThread<Columns>([] {});
+  auto& columns = perThread.luma;
+  auto& chromaColumns = perThread.chroma;
+  auto& chromaWeight = perThread.chromaWeight;
+  auto& weight = perThread.weight;
   for (auto& c : columns)
     c.resize(width);
   // A column at the last item column samples it with weight 0 on a second
@@ -186,7 +199,7 @@ ORMA_VECTOR_CLONES void ComposeAxisAligned(Yuv& canvas, const Yuv& item, const J
   for (int k = 0; k < 2; ++k) {
     weight[k].resize(width);
   }
-  thread_local ResampledRows::Scratch scratch[4];
+  auto& scratch = perThread.rows;
   ResampledRows lumaRows(item.p[0], item.s[0], item.h, columns[0].data(), columns[1].data(),
                          columns[2].data(), width, adjacent, scratch[0]);
   ResampledRows alphaRows(item.p[3], item.s[3], item.h, columns[0].data(), columns[1].data(),
@@ -312,7 +325,8 @@ void ComposeEachPixel(Yuv& canvas, const Yuv& item, const Placement& p, float op
   const float* vis = job.vis;
   const float kx = job.kx, ky = job.ky;
   int width = x1 - x0;
-  thread_local std::vector<int> sy[2], sw[2];
+  auto& sy = platform::PerThread<std::array<std::vector<int>, 2>>([] {});
+  auto& sw = platform::PerThread<std::array<std::vector<int>, 2>>([] {});
   for (int r = 0; r < 2; ++r) {
     sy[r].resize(width + 1);
     sw[r].resize(width + 1);

@@ -1,6 +1,7 @@
 #include "engine/picture/filters.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "engine/picture/blur.h"
 #include "engine/picture/color_table.h"
 #include "engine/picture/geometry.h"
+#include "platform/per_thread.h"
 
 namespace orma {
 
@@ -21,7 +23,7 @@ float Smoothstep(float a, float b, float x) {
 
 // Per-thread scratch buffers, grown as needed and kept between frames.
 std::vector<uint8_t>& Scratch(int slot, size_t size) {
-  thread_local std::vector<uint8_t> buffers[6];
+  auto& buffers = platform::PerThread<std::array<std::vector<uint8_t>, 6>>([] {});
   std::vector<uint8_t>& b = buffers[slot];
   if (b.size() < size) b.resize(size);
   return b;
@@ -146,7 +148,7 @@ ORMA_VECTOR_CLONES void Sharpen(Yuv& img, float amount, const RowSpans* spans) {
   // current row are kept; the 3x3 sums come from per-column sums of three
   // rows (edges repeat the border row or column).
   std::vector<uint8_t>& keep = Scratch(0, static_cast<size_t>(2) * w);
-  thread_local std::vector<uint16_t> columns;
+  std::vector<uint16_t>& columns = platform::PerThread<std::vector<uint16_t>>([] {});
   columns.resize(w);
   uint8_t* above = keep.data();
   uint8_t* current = keep.data() + w;
@@ -187,7 +189,7 @@ ORMA_VECTOR_CLONES void Vignette(Yuv& img, float strength, const RowSpans* spans
     float strength = -1;
     std::vector<uint8_t> luma, chroma;
   };
-  thread_local Map map;
+  Map& map = platform::PerThread<Map>([] {});
   const int w = img.w, h = img.h, cw = Half(w), ch = Half(h);
   // Chroma rows sit at luma rows 1, 3, 5...: mirrored only in an even height.
   const bool chromaMirrored = h % 2 == 0;

@@ -1,6 +1,7 @@
 #include "engine/picture/region_filters.h"
 #include "engine/picture/blur.h"
 #include "engine/picture/geometry.h"
+#include "platform/per_thread.h"
 
 #include <algorithm>
 #include <cmath>
@@ -141,7 +142,7 @@ void BlurRegion(Yuv& img, const PixelRect& region, float sigma) {
 
 void FillFromBorder(Yuv& img, const PixelRect& region) {
   if (region.Empty()) return;
-  thread_local std::vector<float> border;
+  std::vector<float>& border = platform::PerThread<std::vector<float>>([] {});
   for (int k = 0; k < 3; ++k)
     FillPlane(img.p[k], img.s[k], ForPlane(region, img, k), border);
 }

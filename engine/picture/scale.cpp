@@ -5,6 +5,7 @@
 
 #include "engine/core/av_handles.h"
 #include "engine/picture/geometry.h"
+#include "platform/per_thread.h"
 
 extern "C" {
 #include <libavutil/pixfmt.h>
@@ -60,7 +61,10 @@ struct ScalerCache {
   }
 };
 
-thread_local ScalerCache tScalers;
+// The calling thread's scaler contexts.
+ScalerCache& Scalers() {
+  return platform::PerThread<ScalerCache>([] {});
+}
 
 // Y'CbCr of one matrix to another, on normalised values (Y 0..1, C -0.5..0.5).
 struct MatrixConversion {
@@ -149,7 +153,7 @@ bool ScaleYuv(const Yuv& src, int sx, int sy, int sw, int sh, Colorimetry srcCol
   key.srcFull = srcColor.fullRange ? 1 : 0;
   key.matrixFrom = srcColor.matrix;
   key.matrixTo = srcColor.matrix;
-  SwsContext* ctx = tScalers.Get(key);
+  SwsContext* ctx = Scalers().Get(key);
   if (!ctx) return false;
   const uint8_t* planes[4] = {src.p[0] + sy * src.s[0] + sx, src.p[1] + (sy / 2) * src.s[1] + sx / 2,
                               src.p[2] + (sy / 2) * src.s[2] + sx / 2,
@@ -176,7 +180,7 @@ bool ScaleRgba(const uint8_t* rgba, int stride, int sx, int sy, int sw, int sh, 
   key.srcFull = 1;
   key.matrixFrom = dstMatrix;
   key.matrixTo = dstMatrix;
-  SwsContext* ctx = tScalers.Get(key);
+  SwsContext* ctx = Scalers().Get(key);
   if (!ctx) return false;
   const uint8_t* planes[4] = {rgba + static_cast<size_t>(sy) * stride + static_cast<size_t>(sx) * 4, nullptr,
                               nullptr, nullptr};

@@ -1,6 +1,7 @@
 #include "engine/picture/sprite.h"
 #include "engine/picture/mix.h"
 #include "engine/picture/scratch.h"
+#include "platform/per_thread.h"
 
 #include <cairo.h>
 
@@ -232,7 +233,7 @@ void DrawSprite(const Sprite& sprite, const Affine& place, float opacity, const 
   if (bx1 <= bx0 || by1 <= by0) return;
   int w = bx1 - bx0, h = by1 - by0;
 
-  thread_local Scratch scratch;
+  Scratch& scratch = platform::PerThread<Scratch>([] {});
   uint32_t* pixels = scratch.Get(w, h);
   cairo_surface_t* dst = Wrap(pixels, w, h);
   cairo_surface_t* src = Wrap(sprite.argb.data(), sprite.width, sprite.height);

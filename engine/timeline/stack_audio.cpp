@@ -17,6 +17,7 @@
 #include "engine/sound/limiter.h"
 #include "engine/timeline/elements.h"
 #include "engine/timeline/timeline.h"
+#include "platform/per_thread.h"
 
 namespace orma {
 
@@ -25,7 +26,7 @@ namespace {
 // The block handed to a segment's Audio(); reused by the one thread that
 // takes the sound.
 AudioBlock& ScratchBlock(int channels, int samples, int frequency) {
-  thread_local AudioBlock block;
+  AudioBlock& block = platform::PerThread<AudioBlock>([] {});
   block.channels = channels;
   block.samples = samples;
   block.frequency = frequency;

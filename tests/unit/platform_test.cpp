@@ -3,14 +3,17 @@
 // page for the Windows build).
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cinttypes>
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 #include <vector>
 
 #include "platform/codepage.h"
 #include "platform/diagnostic.h"
+#include "platform/per_thread.h"
 #include "platform/platform.h"
 #include "tests/unit/draft_fixture.h"
 
@@ -275,6 +278,56 @@ TEST(CodePage, FileExistsNeedsAPath) {
   EXPECT_EQ(FileExists(""), 0);
   EXPECT_EQ(FileExists("/nonexistent/x"), 0);
   EXPECT_EQ(FileExists("/tmp"), 1);
+}
+
+// A per-thread object that owns memory, counting how many were made and
+// destroyed.
+std::atomic<int> gMade{0}, gDestroyed{0};
+struct Counted {
+  Counted() : data(4096, 7) { ++gMade; }
+  ~Counted() {
+    // A destructor run on released storage reads a broken vector here.
+    EXPECT_EQ(data.size(), 4096u);
+    ++gDestroyed;
+  }
+  std::vector<int> data;
+};
+Counted& FirstPlace() {
+  return platform::PerThread<Counted>([] {});
+}
+Counted& SecondPlace() {
+  return platform::PerThread<Counted>([] {});
+}
+
+TEST(PerThread, EachThreadAndPlaceHasItsOwnObjectDestroyedOnceWhenTheThreadEnds) {
+  gMade = gDestroyed = 0;
+  for (int round = 0; round < 16; ++round) {
+    std::vector<std::thread> threads;
+    std::vector<Counted*> firsts(4), seconds(4);
+    std::atomic<int> holding{0};
+    for (int t = 0; t < 4; ++t)
+      threads.emplace_back([t, &firsts, &seconds, &holding] {
+        Counted& a = FirstPlace();
+        a.data[0] = t;
+        EXPECT_EQ(&FirstPlace(), &a) << "the same place gives the same object on one thread";
+        EXPECT_EQ(FirstPlace().data[0], t);
+        firsts[t] = &a;
+        seconds[t] = &SecondPlace();
+        // All four hold their objects at once, so no address is reused.
+        ++holding;
+        while (holding.load() < 4)
+          std::this_thread::yield();
+      });
+    for (auto& thread : threads)
+      thread.join();
+    for (int t = 0; t < 4; ++t) {
+      EXPECT_NE(firsts[t], seconds[t]) << "two places keep two objects";
+      for (int u = 0; u < t; ++u)
+        EXPECT_NE(firsts[t], firsts[u]) << "each thread has its own";
+    }
+  }
+  EXPECT_EQ(gMade.load(), 16 * 4 * 2);
+  EXPECT_EQ(gDestroyed.load(), 16 * 4 * 2) << "each object is destroyed as its thread ends";
 }
 
 } // namespace
