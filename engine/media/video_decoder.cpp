@@ -272,7 +272,11 @@ struct VideoDecoder::State {
   std::shared_ptr<Decoded> Wrap(AVFrame* picture, std::string* error) {
     AVFrame* f = picture;
     FramePtr fromHardware;
-    const HardwareDecoding* hardware = AvailableHardwareDecoding();
+    // Only a decoder given a device can hand out hardware frames. Asking for
+    // the machine's devices otherwise would open one for nothing, on a
+    // renderer thread: on Windows that loads Direct3D while other threads
+    // run, which Wine can deadlock on (its loader lock).
+    const HardwareDecoding* hardware = hwDevice ? AvailableHardwareDecoding() : nullptr;
     if (hardware && f->format == hardware->format) {
       fromHardware.reset(av_frame_alloc());
       if (!fromHardware || av_hwframe_transfer_data(fromHardware.get(), f, 0) < 0) {
