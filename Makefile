@@ -37,15 +37,21 @@ asan-test: deps
 	ctest --test-dir $(ASAN_BUILD) --output-on-failure -j$(JOBS) -L program
 
 # The program's tests against the recording double, cross-built with
-# MinGW-w64 and run under Wine once per ANSI code page (936 and 1252). Of the
-# Windows libraries (scripts/windows/build-deps.sh) it needs only cJSON and
-# GoogleTest, built once into ~/.cache/ormadraft.
+# MinGW-w64 and run under Wine once per ANSI code page (936 and 1252); then
+# the command-line cases (tests/cli) run with the Windows and the Linux
+# program, both linked with the double, and their consoles compared line by
+# line (scripts/windows/cli-compare.sh). Of the Windows libraries
+# (scripts/windows/build-deps.sh) it needs only cJSON and GoogleTest, built
+# once into ~/.cache/ormadraft.
 windows-program-test: deps
 	bash scripts/windows/build-deps.sh program
 	cmake -S . -B $(WIN_BUILD) -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64.cmake -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DORMA_WINDOWS_PREFIX=$$(bash scripts/windows/build-deps.sh --prefix) -DORMA_BUILD_ENGINE=OFF >/dev/null
-	cmake --build $(WIN_BUILD) -j$(JOBS) --target program_tests
+	cmake --build $(WIN_BUILD) -j$(JOBS) --target program_tests ormadraft_recording
 	bash scripts/windows/run-tests.sh $(WIN_BUILD)
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+	cmake --build $(BUILD) -j$(JOBS) --target ormadraft_recording
+	bash scripts/windows/cli-compare.sh $(BUILD)/tests/ormadraft_recording $(WIN_BUILD)/tests/ormadraft_recording.exe
 
 # Every Windows library of the program and the engine (the long first build;
 # KEEP_GOING=1 goes on past a failed one).

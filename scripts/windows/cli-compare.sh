@@ -9,57 +9,82 @@
 #   - paths written with "\" and Wine's drive "Z:" for the Unix root;
 #   - the C runtime's text of a system error ("File not found" for
 #     "No such file or directory");
-# and so are the ones that any two builds show, without being listed:
+# and so are the ones that any two runs or builds show, without being listed:
+#   - where the progress lines fall among the other lines of a call (the
+#     progress thread prints them beside the export's own lines): they are
+#     compared in their order, after the call's other lines;
 #   - the log prefix "[build time/build date - source line] -- ";
 #   - the elapsed seconds of "time:N.N(s)";
+#   - the millisecond tick count in the names of working copies and new
+#     theme drafts ("NAME_TICKS.json");
 #   - each program's own folder, and the library versions of --version;
 #   - the cases' scratch folders (/tmp/ormadraft-cli-XXXXXX).
 # Any other difference (a line, a line's absence, an exit status) fails the
 # comparison and is printed with the case and the call it belongs to.
 #
-#   cli-compare.sh LINUX_BUILD WINDOWS_PROGRAM_FOLDER
+#   cli-compare.sh LINUX_PROGRAM WINDOWS_PROGRAM.exe
 #
-# LINUX_BUILD holds the Linux program with its core library ("ormadraft");
-# WINDOWS_PROGRAM_FOLDER holds OrmaDraft.exe with its DLLs (an unpacked zip's
-# OrmaDraft folder). The Windows program runs under Wine in a scratch Wine
-# prefix made for this run. New theme drafts of both go to a scratch folder
+# The programs are usually the two builds of the program linked with the
+# recording core double (tests/ormadraft_recording and
+# tests/ormadraft_recording.exe: make windows-program-test runs it so), for
+# which the cases are written; OrmaDraft.exe with its real engine works too
+# (slower: every case then renders). The Windows program runs under Wine
+# (scripts/windows/wine-run.sh, so the DLLs of the dependency prefix and of
+# the MinGW-w64 runtime are found) in a scratch Wine prefix made for this
+# run, under the Chinese code page 936 the program is written for (a
+# zh_CN.UTF-8 locale made for the run; a case's own GBK locale is kept), so
+# that the cases' Chinese names reach it as they do on a Chinese Windows. The
+# 1252 code page is covered by the program's tests (program_tests under
+# both). Wine's start costs a second or more, so where a case ends a program
+# after a time limit, the Windows program gets CLI_WINE_GRACE (5) seconds
+# more before it is ended. New theme drafts of both go to a scratch folder
 # (ORMADRAFT_DRAFTS), so nothing is written beside either program.
 # CLI_CASES="usage bad_input" limits the run to those cases.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 source_dir=$(cd "$here/../.." && pwd)
-linux_build=${1:?usage: cli-compare.sh LINUX_BUILD WINDOWS_PROGRAM_FOLDER}
-windows_folder=${2:?usage: cli-compare.sh LINUX_BUILD WINDOWS_PROGRAM_FOLDER}
-linux_program=$(realpath "$linux_build/ormadraft")
-windows_program=$(realpath "$windows_folder/OrmaDraft.exe")
+linux_program=$(realpath "${1:?usage: cli-compare.sh LINUX_PROGRAM WINDOWS_PROGRAM.exe}")
+windows_program=$(realpath "${2:?usage: cli-compare.sh LINUX_PROGRAM WINDOWS_PROGRAM.exe}")
 wine=${ORMA_WINE:-/usr/lib/wine/wine64}
 [ -x "$linux_program" ] || { echo "cli-compare: no Linux program at $linux_program" >&2; exit 2; }
-[ -f "$windows_program" ] || { echo "cli-compare: no OrmaDraft.exe at $windows_program" >&2; exit 2; }
+[ -f "$windows_program" ] || { echo "cli-compare: no Windows program at $windows_program" >&2; exit 2; }
 [ -x "$wine" ] || { echo "cli-compare: no Wine runner at $wine (apt-get install wine64)" >&2; exit 2; }
 
+. "$here/wine-prefix.sh"
+export ORMA_WINDOWS_PREFIX=${ORMA_WINDOWS_PREFIX:-$(bash "$here/build-deps.sh" --prefix)}
 scratch=$(mktemp -d "${TMPDIR:-/tmp}/ormadraft-cli-compare-XXXXXX")
-export WINEPREFIX=$scratch/wine WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 cleanup() {
-  "$(dirname "$wine")/wineserver" -k 2>/dev/null || true
+  stop_scratch_wine
   rm -rf "$scratch"
 }
 trap cleanup EXIT
-"$wine" wineboot -i >/dev/null 2>&1 || true
+start_scratch_wine "$scratch/wine"
+make_chinese_locale "$scratch/locale"
 export ORMADRAFT_DRAFTS=$scratch/drafts
 
 # One recording stand-in per side: it runs the program with the arguments it
 # was given, passes its standard output on, and appends the call to the
 # side's record. Standard error and standard input pass straight through.
-make_stand_in() { # side, command...
-  local side=$1
-  shift
+# When the case ends it (a time limit's SIGTERM), the program is ended
+# GRACE seconds later and its status recorded all the same.
+make_stand_in() { # side, grace seconds, shell lines run first, command...
+  local side=$1 grace=$2 prelude=$3
+  shift 3
   local quoted
   quoted=$(printf '%q ' "$@")
   cat >"$scratch/$side.sh" <<EOF
 #!/usr/bin/env bash
+$prelude
 out=\$(mktemp "$scratch/out-XXXXXX")
-$quoted "\$@" >"\$out"
+# In a session of its own, so that ending it ends Wine's processes too.
+setsid $quoted "\$@" >"\$out" &
+child=\$!
+ended=0
+trap 'ended=1; sleep $grace; kill -TERM -- -\$child 2>/dev/null' TERM
+wait \$child
 status=\$?
+# A trapped SIGTERM ends the first wait early; the second gives the status.
+[ \$ended = 0 ] || { wait \$child; status=\$?; }
 cat "\$out"
 { printf '### call:'; printf ' %s' "\$@"; printf '\n'; cat "\$out"; printf '\n### status %s\n' "\$status"; } >>"\$CLI_RECORD"
 rm -f "\$out"
@@ -67,8 +92,10 @@ exit \$status
 EOF
   chmod +x "$scratch/$side.sh"
 }
-make_stand_in linux "$linux_program"
-make_stand_in windows "$wine" "$windows_program"
+make_stand_in linux 0 "" "$linux_program"
+make_stand_in windows "${CLI_WINE_GRACE:-5}" \
+  "case \${LC_ALL:-\${LC_CTYPE:-}} in *GBK | *gbk) ;; *) export LOCPATH=$scratch/locale LC_ALL=zh_CN.UTF-8 ;; esac" \
+  bash "$here/wine-run.sh" "$windows_program"
 
 # The same text for both sides where only the platform or the build differs.
 # Each line is written as TEXT, a tab, and the platform rules that changed
@@ -90,8 +117,10 @@ build_rules = [
     lambda l: re.sub(r"^(MLT|FFmpeg) [^ ]+", r"\1 VERSION", l),
     lambda l: re.sub(r"^\[[^]]*\] -- ", "[LOG] -- ", l),
     lambda l: re.sub(r"time:[0-9.]+\(s\)", "time:T(s)", l),
+    lambda l: re.sub(r"_[0-9]+\.json", "_TICKS.json", l),
     lambda l: re.sub(r"/tmp/ormadraft-cli-[A-Za-z0-9]+", "$WORK", l),
 ]
+lines = []
 for raw in open(sys.argv[1], "rb").read().split(b"\n"):
     applied = []
     # The Windows program prints its own Chinese texts in GBK whatever the
@@ -111,7 +140,21 @@ for raw in open(sys.argv[1], "rb").read().split(b"\n"):
         line = new
     for rule in build_rules:
         line = rule(line)
-    print(line + "\t" + ",".join(applied))
+    lines.append(line + "\t" + ",".join(applied))
+# Each call's progress lines after its other lines, in their order.
+held = []
+def flush():
+    for h in held:
+        print(h)
+    held.clear()
+for line in lines:
+    if line.startswith("### "):
+        flush()
+    if re.match(r"\[LOG\] -- progress:", line):
+        held.append(line)
+    else:
+        print(line)
+flush()
 PY
 }
 

@@ -6,6 +6,7 @@
 #   . scripts/windows/wine-prefix.sh
 #   start_scratch_wine FOLDER      export WINEPREFIX=FOLDER and start it
 #   stop_scratch_wine              end its wineserver (the caller removes FOLDER)
+#   make_chinese_locale FOLDER     a zh_CN.UTF-8 locale in FOLDER (for LOCPATH)
 #
 # ORMA_WINE names the Wine runner (Debian keeps it in wine's library folder).
 wine=${ORMA_WINE:-/usr/lib/wine/wine64}
@@ -18,4 +19,16 @@ start_scratch_wine() {
 
 stop_scratch_wine() {
   "$(dirname "$wine")/wineserver" -k 2>/dev/null || true
+}
+
+# Wine takes the ANSI code page from the Unix locale's name and converts the
+# arguments with that locale's character set: a Chinese UTF-8 locale made
+# in a scratch folder (used through LOCPATH) gives code page 936 and Chinese
+# arguments intact on a machine that has no such locale installed. Without
+# it Wine reads the arguments as ASCII and a program receives "?" for each
+# Chinese character.
+make_chinese_locale() {
+  mkdir -p "$1"
+  [ -d "$1/zh_CN.UTF-8" ] || localedef -i zh_CN -f UTF-8 "$1/zh_CN.UTF-8" 2>/dev/null || true
+  [ -d "$1/zh_CN.UTF-8" ] || { echo "cannot make the zh_CN.UTF-8 locale (apt-get install locales)" >&2; return 1; }
 }
