@@ -1,9 +1,14 @@
 #include "engine/core/libraries.h"
 
 extern "C" {
+#include <libavutil/buffer.h>
 #include <libavutil/error.h>
 #include <libavutil/log.h>
 }
+
+#if defined(_WIN32)
+#include <windows.h>
+#endif
 
 #include <cstdarg>
 #include <cstdio>
@@ -68,6 +73,26 @@ std::string ModuleFolder() {
 }
 
 } // namespace
+
+bool HardwareDeviceOpens(AVHWDeviceType type, const char* device) {
+#if defined(_WIN32)
+  // A Direct3D device loads d3d11 and its relatives, whose start-up brings
+  // up the display driver while the system's loader lock is held. Under
+  // Wine another thread's first window call then waits for that lock
+  // inside the driver's one-time start-up, and the start-up waits for it:
+  // the export stalled at progress 0 in 2 of 10 runs with "hw" on. The
+  // driver is brought up here first, outside any library's start-up; on
+  // Windows this costs one screen DC.
+  static std::once_flag display;
+  std::call_once(display, [] {
+    if (HDC screen = GetDC(nullptr)) ReleaseDC(nullptr, screen);
+  });
+#endif
+  AVBufferRef* ref = nullptr;
+  if (av_hwdevice_ctx_create(&ref, type, device, nullptr, 0) < 0) return false;
+  av_buffer_unref(&ref); // only tried, not kept
+  return true;
+}
 
 std::string AvError(int code) {
   char buffer[AV_ERROR_MAX_STRING_SIZE] = {0};

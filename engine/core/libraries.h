@@ -8,6 +8,10 @@
 
 #include <mlt-7/framework/mlt.h>
 
+extern "C" {
+#include <libavutil/hwcontext.h>
+}
+
 namespace orma {
 
 /// Routes FFmpeg's log lines to the engine (kept as the last error, printed
@@ -16,6 +20,10 @@ void QuietLibraries();
 
 /// Starts MLT once per process; false (and a log line) when it cannot.
 bool EnsureMlt();
+
+/// Whether a hardware device of `type` opens on this machine (`device` as
+/// FFmpeg takes it, or null); the device is closed again at once.
+bool HardwareDeviceOpens(AVHWDeviceType type, const char* device);
 
 /// FFmpeg's text for one of its error codes.
 std::string AvError(int code);

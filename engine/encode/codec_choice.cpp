@@ -13,6 +13,7 @@ extern "C" {
 #include <vector>
 
 #include "engine/core/av_handles.h"
+#include "engine/core/libraries.h"
 #include "engine/core/log.h"
 #include "engine/encode/export_run.h"
 #include "engine/media/video_decoder.h"
@@ -21,13 +22,6 @@ extern "C" {
 namespace orma {
 
 namespace {
-
-bool HardwareDevice(AVHWDeviceType type, const char* device) {
-  AVBufferRef* ref = nullptr;
-  if (av_hwdevice_ctx_create(&ref, type, device, nullptr, 0) < 0) return false;
-  BufferPtr opened(ref); // only tried, not kept
-  return true;
-}
 
 // The hardware encoder for a software codec name, when the machine has one.
 // Only encoders that take pictures from system memory are used (NVENC, Quick
@@ -47,7 +41,7 @@ std::string HardwareEncoder(const std::string& codec) {
   for (const auto& c : candidates) {
     std::string name = family + c.suffix;
     if (!avcodec_find_encoder_by_name(name.c_str())) continue;
-    if (!HardwareDevice(c.type, nullptr)) continue;
+    if (!HardwareDeviceOpens(c.type, nullptr)) continue;
     return name;
   }
   return "";

@@ -90,13 +90,6 @@ AVPixelFormat PickHardware(AVCodecContext*, const AVPixelFormat* offered) {
   return offered[0];
 }
 
-bool Opens(const HardwareDecoding& h) {
-  AVBufferRef* ref = nullptr;
-  if (av_hwdevice_ctx_create(&ref, h.type, h.device, nullptr, 0) < 0) return false;
-  BufferPtr opened(ref); // only tried, not kept
-  return true;
-}
-
 } // namespace
 
 const HardwareDecoding* AvailableHardwareDecoding() {
@@ -114,7 +107,7 @@ const HardwareDecoding* AvailableHardwareDecoding() {
   // devices do not change during a run: asked once.
   static const HardwareDecoding* const available = []() -> const HardwareDecoding* {
     for (const HardwareDecoding& h : kChoices)
-      if (Opens(h)) return &h;
+      if (HardwareDeviceOpens(h.type, h.device)) return &h;
     return nullptr;
   }();
   return available;
