@@ -106,7 +106,8 @@ compare() {
 settings "$work/linux.mp4" >"$work/export-linux.json"
 (cd "$repo" && "$linux/ormadraft" "$repo/examples/demo/draft.json" "$work/export-linux.json" >"$work/linux.out" 2>&1)
 settings "$(winpath "$work/windows.mp4")" >"$work/export-win.json"
-(cd "$repo" && watched "$work/windows.out" bash "$here/wine-run.sh" "$win/OrmaDraft.exe" \
+# Wine's loader trace names every DLL the run loads (below: no Direct3D).
+(cd "$repo" && WINEDEBUG=+loaddll watched "$work/windows.out" bash "$here/wine-run.sh" "$win/OrmaDraft.exe" \
   "$(winpath "$repo/examples/demo/draft.json")" "$(winpath "$work/export-win.json")")
 result=""
 if [ -s "$work/windows.mp4" ] && [ -s "$work/linux.mp4" ] && result=$(compare "$work/linux.mp4" "$work/windows.mp4"); then
@@ -118,6 +119,13 @@ if grep -q "export success!" "$work/windows.out"; then
   pass "demo: the result line says export success!"
 else
   fail "demo: no success line: $(tail -1 "$work/windows.out")"
+fi
+# Decoding in software opens no hardware device: loading Direct3D on a
+# renderer thread is what made Wine deadlock on its loader lock.
+if grep -aqi 'Loaded L".*ormacore.dll"' "$work/windows.out" && ! grep -aqi 'Loaded L".*d3d11.dll"' "$work/windows.out"; then
+  pass "demo: without \"hw\" no Direct3D library is loaded"
+else
+  fail "demo: loader trace: $(grep -aio 'Loaded L"[^"]*\(ormacore\|d3d11\)[^"]*"' "$work/windows.out" | tr '\n' ' ')"
 fi
 
 # ---- "hw": hardware decoding and encoding asked for, on a machine without ----
@@ -131,7 +139,7 @@ s["hw"] = {"decoder": 1, "encoder": 1}
 s["time"] = {"start": 0, "end": 3}
 print(json.dumps(s))
 EOF
-(cd "$repo" && watched "$work/hw.out" bash "$here/wine-run.sh" "$win/OrmaDraft.exe" \
+(cd "$repo" && WINEDEBUG=+loaddll watched "$work/hw.out" bash "$here/wine-run.sh" "$win/OrmaDraft.exe" \
   "$(winpath "$repo/examples/demo/draft.json")" "$(winpath "$work/export-hw.json")")
 hw_frames=$(ffprobe -v error -count_frames -select_streams v:0 -show_entries stream=nb_read_frames -of csv=p=0 \
   "$work/hw.mp4" 2>/dev/null)
@@ -143,6 +151,11 @@ if [ $nvenc = yes ] && grep -q "export success!" "$work/hw.out" && [ "$hw_frames
   pass "hw: with \"hw\" on and no NVIDIA driver the range 0-3 s is encoded by libx264 ($hw_frames frames)"
 else
   fail "hw: NVENC in FFmpeg: $nvenc; frames ${hw_frames:-none}; $(grep -a -E 'hardware|hw|success|fail' "$work/hw.out" | tail -4 | tr '\n' ' ')"
+fi
+if grep -aqi 'Loaded L".*d3d11.dll"' "$work/hw.out"; then
+  pass "hw: hardware decoding asks Direct3D 11 for a device"
+else
+  fail "hw: d3d11.dll was never loaded: $(grep -a -E 'decod' "$work/hw.out" | tail -2 | tr '\n' ' ')"
 fi
 
 # ---- preview into a window of a Windows host, steered over its named pipe ----
@@ -162,19 +175,9 @@ else
 fi
 
 # ---- a Chinese folder under the 936 code page, drive-letter paths ------------
-# Wine takes the ANSI code page from the Unix locale's name and converts the
-# arguments with that locale's character set: a Chinese UTF-8 locale made
-# for this run (in the scratch folder, through LOCPATH) gives code page 936
-# and the Chinese arguments intact on a machine that has no such locale
-# installed. Without it Wine reads the arguments as ASCII and the program
-# receives "?" for each character.
-chinese_locale() {
-  [ -d "$work/locale/zh_CN.UTF-8" ] || localedef -i zh_CN -f UTF-8 "$work/locale/zh_CN.UTF-8" 2>/dev/null || true
-  [ -d "$work/locale/zh_CN.UTF-8" ] || { echo "engine-test: cannot make the zh_CN.UTF-8 locale (apt-get install locales)" >&2; return 1; }
-}
+# Under a Chinese locale made for this run (make_chinese_locale).
 in_chinese() { LOCPATH=$work/locale LANG=zh_CN.UTF-8 LC_ALL=zh_CN.UTF-8 "$@"; }
-mkdir -p "$work/locale"
-chinese_locale
+make_chinese_locale "$work/locale"
 cn=$work/视频草稿
 mkdir -p "$cn/素材"
 cp "$media"/* "$cn/素材/"
