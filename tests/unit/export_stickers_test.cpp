@@ -8,12 +8,14 @@
 #include "export/caption_common.h"
 #include "export/stickers.h"
 #include "tests/support/caption_test_support.h"
+#include "tests/support/joined_path.h"
 
 namespace {
 
 using captiontest::Document;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
+using testpath::Joined;
 
 constexpr const char* kSource = "export/stickers.cpp";
 constexpr const char* kCommonSource = "export/caption_common.cpp";
@@ -64,15 +66,17 @@ TEST_F(ExportStickers, RelativeFolderIsCreatedFromConfigUnderTheDraftFolder) {
   ASSERT_FALSE(recorder::Calls().empty());
   // Backslashes in a draft path are separators; the library maps them.
   EXPECT_EQ(recorder::Formatted("OrmaCreateCaptionFromConfigure").at(0),
-            "OrmaCreateCaptionFromConfigure(\"D:\\work/stickers\\heart/config.json\", 2)");
+            "OrmaCreateCaptionFromConfigure(\"" + Joined("D:\\work", "stickers\\heart", "config.json") +
+                "\", 2)");
 }
 
-TEST_F(ExportStickers, RelativeFolderOnPosixDraftJoinsWithSlash) {
+TEST_F(ExportStickers, RelativeFolderOnPosixDraftIsJoinedToItsFolder) {
   Document document("/srv/work/a.draft");
   document.AddSticker("stickers/heart");
   Run(document);
   EXPECT_EQ(recorder::Formatted("OrmaCreateCaptionFromConfigure").at(0),
-            "OrmaCreateCaptionFromConfigure(\"/srv/work/stickers/heart/config.json\", 2)");
+            "OrmaCreateCaptionFromConfigure(\"" + Joined("/srv/work", "stickers/heart", "config.json") +
+                "\", 2)");
 }
 
 TEST_F(ExportStickers, AbsoluteFolderTakesItsOwnConfig) {
@@ -81,25 +85,27 @@ TEST_F(ExportStickers, AbsoluteFolderTakesItsOwnConfig) {
   document.AddSticker("/opt/res/moon");
   Run(document);
   EXPECT_EQ(recorder::Formatted("OrmaCreateCaptionFromConfigure"),
-            (std::vector<std::string>{"OrmaCreateCaptionFromConfigure(\"E:\\res\\star/config.json\", 2)",
-                                      "OrmaCreateCaptionFromConfigure(\"/opt/res/moon/config.json\", 2)"}));
+            (std::vector<std::string>{
+                "OrmaCreateCaptionFromConfigure(\"" + Joined("E:\\res\\star", "config.json") + "\", 2)",
+                "OrmaCreateCaptionFromConfigure(\"" + Joined("/opt/res/moon", "config.json") + "\", 2)"}));
 }
 
 TEST_F(ExportStickers, SettingsAreSentInOrderWithValuesAsStored) {
   Document document;
   FullSticker(document, "st/a");
   EXPECT_EQ(Run(document), "");
-  EXPECT_EQ(recorder::Formatted(), (std::vector<std::string>{
-                                       "OrmaCreateCaptionFromConfigure(\"/drafts/p/st/a/config.json\", 2)",
-                                       "OrmaAddCaption(0x51, h1)",
-                                       "OrmaUpateCaptionLevel(h1, 4)",
-                                       "OrmaUpdateCaptionTimeline(h1, 700000, 2300000)",
-                                       "OrmaSetCaptionTransparency(h1, 0.5)",
-                                       "OrmaSetCaptionPosition(h1, 0.25,0.75)",
-                                       "OrmaSetCaptionSize(h1, 0.125,0.375)",
-                                       "OrmaSetCaptionScale(h1, 1.5)",
-                                       "OrmaSetCaptionAngle(h1, -30)",
-                                   }));
+  EXPECT_EQ(recorder::Formatted(),
+            (std::vector<std::string>{
+                "OrmaCreateCaptionFromConfigure(\"" + Joined("/drafts/p", "st/a", "config.json") + "\", 2)",
+                "OrmaAddCaption(0x51, h1)",
+                "OrmaUpateCaptionLevel(h1, 4)",
+                "OrmaUpdateCaptionTimeline(h1, 700000, 2300000)",
+                "OrmaSetCaptionTransparency(h1, 0.5)",
+                "OrmaSetCaptionPosition(h1, 0.25,0.75)",
+                "OrmaSetCaptionSize(h1, 0.125,0.375)",
+                "OrmaSetCaptionScale(h1, 1.5)",
+                "OrmaSetCaptionAngle(h1, -30)",
+            }));
 }
 
 TEST_F(ExportStickers, TimesAreMicrosecondsFormedInFloatAndTruncated) {
