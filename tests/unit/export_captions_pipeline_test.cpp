@@ -114,9 +114,9 @@ TEST_F(ExportCaptionsPipeline, StickerAndCaptionSettingFailuresLeaveTheExportRes
   recorder::SetResult("OrmaEditMedia", 9);
   EXPECT_EQ(Export(), 9);
   EXPECT_STREQ(message_, "");
-  EXPECT_NE(console_.find("UpdateStickerParam error " + captiontest::kColonUtf8 + "-2 line:"),
+  EXPECT_NE(console_.find("UpdateStickerParam error " + captiontest::kColonPrinted + "-2 line:"),
             std::string::npos);
-  EXPECT_NE(console_.find("UpdateCaptionParam error " + captiontest::kColonUtf8 + "-2 line:"),
+  EXPECT_NE(console_.find("UpdateCaptionParam error " + captiontest::kColonPrinted + "-2 line:"),
             std::string::npos);
   EXPECT_LT(FirstIndex("OrmaEditMedia"), recorder::Calls().size());
 }

@@ -46,7 +46,7 @@ protected:
   }
 
   static std::string UpdateError(int32_t value, int occurrence = 1) {
-    return "UpdateCaptionParam error " + captiontest::kColonUtf8 + std::to_string(value) + " line:" +
+    return "UpdateCaptionParam error " + captiontest::kColonPrinted + std::to_string(value) + " line:" +
            std::to_string(captiontest::SourceLine(kSource, "UpdateCaptionParam error", occurrence)) + " \n";
   }
 
@@ -128,7 +128,7 @@ TEST_F(ExportCaptionsStage, AddFailureIsReportedAndTheCaptionIsStillFilled) {
   recorder::SetResult("OrmaAddCaption", -3);
   const std::string out = Run(document);
   const std::string pattern =
-      captiontest::Escaped("OrmaAddCaption error " + captiontest::kColonUtf8 + "-3 line:" +
+      captiontest::Escaped("OrmaAddCaption error " + captiontest::kColonPrinted + "-3 line:" +
                            std::to_string(captiontest::SourceLine(kCommonSource, "OrmaAddCaption error")) +
                            " \n") +
       captiontest::LogLinePattern("OrmaAddCaption failed:ret:-3",

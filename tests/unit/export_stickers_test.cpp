@@ -36,7 +36,7 @@ protected:
 };
 
 std::string StickerError(int32_t value) {
-  return "UpdateStickerParam error " + captiontest::kColonUtf8 + std::to_string(value) +
+  return "UpdateStickerParam error " + captiontest::kColonPrinted + std::to_string(value) +
          " line:" + std::to_string(captiontest::SourceLine(kSource, "UpdateStickerParam error")) + " \n";
 }
 
@@ -211,7 +211,7 @@ TEST_F(ExportStickers, AddFailureIsReportedAndTheStickerIsStillConfigured) {
   recorder::SetResult("OrmaAddCaption", -5);
   const std::string out = Run(document);
   const std::string pattern =
-      captiontest::Escaped("OrmaAddCaption error " + captiontest::kColonUtf8 + "-5 line:" +
+      captiontest::Escaped("OrmaAddCaption error " + captiontest::kColonPrinted + "-5 line:" +
                            std::to_string(captiontest::SourceLine(kCommonSource, "OrmaAddCaption error")) +
                            " \n") +
       captiontest::LogLinePattern("OrmaAddCaption failed:ret:-5",
@@ -225,7 +225,7 @@ TEST_F(ExportStickers, AddResultOfZeroIsAFailure) {
   Document document;
   FullSticker(document, "st/a");
   recorder::SetResult("OrmaAddCaption", 0);
-  EXPECT_NE(Run(document).find("OrmaAddCaption error " + captiontest::kColonUtf8 + "0 line:"),
+  EXPECT_NE(Run(document).find("OrmaAddCaption error " + captiontest::kColonPrinted + "0 line:"),
             std::string::npos);
 }
 
