@@ -228,6 +228,13 @@ private:
 /// The full-width colon in UTF-8 and in GBK.
 inline const std::string kColonUtf8 = "\xEF\xBC\x9A";
 inline const std::string kColonGbk = "\xA3\xBA";
+/// The full-width colon as the program prints it while LC_CTYPE is UTF-8:
+/// the Windows program prints it in GBK whatever the C library's locale.
+#if defined(_WIN32)
+inline const std::string kColonPrinted = kColonGbk;
+#else
+inline const std::string kColonPrinted = kColonUtf8;
+#endif
 
 /// `text` with every regular-expression character escaped.
 inline std::string Escaped(const std::string& text) {

@@ -32,10 +32,13 @@ template <typename T> T* Required(T* record) {
 
 template <typename T> T* Appended(T** head) { return Required(ListTail<T>(head).Append()); }
 
+/// The folder of the stage document's draft, "/drafts/p/d_1.json".
+inline const std::string kDraftFolder = "/drafts/p";
+
 class StageDocument {
 public:
   StageDocument() : doc_(Required(NewRecord<DraftDocument>())) {
-    CopyText(doc_->draftPath, sizeof(doc_->draftPath), "/drafts/p/d_1.json");
+    CopyText(doc_->draftPath, sizeof(doc_->draftPath), (kDraftFolder + "/d_1.json").c_str());
     doc_->ver = 5;
   }
   ~StageDocument() {

@@ -13,6 +13,14 @@ using namespace drafttest;
 
 namespace {
 
+// The system's separator in a regular expression.
+const std::string kSeparatorPattern = platform::kSeparator == '/' ? "/" : "\\\\";
+
+// A regular expression that matches just this text ("." and "\\" escaped).
+std::string Literally(const std::string& text) {
+  return std::regex_replace(text, std::regex("[.\\\\]"), "\\$&");
+}
+
 Document LoadText(const TempFolder& folder, const std::string& text, const char* aux = nullptr,
                   int templateMode = 0) {
   std::string path = folder.Write("draft.json", text);
@@ -232,21 +240,32 @@ TEST(DraftDocument, OverLongTextsAreTruncatedToTheirBuffers) {
 TEST(DraftDocument, DraftPathTakesTheNativeSeparatorAndTheCopyLowerCasesOnlyTheFileName) {
   TempFolder folder;
   folder.Write("A/Draft.JSON", kMinimalDraft);
+#if defined(_WIN32)
+  // Windows opens a drive path itself: the folder stands in for the drive.
+  const std::string drive = folder.path();
+#else
   ASSERT_EQ(setenv("ORMADRAFT_DRIVE_MAP", ("C:=" + folder.path()).c_str(), 1), 0);
+  const std::string drive = "C:";
+#endif
 
   // Template mode keeps the path as the loader stored it.
-  DraftDocument* inPlace = loadDraft("C:\\A\\Draft.JSON", nullptr, 1);
+  DraftDocument* inPlace = loadDraft((drive + "\\A\\Draft.JSON").c_str(), nullptr, 1);
   ASSERT_NE(inPlace, nullptr);
-  EXPECT_STREQ(inPlace->draftPath, "C:/A/Draft.JSON");
+  EXPECT_STREQ(inPlace->draftPath, Native(drive + "/A/Draft.JSON").c_str());
   freeDraft(inPlace);
 
-  DraftDocument* copied = loadDraft("C:/A/Draft.JSON", nullptr, 0);
+  DraftDocument* copied = loadDraft((drive + "/A/Draft.JSON").c_str(), nullptr, 0);
+#if !defined(_WIN32)
   unsetenv("ORMADRAFT_DRIVE_MAP");
+#endif
   ASSERT_NE(copied, nullptr);
   std::string copy = copied->draftPath;
   freeDraft(copied);
   std::smatch match;
-  ASSERT_TRUE(std::regex_match(copy, match, std::regex("C:/A/draft_([0-9]+)\\.json"))) << copy;
+  ASSERT_TRUE(std::regex_match(copy, match,
+                               std::regex(Literally(Native(drive)) + kSeparatorPattern + "A" +
+                                          kSeparatorPattern + "draft_([0-9]+)\\.json")))
+      << copy;
   EXPECT_TRUE(std::filesystem::is_regular_file(folder.Join("A/draft_" + match[1].str() + ".json")));
 }
 
@@ -258,9 +277,10 @@ TEST(DraftDocument, WorkingCopyIsWrittenBesideTheDraftAndBecomesTheDraftPath) {
   ASSERT_NE(document, nullptr);
   std::string copy = document->draftPath;
   std::smatch match;
+  // The loader stores the draft's path with the system's separators.
   ASSERT_TRUE(std::regex_match(copy, match,
-                               std::regex(std::regex_replace(folder.path(), std::regex("\\."), "\\.") +
-                                          "/Sub\\.Folder/my\\.project_[0-9]+\\.json")))
+                               std::regex(Literally(Native(folder.path())) + kSeparatorPattern +
+                                          "Sub\\.Folder" + kSeparatorPattern + "my\\.project_[0-9]+\\.json")))
       << copy;
   EXPECT_EQ(ReadFile(path), original);
   std::string written = ReadFile(copy);
@@ -280,7 +300,7 @@ TEST(DraftDocument, TemplateModeOverwritesTheDraftInPlace) {
   std::set<std::string> before = folder.Listing();
   Document document(loadDraft(path.c_str(), nullptr, 1));
   ASSERT_NE(document, nullptr);
-  EXPECT_EQ(std::string(document->draftPath), path);
+  EXPECT_EQ(std::string(document->draftPath), Native(path));
   EXPECT_EQ(folder.Listing(), before);
   std::string written = ReadFile(path);
   EXPECT_NE(written, original);
@@ -301,7 +321,8 @@ TEST(DraftDocument, FileNameWithoutJsonKeepsItsWholeName) {
   std::string path = folder.Write("Draft.TXT", kMinimalDraft);
   Document document(loadDraft(path.c_str(), nullptr, 0));
   ASSERT_NE(document, nullptr);
-  EXPECT_TRUE(std::regex_match(std::string(document->draftPath), std::regex(".*/draft\\.txt_[0-9]+\\.json")))
+  EXPECT_TRUE(std::regex_match(std::string(document->draftPath),
+                               std::regex(".*" + kSeparatorPattern + "draft\\.txt_[0-9]+\\.json")))
       << document->draftPath;
 }
 

@@ -9,12 +9,14 @@
 
 #include "export/captions.h"
 #include "tests/support/caption_test_support.h"
+#include "tests/support/joined_path.h"
 
 namespace {
 
 using captiontest::Document;
 using captiontest::ReadAt;
 using captiontest::TextAt;
+using testpath::Joined;
 
 constexpr const char* kHeiTi = "\xE9\xBB\x91\xE4\xBD\x93"; // 黑体
 constexpr const char* kFixedStyle =
@@ -283,7 +285,7 @@ TEST_F(ExportCaptionItem, RelativeFontPathIsResolvedIntoTheFontFileAt3136) {
   CaptionRecord* c = Caption(document);
   CAPTIONTEST_SET(c->words->fontPath, "fonts\\Round.ttf");
   EXPECT_EQ(Fill(document, c), 1);
-  EXPECT_EQ(TextAt(Bytes(block_), 3136, 1024), dir_ / "fonts\\Round.ttf");
+  EXPECT_EQ(TextAt(Bytes(block_), 3136, 1024), Joined(dir_.path(), "fonts\\Round.ttf"));
   EXPECT_EQ(TextAt(Bytes(block_), 2112, 1024), "");
 }
 

@@ -6,11 +6,13 @@
 
 #include "export/export_draft.h"
 #include "tests/support/caption_test_support.h"
+#include "tests/support/joined_path.h"
 #include "tests/unit/export_fixtures.h"
 
 namespace {
 
 using captiontest::Document;
+using testpath::Joined;
 
 class ExportCaptionsPipeline : public testing::Test {
 protected:
@@ -78,8 +80,10 @@ TEST_F(ExportCaptionsPipeline, StickersThenCaptionsComeAfterTheOverlaysAndBefore
   EXPECT_EQ(Export(), 5);
   const std::vector<std::string> creates = recorder::Formatted("OrmaCreateCaptionFromConfigure");
   ASSERT_EQ(creates.size(), 2u);
-  EXPECT_EQ(creates[0], "OrmaCreateCaptionFromConfigure(\"" + (dir_ / "st/heart/config.json") + "\", 2)");
-  EXPECT_EQ(creates[1], "OrmaCreateCaptionFromConfigure(\"" + (dir_ / "style/config.json") + "\", 0)");
+  EXPECT_EQ(creates[0],
+            "OrmaCreateCaptionFromConfigure(\"" + Joined(dir_.path(), "st/heart", "config.json") + "\", 2)");
+  EXPECT_EQ(creates[1],
+            "OrmaCreateCaptionFromConfigure(\"" + Joined(dir_.path(), "style", "config.json") + "\", 0)");
   // Overlay, stickers, captions, logo: the overlay's picture-in-picture
   // scene comes first, the logo's is created after the last caption call.
   EXPECT_LT(FirstIndex("OrmaCreatePIPScene"), FirstIndex("OrmaCreateCaptionFromConfigure"));
@@ -110,9 +114,9 @@ TEST_F(ExportCaptionsPipeline, StickerAndCaptionSettingFailuresLeaveTheExportRes
   recorder::SetResult("OrmaEditMedia", 9);
   EXPECT_EQ(Export(), 9);
   EXPECT_STREQ(message_, "");
-  EXPECT_NE(console_.find("UpdateStickerParam error " + captiontest::kColonUtf8 + "-2 line:"),
+  EXPECT_NE(console_.find("UpdateStickerParam error " + captiontest::kColonPrinted + "-2 line:"),
             std::string::npos);
-  EXPECT_NE(console_.find("UpdateCaptionParam error " + captiontest::kColonUtf8 + "-2 line:"),
+  EXPECT_NE(console_.find("UpdateCaptionParam error " + captiontest::kColonPrinted + "-2 line:"),
             std::string::npos);
   EXPECT_LT(FirstIndex("OrmaEditMedia"), recorder::Calls().size());
 }

@@ -6,6 +6,7 @@
 
 #include "export/captions.h"
 #include "tests/support/caption_test_support.h"
+#include "tests/support/joined_path.h"
 
 namespace {
 
@@ -13,6 +14,7 @@ using captiontest::Document;
 using captiontest::ReadAt;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
+using testpath::Joined;
 
 constexpr const char* kSource = "export/captions.cpp";
 constexpr const char* kCommonSource = "export/caption_common.cpp";
@@ -44,7 +46,7 @@ protected:
   }
 
   static std::string UpdateError(int32_t value, int occurrence = 1) {
-    return "UpdateCaptionParam error " + captiontest::kColonUtf8 + std::to_string(value) + " line:" +
+    return "UpdateCaptionParam error " + captiontest::kColonPrinted + std::to_string(value) + " line:" +
            std::to_string(captiontest::SourceLine(kSource, "UpdateCaptionParam error", occurrence)) + " \n";
   }
 
@@ -68,8 +70,9 @@ TEST_F(ExportCaptionsStage, StyledPiecesAreKindZeroAndTemplateLinesKindOne) {
   TemplateCaption(document)->kind = 1;
   Run(document);
   EXPECT_EQ(recorder::Formatted("OrmaCreateCaptionFromConfigure"),
-            (std::vector<std::string>{"OrmaCreateCaptionFromConfigure(\"/drafts/p/fx/a/config.json\", 0)",
-                                      "OrmaCreateCaptionFromConfigure(\"/drafts/p/tpl/config.json\", 1)"}));
+            (std::vector<std::string>{
+                "OrmaCreateCaptionFromConfigure(\"" + Joined("/drafts/p", "fx/a", "config.json") + "\", 0)",
+                "OrmaCreateCaptionFromConfigure(\"" + Joined("/drafts/p", "tpl", "config.json") + "\", 1)"}));
 }
 
 TEST_F(ExportCaptionsStage, AbsoluteStyleFolderTakesItsOwnConfig) {
@@ -78,24 +81,25 @@ TEST_F(ExportCaptionsStage, AbsoluteStyleFolderTakesItsOwnConfig) {
   CAPTIONTEST_SET(document->captions->folderPath, "D:\\styles\\bubble");
   Run(document);
   EXPECT_EQ(recorder::Formatted("OrmaCreateCaptionFromConfigure").at(0),
-            "OrmaCreateCaptionFromConfigure(\"D:\\styles\\bubble/config.json\", 1)");
+            "OrmaCreateCaptionFromConfigure(\"" + Joined("D:\\styles\\bubble", "config.json") + "\", 1)");
 }
 
 TEST_F(ExportCaptionsStage, CaptionIsAddedStackedAndFilledInOrder) {
   Document document("/drafts/p/d_1.json");
   TemplateCaption(document, 6);
   EXPECT_EQ(Run(document), "");
-  EXPECT_EQ(recorder::Formatted(), (std::vector<std::string>{
-                                       "OrmaCreateCaptionFromConfigure(\"/drafts/p/tpl/config.json\", 1)",
-                                       "OrmaAddCaption(0x51, h1)",
-                                       "OrmaUpateCaptionLevel(h1, 6)",
-                                       "OrmaUpdateCaptionTimeline(h1, 1000000, 3000000)",
-                                       "OrmaSetCaptionTransparency(h1, 1)",
-                                       "OrmaSetCaptionPosition(h1, 0.300000012,0.300000012)",
-                                       "OrmaSetCaptionSize(h1, 0.400000006,0.200000003)",
-                                       "OrmaSetCaptionScale(h1, 1)",
-                                       "OrmaSetCaptionAngle(h1, 0)",
-                                   }));
+  EXPECT_EQ(recorder::Formatted(),
+            (std::vector<std::string>{
+                "OrmaCreateCaptionFromConfigure(\"" + Joined("/drafts/p", "tpl", "config.json") + "\", 1)",
+                "OrmaAddCaption(0x51, h1)",
+                "OrmaUpateCaptionLevel(h1, 6)",
+                "OrmaUpdateCaptionTimeline(h1, 1000000, 3000000)",
+                "OrmaSetCaptionTransparency(h1, 1)",
+                "OrmaSetCaptionPosition(h1, 0.300000012,0.300000012)",
+                "OrmaSetCaptionSize(h1, 0.400000006,0.200000003)",
+                "OrmaSetCaptionScale(h1, 1)",
+                "OrmaSetCaptionAngle(h1, 0)",
+            }));
 }
 
 TEST_F(ExportCaptionsStage, LevelZeroGetsNoLevelCall) {
@@ -124,7 +128,7 @@ TEST_F(ExportCaptionsStage, AddFailureIsReportedAndTheCaptionIsStillFilled) {
   recorder::SetResult("OrmaAddCaption", -3);
   const std::string out = Run(document);
   const std::string pattern =
-      captiontest::Escaped("OrmaAddCaption error " + captiontest::kColonUtf8 + "-3 line:" +
+      captiontest::Escaped("OrmaAddCaption error " + captiontest::kColonPrinted + "-3 line:" +
                            std::to_string(captiontest::SourceLine(kCommonSource, "OrmaAddCaption error")) +
                            " \n") +
       captiontest::LogLinePattern("OrmaAddCaption failed:ret:-3",

@@ -8,6 +8,7 @@
 
 #include "export/captions.h"
 #include "tests/support/caption_test_support.h"
+#include "tests/support/joined_path.h"
 
 namespace {
 
@@ -16,6 +17,7 @@ using captiontest::ReadAt;
 using captiontest::TextAt;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
+using testpath::Joined;
 
 constexpr const char* kSource = "export/captions.cpp";
 OrmaCaptionHandle const kCaption = reinterpret_cast<OrmaCaptionHandle>(0xC0);
@@ -304,8 +306,8 @@ TEST_F(ExportCaptionsUpdate, WordArtJsonFileIsUsedDirectly) {
   EXPECT_EQ(Update(document, c), 1);
   EXPECT_EQ(out_, "");
   EXPECT_EQ(recorder::Formatted("OrmaSetCaptionItemEffectConfigure"),
-            (std::vector<std::string>{"OrmaSetCaptionItemEffectConfigure(h1, \"" + (dir_ / "art/gold.json") +
-                                      "\")"}));
+            (std::vector<std::string>{"OrmaSetCaptionItemEffectConfigure(h1, \"" +
+                                      Joined(dir_.path(), "art/gold.json") + "\")"}));
 }
 
 TEST_F(ExportCaptionsUpdate, AbsoluteWordArtPathIsKept) {
@@ -332,9 +334,12 @@ TEST_P(ExportCaptionsWordArt, WordArtFolderUsesTheFirstExistingFileInOrder) {
   CAPTIONTEST_SET(c->words->flowerPath, "art");
   EXPECT_EQ(Update(document, c), 1);
   EXPECT_EQ(out_, "");
+  // The program joins the subfolder and the file name, as it joins the folder.
+  std::string chosen = GetParam().chosen;
+  std::replace(chosen.begin(), chosen.end(), '/', platform::kSeparator);
   EXPECT_EQ(recorder::Formatted("OrmaSetCaptionItemEffectConfigure"),
             (std::vector<std::string>{"OrmaSetCaptionItemEffectConfigure(h1, \"" +
-                                      (dir_ / ("art/" + GetParam().chosen)) + "\")"}));
+                                      Joined(dir_.path(), "art", chosen) + "\")"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -511,8 +516,8 @@ TEST_F(ExportCaptionsUpdate, InAnimationStartsAtZeroWithItsConfigUnderTheDraftFo
   Document::AddAnimation(c->words, "anim/in", 0, 0.7f);
   EXPECT_EQ(Update(document, c), 1);
   EXPECT_EQ(recorder::Formatted("OrmaSetCaptionItemAnimation"),
-            (std::vector<std::string>{"OrmaSetCaptionItemAnimation(h1, \"" + (dir_ / "anim/in/config.json") +
-                                      "\", 0, 0, 700000)"}));
+            (std::vector<std::string>{"OrmaSetCaptionItemAnimation(h1, \"" +
+                                      Joined(dir_.path(), "anim/in", "config.json") + "\", 0, 0, 700000)"}));
   EXPECT_TRUE(recorder::Formatted("OrmaSetCaptionItemAnimationCycleDuration").empty());
 }
 
@@ -525,8 +530,8 @@ TEST_F(ExportCaptionsUpdate, OutAnimationEndsWithTheCaption) {
   EXPECT_EQ(Update(document, c), 1);
   // 7.5 - 2.0 - 1.5 = 4 seconds into the caption.
   EXPECT_EQ(recorder::Formatted("OrmaSetCaptionItemAnimation"),
-            (std::vector<std::string>{
-                "OrmaSetCaptionItemAnimation(h1, \"D:\\anim\\out/config.json\", 1, 4000000, 1500000)"}));
+            (std::vector<std::string>{"OrmaSetCaptionItemAnimation(h1, \"" +
+                                      Joined("D:\\anim\\out", "config.json") + "\", 1, 4000000, 1500000)"}));
 }
 
 TEST_F(ExportCaptionsUpdate, OutAnimationStartIsFormedInFloat) {
@@ -539,7 +544,7 @@ TEST_F(ExportCaptionsUpdate, OutAnimationStartIsFormedInFloat) {
   const float start = 1.0f - 0.0f - 0.3f;
   const float micros = start * 1000000.0f;
   EXPECT_EQ(recorder::Formatted("OrmaSetCaptionItemAnimation").at(0),
-            "OrmaSetCaptionItemAnimation(h1, \"" + (dir_ / "a/config.json") + "\", 1, " +
+            "OrmaSetCaptionItemAnimation(h1, \"" + Joined(dir_.path(), "a", "config.json") + "\", 1, " +
                 std::to_string(static_cast<int64_t>(micros)) + ", 300000)");
 }
 
@@ -549,7 +554,8 @@ TEST_F(ExportCaptionsUpdate, LoopAnimationAlwaysGetsItsCycleDuration) {
   Document::AddAnimation(c->words, "loop", 2, 5.5f, 0.0f);
   EXPECT_EQ(Update(document, c), 1);
   EXPECT_EQ(recorder::Formatted("OrmaSetCaptionItemAnimation").at(0),
-            "OrmaSetCaptionItemAnimation(h1, \"" + (dir_ / "loop/config.json") + "\", 2, 0, 5500000)");
+            "OrmaSetCaptionItemAnimation(h1, \"" + Joined(dir_.path(), "loop", "config.json") +
+                "\", 2, 0, 5500000)");
   EXPECT_EQ(recorder::Formatted("OrmaSetCaptionItemAnimationCycleDuration"),
             (std::vector<std::string>{"OrmaSetCaptionItemAnimationCycleDuration(h1, 0)"}));
 }

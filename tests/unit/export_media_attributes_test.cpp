@@ -4,12 +4,14 @@
 #include <cstring>
 #include <limits>
 
+#include "tests/support/joined_path.h"
 #include "tests/unit/export_fixtures.h"
 
 using exporttest::Arena;
 using exporttest::SetText;
 using recorder::Calls;
 using recorder::Formatted;
+using testpath::Joined;
 using Lines = std::vector<std::string>;
 
 namespace {
@@ -268,7 +270,7 @@ TEST_F(MediaAttributes, LookUpTableOfTypeElevenIsResolvedAgainstTheDraftFolder) 
   SetText(item->filter->filterPath, "luts/warm.cube");
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(Named("OrmaSetMediaLUT"),
-            Lines{"OrmaSetMediaLUT(h1, \"/drafts/work/luts/warm.cube\", 0.800000012)"});
+            Lines{"OrmaSetMediaLUT(h1, \"" + Joined("/drafts/work", "luts/warm.cube") + "\", 0.800000012)"});
   // It follows the noise suppression and precedes the picture levels.
   EXPECT_EQ(Names()[6], "OrmaSetMediaLUT");
 }
@@ -490,7 +492,8 @@ TEST_F(MediaAttributes, OutAnimationEndsWithTheTrimmedSourceWhateverTheSpeed) {
   SetText(out->folderPath, "anim/out");
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(Named("OrmaSetMediaAnimation"),
-            Lines{"OrmaSetMediaAnimation(h1, \"/drafts/work/anim/out/config.json\", 1, 2500000, 500000)"});
+            Lines{"OrmaSetMediaAnimation(h1, \"" + Joined("/drafts/work", "anim/out", "config.json") +
+                  "\", 1, 2500000, 500000)"});
 }
 
 TEST_F(MediaAttributes, AnimationsGoInListOrderAndLoopsGetTheirCycle) {
@@ -504,11 +507,13 @@ TEST_F(MediaAttributes, AnimationsGoInListOrderAndLoopsGetTheirCycle) {
   loop->cycleDuration = 1.25f;
   SetText(loop->folderPath, "loop");
   EXPECT_EQ(Apply(), 1);
-  EXPECT_EQ(Formatted("OrmaSetMediaAnimation"),
-            (Lines{"OrmaSetMediaAnimationAngle(h1, 0)",
-                   "OrmaSetMediaAnimation(h1, \"C:\\anims\\in/config.json\", 0, 0, 750000)",
-                   "OrmaSetMediaAnimation(h1, \"/drafts/work/loop/config.json\", 2, 0, 3000000)",
-                   "OrmaSetMediaAnimationCycleDuration(h1, 1250000)"}));
+  EXPECT_EQ(
+      Formatted("OrmaSetMediaAnimation"),
+      (Lines{"OrmaSetMediaAnimationAngle(h1, 0)",
+             "OrmaSetMediaAnimation(h1, \"" + Joined("C:\\anims\\in", "config.json") + "\", 0, 0, 750000)",
+             "OrmaSetMediaAnimation(h1, \"" + Joined("/drafts/work", "loop", "config.json") +
+                 "\", 2, 0, 3000000)",
+             "OrmaSetMediaAnimationCycleDuration(h1, 1250000)"}));
 }
 
 TEST_F(MediaAttributes, KeyFrameBlockHoldsEveryFieldAtItsOffset) {
@@ -627,7 +632,7 @@ TEST_F(MediaAttributes, MaskWithImagePathIgnoresFolderShapeAndKeyFrames) {
   mask->keyFrames = arena.New<MaskKeyFrame>();
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(Named("OrmaSetMediaMaskVideo"),
-            Lines{"OrmaSetMediaMaskVideo(h1, \"/drafts/work/masks/wipe.mp4\")"});
+            Lines{"OrmaSetMediaMaskVideo(h1, \"" + Joined("/drafts/work", "masks/wipe.mp4") + "\")"});
   EXPECT_TRUE(Named("OrmaAddMediaMaskFromConfig").empty());
   EXPECT_TRUE(Named("OrmaMediaAddMaskKeyFrameAnimation").empty());
   EXPECT_TRUE(Named("OrmaUpdateMediaMaskParam").empty());
@@ -676,7 +681,8 @@ TEST_F(MediaAttributes, MaskWithoutKeyFramesSendsItsShapeAsItStands) {
   mask->shape = DistinctShape(0);
   EXPECT_EQ(Apply(), 1);
   EXPECT_EQ(Named("OrmaAddMediaMaskFromConfig"),
-            Lines{"OrmaAddMediaMaskFromConfig(h1, \"/drafts/work/masks/circle/config.json\")"});
+            Lines{"OrmaAddMediaMaskFromConfig(h1, \"" +
+                  Joined("/drafts/work", "masks/circle", "config.json") + "\")"});
   recorder::Call call = Only("OrmaUpdateMediaMaskParam");
   EXPECT_EQ(call.args.at(1), "h2"); // the mask handle
   const std::vector<uint8_t>& b = call.blocks.at(0);
@@ -745,9 +751,11 @@ TEST_F(MediaAttributes, ItemEffectStartsAtZeroAndLastsItsSpan) {
   second->timelineTo = 0.5f;
   SetText(second->folderPath, "/abs/fx");
   EXPECT_EQ(Apply(), 1);
-  EXPECT_EQ(Named("OrmaSetMediaSpecialEffect"),
-            (Lines{"OrmaSetMediaSpecialEffect(h1, \"/drafts/work/effects/shake/config.json\", 0, 2500000)",
-                   "OrmaSetMediaSpecialEffect(h1, \"/abs/fx/config.json\", 0, 500000)"}));
+  EXPECT_EQ(
+      Named("OrmaSetMediaSpecialEffect"),
+      (Lines{"OrmaSetMediaSpecialEffect(h1, \"" + Joined("/drafts/work", "effects/shake", "config.json") +
+                 "\", 0, 2500000)",
+             "OrmaSetMediaSpecialEffect(h1, \"" + Joined("/abs/fx", "config.json") + "\", 0, 500000)"}));
 }
 
 TEST_F(MediaAttributes, ItemEffectFromZeroToZeroFailsWithMinus606) {

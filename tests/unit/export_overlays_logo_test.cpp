@@ -7,11 +7,14 @@
 #include "export/overlays_logo.h"
 #include "platform/program_results.h"
 #include "tests/support/export_stage_document.h"
+#include "tests/support/joined_path.h"
 #include "tests/support/recording_core.h"
 
 using stagetest::CallsNamed;
+using stagetest::kDraftFolder;
 using stagetest::NamesAmong;
 using stagetest::StageDocument;
+using testpath::Joined;
 using Strings = std::vector<std::string>;
 
 namespace {
@@ -41,11 +44,11 @@ TEST_F(Logo, LogoItemBecomesAPipLayerOverTheTimelinePlacedAsAnOverlay) {
   recorder::SetResult("OrmaGetTotalPlaybackTime", 12000000);
   ASSERT_EQ(Run(), 1);
   EXPECT_STREQ(message_, "");
-  EXPECT_EQ(
-      CallsNamed(kLogoCalls),
-      (Strings{"OrmaGetTotalPlaybackTime(h1)", "OrmaCreatePIPScene(0, 12000000)", "OrmaAddScene(h1, h2)",
-               "OrmaUpdateEffectLevel(h2, 3)", "OrmaSceneCreateMedia(\"/drafts/p/brand/logo.png\")",
-               "OrmaSceneAddMediaHandle(h2, h3)"}));
+  EXPECT_EQ(CallsNamed(kLogoCalls),
+            (Strings{"OrmaGetTotalPlaybackTime(h1)", "OrmaCreatePIPScene(0, 12000000)",
+                     "OrmaAddScene(h1, h2)", "OrmaUpdateEffectLevel(h2, 3)",
+                     "OrmaSceneCreateMedia(\"" + Joined(kDraftFolder, "brand/logo.png") + "\")",
+                     "OrmaSceneAddMediaHandle(h2, h3)"}));
   EXPECT_EQ(CallsNamed({"OrmaSetMediaFlip", "OrmaSetMediaBlendMode"}),
             (Strings{"OrmaSetMediaFlip(h3, 2)", "OrmaSetMediaBlendMode(h3, 3)"}));
 }
@@ -128,8 +131,10 @@ TEST_F(Logo, MediaFailureIsWrittenAndPrintedWithThePathAndATrailingBlank) {
   const int32_t result = Run();
   const std::string out = testing::internal::GetCapturedStdout();
   EXPECT_EQ(result, kLogoMediaFailed);
-  EXPECT_STREQ(message_, "(logo)Add media to PIP fail! path:/drafts/p/brand/logo.png\n ");
-  EXPECT_EQ(out, "(logo)Add media to PIP fail! path:/drafts/p/brand/logo.png\n ");
+  const std::string expected =
+      "(logo)Add media to PIP fail! path:" + Joined(kDraftFolder, "brand/logo.png") + "\n ";
+  EXPECT_STREQ(message_, expected.c_str());
+  EXPECT_EQ(out, expected);
   EXPECT_EQ(CallsNamed({"OrmaCreatePIPScene"}).size(), 1u);
 }
 

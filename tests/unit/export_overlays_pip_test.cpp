@@ -7,11 +7,14 @@
 #include "export/overlays_logo.h"
 #include "platform/program_results.h"
 #include "tests/support/export_stage_document.h"
+#include "tests/support/joined_path.h"
 #include "tests/support/recording_core.h"
 
 using stagetest::CallsNamed;
+using stagetest::kDraftFolder;
 using stagetest::NamesAmong;
 using stagetest::StageDocument;
+using testpath::Joined;
 using Strings = std::vector<std::string>;
 
 namespace {
@@ -44,7 +47,8 @@ TEST_F(Overlays, OverlayBecomesAPipSceneHoldingItsMediaPlacedAsAnOverlay) {
   EXPECT_EQ(
       CallsNamed(kPipCalls),
       (Strings{"OrmaCreatePIPScene(1500000, 4000000)", "OrmaAddScene(h1, h2)", "OrmaUpdateEffectLevel(h2, 3)",
-               "OrmaSceneCreateMedia(\"/drafts/p/pip/a.png\")", "OrmaSceneAddMediaHandle(h2, h3)"}));
+               "OrmaSceneCreateMedia(\"" + Joined(kDraftFolder, "pip/a.png") + "\")",
+               "OrmaSceneAddMediaHandle(h2, h3)"}));
   // The attribute routine gets the new media handle and the overlay's own
   // item, in overlay form (the blend mode is only sent for overlays).
   EXPECT_EQ(CallsNamed({"OrmaSetMediaFlip", "OrmaSetMediaBlendMode"}),

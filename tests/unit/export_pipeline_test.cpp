@@ -1,12 +1,14 @@
 #include "export/export_draft.h"
 
 #include "preview/preview_command.h"
+#include "tests/support/joined_path.h"
 #include "tests/support/stopping_pipe.h"
 #include "tests/unit/export_fixtures.h"
 
 using exporttest::Arena;
 using exporttest::ScratchFolder;
 using exporttest::SetText;
+using testpath::Joined;
 using Lines = std::vector<std::string>;
 
 namespace {
@@ -94,7 +96,10 @@ protected:
 
   static bool Called(const std::string& name) { return !Named(name).empty(); }
 
-  std::string Quoted(const std::string& name) const { return "\"" + folder.Join(name) + "\""; }
+  // A path the program joins to the draft's folder, piece by piece, quoted.
+  template <typename... More> std::string Quoted(const std::string& name, const More&... more) const {
+    return "\"" + Joined(folder.path(), name, more...) + "\"";
+  }
 
   ScratchFolder folder;
   Arena arena;
@@ -125,14 +130,25 @@ Lines PlainAttributes(const std::string& handle, const std::string& trimEndUs) {
 
 void Extend(Lines* lines, const Lines& more) { lines->insert(lines->end(), more.begin(), more.end()); }
 
+// A path as the text of a JSON string: a Windows folder's "\\" escaped.
+std::string JsonText(const std::string& path) {
+  std::string text;
+  for (char c : path) {
+    if (c == '\\') text += '\\';
+    text += c;
+  }
+  return text;
+}
+
 } // namespace
 
 TEST_F(ExportPipeline, FullExportCallsTheLibraryInOrder) {
+  const std::string out = folder.Join("out.mp4");
   SettingsFile(R"({"video": {"fps": 30, "bitrate": 5000, "encoder": "libx265", "w": 1280, "h": 720},
                    "audio": {"channels": 1, "samples": 48000, "bitrate": 192, "encoder": "aac"},
                    "hw": {"decoder": 1, "encoder": 2}, "time": {"start": 1, "end": 9},
                    "outUrl": ")" +
-               folder.Join("out.mp4") + R"("})");
+               JsonText(out) + R"("})");
   document->videoW = 1280;
   document->videoH = 720;
   folder.Write("trans/one/config.json", "{}");
@@ -168,7 +184,7 @@ TEST_F(ExportPipeline, FullExportCallsTheLibraryInOrder) {
   Lines expected = {
       "OrmaVirtualVideoCreate()",
       "OrmaSetFrameSize(h1, 1280, 720)",
-      "OrmaSetOutPath(h1, " + Quoted("out.mp4") + ")",
+      "OrmaSetOutPath(h1, \"" + out + "\")",
       "OrmaSetVideoCodec(h1, \"libx265\")",
       "OrmaSetFPS(h1, 30)",
       "OrmaSetVideoBitrate(h1, 5000)",
@@ -192,19 +208,21 @@ TEST_F(ExportPipeline, FullExportCallsTheLibraryInOrder) {
           "OrmaSceneAddMediaHandle(h2, h5)"});
   Extend(&expected, PlainAttributes("h5", "3000000"));
   Extend(&expected, {"OrmaSetSceneBackGroundColor(h2, {0,0,0,1})", "OrmaSetSceneTransitionMode(h1, h2, 3)",
-                     "OrmaSetSceneTransition(h1, h2, " + Quoted("trans/one/config.json") + ", 500000)",
+                     "OrmaSetSceneTransition(h1, h2, " + Quoted("trans/one", "config.json") + ", 500000)",
                      "OrmaCreateScene(3000000, 5000000)", "OrmaAddScene(h1, h6)",
                      "OrmaSceneCreateMedia(" + Quoted("d.mp4") + ")", "OrmaSceneAddMediaHandle(h6, h7)"});
   Extend(&expected, PlainAttributes("h7", "2000000"));
-  Extend(&expected, {"OrmaSetSceneBackGroundImage(h6, " + Quoted("bg.png") + ")",
-                     "OrmaSetSceneTransitionMode(h1, h6, 3)",
-                     "OrmaSetSceneTransition(h1, h6, " + Quoted("trans/two/file/config.json") + ", 1000000)",
-                     "OrmaCreateScene(5000000, 6000000)", "OrmaAddScene(h1, h8)",
-                     "OrmaSceneCreateMedia(" + Quoted("e.mp4") + ")", "OrmaSceneAddMediaHandle(h8, h9)"});
+  Extend(&expected,
+         {"OrmaSetSceneBackGroundImage(h6, " + Quoted("bg.png") + ")",
+          "OrmaSetSceneTransitionMode(h1, h6, 3)",
+          "OrmaSetSceneTransition(h1, h6, " + Quoted("trans/two", "file", "config.json") + ", 1000000)",
+          "OrmaCreateScene(5000000, 6000000)", "OrmaAddScene(h1, h8)",
+          "OrmaSceneCreateMedia(" + Quoted("e.mp4") + ")", "OrmaSceneAddMediaHandle(h8, h9)"});
   Extend(&expected, PlainAttributes("h9", "1000000"));
   Extend(&expected,
          {"OrmaSetSceneBackGroundGaussBlur(h8, 0.400000006)", "OrmaSetSceneTransitionMode(h1, h8, 3)",
-          "OrmaSetSceneTransition(h1, h8, " + Quoted("trans/three/Preview.PNG") + ", 250000)",
+          "OrmaSetSceneTransition(h1, h8, \"" + Joined(folder.Join("trans/three"), "Preview.PNG") +
+              "\", 250000)",
           "OrmaEditSetLimitTime(h1, 1000000, 9000000)", "OrmaEditMediaUseAgentProcess(h1)",
           "OrmaEditMedia(h1)"});
 
@@ -301,7 +319,7 @@ TEST_F(ExportPipeline, MissingOutUrlWritesVideoBesideTheWorkingDraft) {
   AddScene(0, 2);
   SetText(document->draftPath, "C:\\p\\d_123.json");
   EXPECT_EQ(Export(), 1);
-  EXPECT_EQ(Named("OrmaSetOutPath"), Lines{"OrmaSetOutPath(h1, \"C:\\p/video.mp4\")"});
+  EXPECT_EQ(Named("OrmaSetOutPath"), Lines{"OrmaSetOutPath(h1, \"" + Joined("C:\\p", "video.mp4") + "\")"});
 
   recorder::Reset();
   SetText(document->draftPath, folder.Join("d_123.json"));
@@ -315,8 +333,10 @@ TEST_F(ExportPipeline, DraftPathWithoutFolderIsTakenWhole) {
   AddScene(0, 2);
   SetText(document->draftPath, "d_123.json");
   EXPECT_EQ(Export(), 1);
-  EXPECT_EQ(Named("OrmaSetOutPath"), Lines{"OrmaSetOutPath(h1, \"d_123.json/video.mp4\")"});
-  EXPECT_EQ(Named("OrmaSceneCreateMedia"), Lines{"OrmaSceneCreateMedia(\"d_123.json/a.mp4\")"});
+  EXPECT_EQ(Named("OrmaSetOutPath"),
+            Lines{"OrmaSetOutPath(h1, \"" + Joined("d_123.json", "video.mp4") + "\")"});
+  EXPECT_EQ(Named("OrmaSceneCreateMedia"),
+            Lines{"OrmaSceneCreateMedia(\"" + Joined("d_123.json", "a.mp4") + "\")"});
 }
 
 TEST_F(ExportPipeline, ThemeOutputPathIsUsedWithoutASettingsFile) {
@@ -490,7 +510,7 @@ TEST_F(ExportPipeline, TransitionConfigInTheFolderComesFirst) {
   Transition(AddScene(0, 2), "t", 0.5f);
   EXPECT_EQ(Export(), 1);
   EXPECT_EQ(Named("OrmaSetSceneTransition"),
-            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t/config.json") + ", 500000)"});
+            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t", "config.json") + ", 500000)"});
 }
 
 TEST_F(ExportPipeline, TransitionConfigUnderFileComesSecond) {
@@ -499,7 +519,7 @@ TEST_F(ExportPipeline, TransitionConfigUnderFileComesSecond) {
   Transition(AddScene(0, 2), "t", 0.5f);
   EXPECT_EQ(Export(), 1);
   EXPECT_EQ(Named("OrmaSetSceneTransition"),
-            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t/file/config.json") + ", 500000)"});
+            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t", "file", "config.json") + ", 500000)"});
 }
 
 TEST_F(ExportPipeline, TransitionFolderWithPreviewPngGivesThatPicture) {
@@ -509,7 +529,7 @@ TEST_F(ExportPipeline, TransitionFolderWithPreviewPngGivesThatPicture) {
   Transition(AddScene(0, 2), "t", 0.5f);
   EXPECT_EQ(Export(), 1);
   EXPECT_EQ(Named("OrmaSetSceneTransition"),
-            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t/Preview.PNG") + ", 500000)"});
+            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t", "Preview.PNG") + ", 500000)"});
 }
 
 TEST_F(ExportPipeline, PictureTestIsASubstringOfTheLowerCasedName) {
@@ -518,7 +538,7 @@ TEST_F(ExportPipeline, PictureTestIsASubstringOfTheLowerCasedName) {
   Transition(AddScene(0, 2), "t", 0.5f);
   EXPECT_EQ(Export(), 1);
   EXPECT_EQ(Named("OrmaSetSceneTransition"),
-            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t/frame.JPEG.bak") + ", 500000)"});
+            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t", "frame.JPEG.bak") + ", 500000)"});
 }
 
 TEST_F(ExportPipeline, TransitionNamingAFileListsItsFolder) {
@@ -527,7 +547,7 @@ TEST_F(ExportPipeline, TransitionNamingAFileListsItsFolder) {
   Transition(AddScene(0, 2), "t/zzzzzz.png", 0.5f);
   EXPECT_EQ(Export(), 1);
   EXPECT_EQ(Named("OrmaSetSceneTransition"),
-            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t/aaaaaa.jpg") + ", 500000)"});
+            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t", "aaaaaa.jpg") + ", 500000)"});
 }
 
 TEST_F(ExportPipeline, TransitionFolderWithoutPictureFallsBackToFileConfig) {
@@ -535,7 +555,7 @@ TEST_F(ExportPipeline, TransitionFolderWithoutPictureFallsBackToFileConfig) {
   Transition(AddScene(0, 2), "t", 1.5f);
   EXPECT_EQ(Export(), 1);
   EXPECT_EQ(Named("OrmaSetSceneTransition"),
-            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t/file/config.json") + ", 1500000)"});
+            Lines{"OrmaSetSceneTransition(h1, h2, " + Quoted("t", "file", "config.json") + ", 1500000)"});
 }
 
 TEST_F(ExportPipeline, MissingTransitionResourceEndsTheExportWithZero) {

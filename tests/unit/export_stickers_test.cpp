@@ -8,12 +8,14 @@
 #include "export/caption_common.h"
 #include "export/stickers.h"
 #include "tests/support/caption_test_support.h"
+#include "tests/support/joined_path.h"
 
 namespace {
 
 using captiontest::Document;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
+using testpath::Joined;
 
 constexpr const char* kSource = "export/stickers.cpp";
 constexpr const char* kCommonSource = "export/caption_common.cpp";
@@ -34,7 +36,7 @@ protected:
 };
 
 std::string StickerError(int32_t value) {
-  return "UpdateStickerParam error " + captiontest::kColonUtf8 + std::to_string(value) +
+  return "UpdateStickerParam error " + captiontest::kColonPrinted + std::to_string(value) +
          " line:" + std::to_string(captiontest::SourceLine(kSource, "UpdateStickerParam error")) + " \n";
 }
 
@@ -64,15 +66,17 @@ TEST_F(ExportStickers, RelativeFolderIsCreatedFromConfigUnderTheDraftFolder) {
   ASSERT_FALSE(recorder::Calls().empty());
   // Backslashes in a draft path are separators; the library maps them.
   EXPECT_EQ(recorder::Formatted("OrmaCreateCaptionFromConfigure").at(0),
-            "OrmaCreateCaptionFromConfigure(\"D:\\work/stickers\\heart/config.json\", 2)");
+            "OrmaCreateCaptionFromConfigure(\"" + Joined("D:\\work", "stickers\\heart", "config.json") +
+                "\", 2)");
 }
 
-TEST_F(ExportStickers, RelativeFolderOnPosixDraftJoinsWithSlash) {
+TEST_F(ExportStickers, RelativeFolderOnPosixDraftIsJoinedToItsFolder) {
   Document document("/srv/work/a.draft");
   document.AddSticker("stickers/heart");
   Run(document);
   EXPECT_EQ(recorder::Formatted("OrmaCreateCaptionFromConfigure").at(0),
-            "OrmaCreateCaptionFromConfigure(\"/srv/work/stickers/heart/config.json\", 2)");
+            "OrmaCreateCaptionFromConfigure(\"" + Joined("/srv/work", "stickers/heart", "config.json") +
+                "\", 2)");
 }
 
 TEST_F(ExportStickers, AbsoluteFolderTakesItsOwnConfig) {
@@ -81,25 +85,27 @@ TEST_F(ExportStickers, AbsoluteFolderTakesItsOwnConfig) {
   document.AddSticker("/opt/res/moon");
   Run(document);
   EXPECT_EQ(recorder::Formatted("OrmaCreateCaptionFromConfigure"),
-            (std::vector<std::string>{"OrmaCreateCaptionFromConfigure(\"E:\\res\\star/config.json\", 2)",
-                                      "OrmaCreateCaptionFromConfigure(\"/opt/res/moon/config.json\", 2)"}));
+            (std::vector<std::string>{
+                "OrmaCreateCaptionFromConfigure(\"" + Joined("E:\\res\\star", "config.json") + "\", 2)",
+                "OrmaCreateCaptionFromConfigure(\"" + Joined("/opt/res/moon", "config.json") + "\", 2)"}));
 }
 
 TEST_F(ExportStickers, SettingsAreSentInOrderWithValuesAsStored) {
   Document document;
   FullSticker(document, "st/a");
   EXPECT_EQ(Run(document), "");
-  EXPECT_EQ(recorder::Formatted(), (std::vector<std::string>{
-                                       "OrmaCreateCaptionFromConfigure(\"/drafts/p/st/a/config.json\", 2)",
-                                       "OrmaAddCaption(0x51, h1)",
-                                       "OrmaUpateCaptionLevel(h1, 4)",
-                                       "OrmaUpdateCaptionTimeline(h1, 700000, 2300000)",
-                                       "OrmaSetCaptionTransparency(h1, 0.5)",
-                                       "OrmaSetCaptionPosition(h1, 0.25,0.75)",
-                                       "OrmaSetCaptionSize(h1, 0.125,0.375)",
-                                       "OrmaSetCaptionScale(h1, 1.5)",
-                                       "OrmaSetCaptionAngle(h1, -30)",
-                                   }));
+  EXPECT_EQ(recorder::Formatted(),
+            (std::vector<std::string>{
+                "OrmaCreateCaptionFromConfigure(\"" + Joined("/drafts/p", "st/a", "config.json") + "\", 2)",
+                "OrmaAddCaption(0x51, h1)",
+                "OrmaUpateCaptionLevel(h1, 4)",
+                "OrmaUpdateCaptionTimeline(h1, 700000, 2300000)",
+                "OrmaSetCaptionTransparency(h1, 0.5)",
+                "OrmaSetCaptionPosition(h1, 0.25,0.75)",
+                "OrmaSetCaptionSize(h1, 0.125,0.375)",
+                "OrmaSetCaptionScale(h1, 1.5)",
+                "OrmaSetCaptionAngle(h1, -30)",
+            }));
 }
 
 TEST_F(ExportStickers, TimesAreMicrosecondsFormedInFloatAndTruncated) {
@@ -205,7 +211,7 @@ TEST_F(ExportStickers, AddFailureIsReportedAndTheStickerIsStillConfigured) {
   recorder::SetResult("OrmaAddCaption", -5);
   const std::string out = Run(document);
   const std::string pattern =
-      captiontest::Escaped("OrmaAddCaption error " + captiontest::kColonUtf8 + "-5 line:" +
+      captiontest::Escaped("OrmaAddCaption error " + captiontest::kColonPrinted + "-5 line:" +
                            std::to_string(captiontest::SourceLine(kCommonSource, "OrmaAddCaption error")) +
                            " \n") +
       captiontest::LogLinePattern("OrmaAddCaption failed:ret:-5",
@@ -219,7 +225,7 @@ TEST_F(ExportStickers, AddResultOfZeroIsAFailure) {
   Document document;
   FullSticker(document, "st/a");
   recorder::SetResult("OrmaAddCaption", 0);
-  EXPECT_NE(Run(document).find("OrmaAddCaption error " + captiontest::kColonUtf8 + "0 line:"),
+  EXPECT_NE(Run(document).find("OrmaAddCaption error " + captiontest::kColonPrinted + "0 line:"),
             std::string::npos);
 }
 

@@ -7,10 +7,13 @@
 #include "export/timeline_effects.h"
 #include "platform/program_results.h"
 #include "tests/support/export_stage_document.h"
+#include "tests/support/joined_path.h"
 #include "tests/support/recording_core.h"
 
 using stagetest::CallsNamed;
+using stagetest::kDraftFolder;
 using stagetest::StageDocument;
+using testpath::Joined;
 using Strings = std::vector<std::string>;
 
 namespace {
@@ -53,13 +56,12 @@ protected:
 TEST_F(TimelineAudio, MusicIsCreatedWithVolumeAndTimesThenCutFadeSpeedEffectNoise) {
   Fill(doc_.AddMusic("music/song.mp3"));
   ASSERT_EQ(Run(), 1);
-  EXPECT_EQ(
-      AudioCalls(),
-      (Strings{
-          "OrmaAddAudioMedia(h1, \"/drafts/p/music/song.mp3\", 0.75, 1500000, 4250000, 2000000, 4750000)",
-          "OrmaSetAudioMediaCutTime(h2, 1500000, 4250000)", "OrmaSetAudioMediaFadeTime(h2, 500000, 1250000)",
-          "OrmaSetAudioMediaPlaySpeed(h2, 1.5)", "OrmaSetAudioMediaEffect(h2, 2)",
-          "OrmaSetAudioMediaNsLevel(h2, 3)"}));
+  EXPECT_EQ(AudioCalls(),
+            (Strings{"OrmaAddAudioMedia(h1, \"" + Joined(kDraftFolder, "music/song.mp3") +
+                         "\", 0.75, 1500000, 4250000, 2000000, 4750000)",
+                     "OrmaSetAudioMediaCutTime(h2, 1500000, 4250000)",
+                     "OrmaSetAudioMediaFadeTime(h2, 500000, 1250000)", "OrmaSetAudioMediaPlaySpeed(h2, 1.5)",
+                     "OrmaSetAudioMediaEffect(h2, 2)", "OrmaSetAudioMediaNsLevel(h2, 3)"}));
   EXPECT_STREQ(message_, "");
 }
 
@@ -104,10 +106,10 @@ TEST_F(TimelineAudio, AllMusicsComeBeforeAllSoundEffectsInListOrder) {
   doc_.AddMusic("m2.mp3");
   ASSERT_EQ(Run(), 1);
   EXPECT_EQ(CallsNamed({"OrmaAddAudioMedia"}),
-            (Strings{"OrmaAddAudioMedia(h1, \"/drafts/p/m1.mp3\", 0, 0, 0, 0, 0)",
-                     "OrmaAddAudioMedia(h1, \"/drafts/p/m2.mp3\", 0, 0, 0, 0, 0)",
-                     "OrmaAddAudioMedia(h1, \"/drafts/p/s1.wav\", 0, 0, 0, 0, 0)",
-                     "OrmaAddAudioMedia(h1, \"/drafts/p/s2.wav\", 0, 0, 0, 0, 0)"}));
+            (Strings{"OrmaAddAudioMedia(h1, \"" + Joined(kDraftFolder, "m1.mp3") + "\", 0, 0, 0, 0, 0)",
+                     "OrmaAddAudioMedia(h1, \"" + Joined(kDraftFolder, "m2.mp3") + "\", 0, 0, 0, 0, 0)",
+                     "OrmaAddAudioMedia(h1, \"" + Joined(kDraftFolder, "s1.wav") + "\", 0, 0, 0, 0, 0)",
+                     "OrmaAddAudioMedia(h1, \"" + Joined(kDraftFolder, "s2.wav") + "\", 0, 0, 0, 0, 0)"}));
 }
 
 TEST_F(TimelineAudio, NegativeLevelsAndTypesTruncateTowardZero) {

@@ -9,10 +9,13 @@
 #include "export/timeline_effects.h"
 #include "platform/program_results.h"
 #include "tests/support/export_stage_document.h"
+#include "tests/support/joined_path.h"
 #include "tests/support/recording_core.h"
 
 using stagetest::CallsNamed;
+using stagetest::kDraftFolder;
 using stagetest::StageDocument;
+using testpath::Joined;
 using Strings = std::vector<std::string>;
 
 namespace {
@@ -58,7 +61,7 @@ TEST_F(TimelineEffects, TimeProductIsRoundedToFloatBeforeTruncation) {
   doc_.AddFilter("l.png", 2.3f, 4.1f);
   ASSERT_EQ(Run(), 1);
   EXPECT_EQ(recorder::Formatted("OrmaAddLUT"),
-            Strings{"OrmaAddLUT(h1, \"/drafts/p/l.png\", 0, 2300000, 4100000)"});
+            Strings{"OrmaAddLUT(h1, \"" + Joined(kDraftFolder, "l.png") + "\", 0, 2300000, 4100000)"});
 }
 
 TEST_F(TimelineEffects, OutOfRangeTimesSaturateAndNanGivesZero) {
@@ -87,8 +90,9 @@ TEST_F(TimelineEffects, EffectSpanIsTestedBeforeItIsNarrowed) {
   // 1e-7 s is 0.1 us: positive as a float, 0 once truncated; still accepted.
   doc_.AddEffect("fx", 0, 1e-7f);
   ASSERT_EQ(Run(), 1);
-  EXPECT_EQ(recorder::Formatted("OrmaAddSpecialEffect"),
-            Strings{"OrmaAddSpecialEffect(h1, \"/drafts/p/fx/config.json\", 0, 0, 0)"});
+  EXPECT_EQ(
+      recorder::Formatted("OrmaAddSpecialEffect"),
+      Strings{"OrmaAddSpecialEffect(h1, \"" + Joined(kDraftFolder, "fx", "config.json") + "\", 0, 0, 0)"});
 }
 
 // --- whole stage ---
@@ -220,10 +224,11 @@ TEST_F(TimelineEffects, LookupFilterPathIsResolvedAgainstTheDraftFolder) {
   doc_.AddFilter("/res/luts/cold.png", 0, 0.5f)->lookUpFilterIntensity = 1.0f;
   doc_.AddFilter("C:\\res\\luts\\grey.png", 0, 0.5f);
   ASSERT_EQ(Run(), 1);
-  EXPECT_EQ(recorder::Formatted("OrmaAddLUT"),
-            (Strings{"OrmaAddLUT(h1, \"/drafts/p/luts/warm.png\", 0.625, 1000000, 2500000)",
-                     "OrmaAddLUT(h1, \"/res/luts/cold.png\", 1, 0, 500000)",
-                     "OrmaAddLUT(h1, \"C:\\res\\luts\\grey.png\", 0, 0, 500000)"}));
+  EXPECT_EQ(
+      recorder::Formatted("OrmaAddLUT"),
+      (Strings{"OrmaAddLUT(h1, \"" + Joined(kDraftFolder, "luts/warm.png") + "\", 0.625, 1000000, 2500000)",
+               "OrmaAddLUT(h1, \"/res/luts/cold.png\", 1, 0, 500000)",
+               "OrmaAddLUT(h1, \"C:\\res\\luts\\grey.png\", 0, 0, 500000)"}));
 }
 
 TEST_F(TimelineEffects, LookupFilterLevelIsAppliedOnlyWhenPositive) {
@@ -249,9 +254,9 @@ TEST_F(TimelineEffects, MissingLookupFileOnlyLogsAndTheExportGoesOn) {
   EXPECT_EQ(out.substr(0, 1), "[");
   // The refused filter gets no level; the next one and the later kinds do.
   EXPECT_EQ(CallsNamed({"OrmaAddLUT", "OrmaUpdateEffectLevel", "OrmaAddFilterAdjustment"}),
-            (Strings{"OrmaAddLUT(h1, \"/drafts/p/missing.png\", 0, 0, 1000000)",
-                     "OrmaAddLUT(h1, \"/drafts/p/b.png\", 0, 0, 1000000)", "OrmaUpdateEffectLevel(h2, 3)",
-                     "OrmaAddFilterAdjustment(h1, block0, 0, 1000000)"}));
+            (Strings{"OrmaAddLUT(h1, \"" + Joined(kDraftFolder, "missing.png") + "\", 0, 0, 1000000)",
+                     "OrmaAddLUT(h1, \"" + Joined(kDraftFolder, "b.png") + "\", 0, 0, 1000000)",
+                     "OrmaUpdateEffectLevel(h2, 3)", "OrmaAddFilterAdjustment(h1, block0, 0, 1000000)"}));
 }
 
 // --- tonings ---
@@ -378,7 +383,8 @@ TEST_F(TimelineEffects, EffectSpanFromZeroToHalfASecondIsAccepted) {
   ASSERT_EQ(Run(), 1);
   EXPECT_STREQ(message_, "");
   EXPECT_EQ(recorder::Formatted("OrmaAddSpecialEffect"),
-            Strings{"OrmaAddSpecialEffect(h1, \"/drafts/p/effects/glow/config.json\", 2, 0, 500000)"});
+            Strings{"OrmaAddSpecialEffect(h1, \"" + Joined(kDraftFolder, "effects/glow", "config.json") +
+                    "\", 2, 0, 500000)"});
 }
 
 TEST_F(TimelineEffects, EffectStartingBeforeZeroIsRejectedAfterEarlierEffects) {
@@ -396,9 +402,12 @@ TEST_F(TimelineEffects, EffectConfigOfAbsoluteFolderIsTheFolderAndConfigJson) {
   doc_.AddEffect("\\\\server\\fx", 1, 2);
   ASSERT_EQ(Run(), 1);
   EXPECT_EQ(recorder::Formatted("OrmaAddSpecialEffect"),
-            (Strings{"OrmaAddSpecialEffect(h1, \"/res/effects/snow/config.json\", 0, 1000000, 2000000)",
-                     "OrmaAddSpecialEffect(h1, \"D:\\res\\rain/config.json\", 0, 1000000, 2000000)",
-                     "OrmaAddSpecialEffect(h1, \"\\\\server\\fx/config.json\", 0, 1000000, 2000000)"}));
+            (Strings{"OrmaAddSpecialEffect(h1, \"" + Joined("/res/effects/snow", "config.json") +
+                         "\", 0, 1000000, 2000000)",
+                     "OrmaAddSpecialEffect(h1, \"" + Joined("D:\\res\\rain", "config.json") +
+                         "\", 0, 1000000, 2000000)",
+                     "OrmaAddSpecialEffect(h1, \"" + Joined("\\\\server\\fx", "config.json") +
+                         "\", 0, 1000000, 2000000)"}));
 }
 
 TEST_F(TimelineEffects, RefusedEffectOnlyLogsAndTheNextIsAdded) {

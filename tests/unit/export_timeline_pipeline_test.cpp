@@ -2,11 +2,13 @@
 // where they run, and that their failures end the export.
 #include "export/export_draft.h"
 
+#include "tests/support/joined_path.h"
 #include "tests/unit/export_fixtures.h"
 
 using exporttest::Arena;
 using exporttest::ScratchFolder;
 using exporttest::SetText;
+using testpath::Joined;
 using Lines = std::vector<std::string>;
 
 namespace {
@@ -97,14 +99,15 @@ TEST_F(ExportTimelineStages, StagesRunAfterTheScenesInTheirFixedOrderWithTheLogo
   EXPECT_EQ(Export(), 1);
   EXPECT_STREQ(message, "");
   const std::string base = folder.path();
-  EXPECT_EQ(Markers(), (Lines{"OrmaCreateScene(0, 10000000)", "OrmaAddMosaic(h1, {0,0,0,0}, 0, 0, 1000000)",
-                              "OrmaAddLUT(h1, \"" + base + "/lut.png\", 0, 0, 0)",
-                              "OrmaAddAudioMedia(h1, \"" + base + "/m.mp3\", 0, 0, 0, 0, 0)",
-                              "OrmaAddAudioMedia(h1, \"" + base + "/s.wav\", 0, 0, 0, 0, 0)",
-                              "OrmaAddFilterAdjustment(h1, block0, 0, 1000000)",
-                              "OrmaAddSpecialEffect(h1, \"" + base + "/fx/config.json\", 0, 0, 1000000)",
-                              "OrmaCreatePIPScene(8000000, 14000000)", "OrmaGetTotalPlaybackTime(h1)",
-                              "OrmaCreatePIPScene(0, 14000000)", "OrmaEditMedia(h1)"}));
+  EXPECT_EQ(Markers(),
+            (Lines{"OrmaCreateScene(0, 10000000)", "OrmaAddMosaic(h1, {0,0,0,0}, 0, 0, 1000000)",
+                   "OrmaAddLUT(h1, \"" + Joined(base, "lut.png") + "\", 0, 0, 0)",
+                   "OrmaAddAudioMedia(h1, \"" + Joined(base, "m.mp3") + "\", 0, 0, 0, 0, 0)",
+                   "OrmaAddAudioMedia(h1, \"" + Joined(base, "s.wav") + "\", 0, 0, 0, 0, 0)",
+                   "OrmaAddFilterAdjustment(h1, block0, 0, 1000000)",
+                   "OrmaAddSpecialEffect(h1, \"" + Joined(base, "fx", "config.json") + "\", 0, 0, 1000000)",
+                   "OrmaCreatePIPScene(8000000, 14000000)", "OrmaGetTotalPlaybackTime(h1)",
+                   "OrmaCreatePIPScene(0, 14000000)", "OrmaEditMedia(h1)"}));
 }
 
 TEST_F(ExportTimelineStages, LogoAsksForTheLengthOnlyAfterEveryOtherElementIsOnTheTimeline) {
@@ -171,7 +174,7 @@ TEST_F(ExportTimelineStages, LogoFailureEndsTheExportAndIsShownOnTheConsole) {
   // The scene item and the overlay item are created; the logo's is refused.
   recorder::QueueResults("OrmaSceneCreateMedia", {1, 1, 0});
   EXPECT_EQ(Export(), kLogoMediaFailed);
-  const std::string text = "(logo)Add media to PIP fail! path:" + folder.Join("logo.png") + "\n ";
+  const std::string text = "(logo)Add media to PIP fail! path:" + Joined(folder.path(), "logo.png") + "\n ";
   EXPECT_EQ(std::string(message), text);
   EXPECT_NE(console.find(text), std::string::npos) << console;
   EXPECT_FALSE(Called("OrmaEditMedia"));
