@@ -91,6 +91,10 @@ if [ ${#missing[@]} -gt 0 ]; then
 fi
 
 # ---- resources, themes, fonts ------------------------------------------------
+# The sample themes' media are drawn by ffmpeg, not kept in git; the Linux
+# build makes them, the Windows build does not, so a clean clone has none
+# until this (it makes only what is missing).
+bash "$repo/scripts/make-theme-media.sh" >/dev/null
 cp -rL "$repo/resources" "$program/resources"
 rm -rf "$program/resources/TemplateThemes"
 cp -rL "$repo/resources/TemplateThemes" "$stage/TemplateThemes"
