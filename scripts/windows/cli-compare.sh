@@ -51,14 +51,7 @@ wine=${ORMA_WINE:-/usr/lib/wine/wine64}
 [ -x "$wine" ] || { echo "cli-compare: no Wine runner at $wine (apt-get install wine64)" >&2; exit 2; }
 
 . "$here/wine-prefix.sh"
-export ORMA_WINDOWS_PREFIX=${ORMA_WINDOWS_PREFIX:-$(bash "$here/build-deps.sh" --prefix)}
-scratch=$(mktemp -d "${TMPDIR:-/tmp}/ormadraft-cli-compare-XXXXXX")
-cleanup() {
-  stop_scratch_wine
-  rm -rf "$scratch"
-}
-trap cleanup EXIT
-start_scratch_wine "$scratch/wine"
+scratch_wine_run cli-compare
 make_chinese_locale "$scratch/locale"
 export ORMADRAFT_DRAFTS=$scratch/drafts
 

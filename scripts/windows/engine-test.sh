@@ -16,14 +16,8 @@ linux=$(cd "$2" && pwd)
 zip=${3:-}
 [ -n "$zip" ] && zip=$(realpath "$zip")
 . "$here/wine-prefix.sh"
-work=$(mktemp -d "${TMPDIR:-/tmp}/ormadraft-wintest-XXXXXX")
-export ORMA_WINDOWS_PREFIX=${ORMA_WINDOWS_PREFIX:-$(bash "$here/build-deps.sh" --prefix)}
-cleanup() {
-  stop_scratch_wine
-  rm -rf "$work"
-}
-trap cleanup EXIT
-start_scratch_wine "$work/wine"
+scratch_wine_run wintest
+work=$scratch
 
 failed=0
 pass() { echo "PASS $*"; }

@@ -9,13 +9,5 @@ here=$(cd "$(dirname "$0")" && pwd)
 build=$1
 shift
 . "$here/wine-prefix.sh"
-
-export ORMA_WINDOWS_PREFIX=${ORMA_WINDOWS_PREFIX:-$(bash "$here/build-deps.sh" --prefix)}
-scratch=$(mktemp -d "${TMPDIR:-/tmp}/ormadraft-wine-XXXXXX")
-cleanup() {
-  stop_scratch_wine
-  rm -rf "$scratch"
-}
-trap cleanup EXIT
-start_scratch_wine "$scratch"
+scratch_wine_run wine
 ctest --test-dir "$build" --output-on-failure -L windows "$@"

@@ -7,9 +7,11 @@
 #   start_scratch_wine FOLDER      export WINEPREFIX=FOLDER and start it
 #   stop_scratch_wine              end its wineserver (the caller removes FOLDER)
 #   make_chinese_locale FOLDER     a zh_CN.UTF-8 locale in FOLDER (for LOCPATH)
+#   scratch_wine_run NAME          all of a run's set-up (below)
 #
 # ORMA_WINE names the Wine runner (Debian keeps it in wine's library folder).
 wine=${ORMA_WINE:-/usr/lib/wine/wine64}
+wine_scripts=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
 start_scratch_wine() {
   export WINEPREFIX=$1 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
@@ -31,4 +33,15 @@ make_chinese_locale() {
   mkdir -p "$1"
   [ -d "$1/zh_CN.UTF-8" ] || localedef -i zh_CN -f UTF-8 "$1/zh_CN.UTF-8" 2>/dev/null || true
   [ -d "$1/zh_CN.UTF-8" ] || { echo "cannot make the zh_CN.UTF-8 locale (apt-get install locales)" >&2; return 1; }
+}
+
+# The whole set-up of one run of a script: a scratch folder $scratch
+# (ormadraft-NAME-XXXXXX, removed at exit after the prefix's server is
+# stopped), the Wine prefix $scratch/wine started, and ORMA_WINDOWS_PREFIX
+# set once for wine-run.sh. It takes the script's EXIT trap.
+scratch_wine_run() {
+  scratch=$(mktemp -d "${TMPDIR:-/tmp}/ormadraft-$1-XXXXXX")
+  export ORMA_WINDOWS_PREFIX=${ORMA_WINDOWS_PREFIX:-$(bash "$wine_scripts/build-deps.sh" --prefix)}
+  trap 'stop_scratch_wine; rm -rf "$scratch"' EXIT
+  start_scratch_wine "$scratch/wine"
 }
