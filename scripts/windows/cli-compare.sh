@@ -57,36 +57,57 @@ export ORMADRAFT_DRAFTS=$scratch/drafts
 
 # One recording stand-in per side: it runs the program with the arguments it
 # was given, passes its standard output on, and appends the call to the
-# side's record. Standard error and standard input pass straight through.
+# side's record; its standard error is passed on too and kept in the side's
+# error record, which is shown for the calls that differ. Standard input
+# passes straight through.
 # When the case ends it (a time limit's SIGTERM), the program is ended
 # GRACE seconds later and its status recorded all the same.
-make_stand_in() { # side, grace seconds, shell lines run first, command...
-  local side=$1 grace=$2 prelude=$3
-  shift 3
+# A start that failed with nothing at all on standard output is tried again
+# RETRIES times: the program prints a line first in every run, so such a
+# start never reached it (Wine's own start failing, once in hundreds of
+# starts on a loaded machine). Each retry is listed with its first lines of
+# standard error, so that a program that fails at start-up still shows.
+make_stand_in() { # side, grace seconds, retries, shell lines run first, command...
+  local side=$1 grace=$2 retries=$3 prelude=$4
+  shift 4
   local quoted
   quoted=$(printf '%q ' "$@")
   cat >"$scratch/$side.sh" <<EOF
 #!/usr/bin/env bash
 $prelude
 out=\$(mktemp "$scratch/out-XXXXXX")
-# In a session of its own, so that ending it ends Wine's processes too.
-setsid $quoted "\$@" >"\$out" &
-child=\$!
+err=\$out.err
 ended=0
 trap 'ended=1; sleep $grace; kill -TERM -- -\$child 2>/dev/null' TERM
-wait \$child
-status=\$?
-# A trapped SIGTERM ends the first wait early; the second gives the status.
-[ \$ended = 0 ] || { wait \$child; status=\$?; }
+for attempt in \$(seq 0 $retries); do
+  # In a session of its own, so that ending it ends Wine's processes too.
+  # Standard error is kept for the side's error record and passed on after
+  # the program ends, unless it is a terminal (the progress bar's case).
+  if [ -t 2 ]; then
+    setsid $quoted "\$@" >"\$out" &
+  else
+    setsid $quoted "\$@" >"\$out" 2>"\$err" &
+  fi
+  child=\$!
+  wait \$child
+  status=\$?
+  # A trapped SIGTERM ends the first wait early; the second gives the status.
+  [ \$ended = 0 ] || { wait \$child; status=\$?; }
+  [ \$ended = 0 ] && [ \$status != 0 ] && [ ! -s "\$out" ] && [ \$attempt -lt $retries ] || break
+  { printf 'retried:'; printf ' %s' "\$@"; printf ' (status %s)' "\$status"
+    [ ! -s "\$err" ] || printf ': %s' "\$(head -c 300 "\$err" | tr '\n' ' ')"; printf '\n'; } >>"\$CLI_RECORD.retried"
+done
 cat "\$out"
+[ ! -f "\$err" ] || cat "\$err" >&2
 { printf '### call:'; printf ' %s' "\$@"; printf '\n'; cat "\$out"; printf '\n### status %s\n' "\$status"; } >>"\$CLI_RECORD"
-rm -f "\$out"
+{ printf '### call:'; printf ' %s' "\$@"; printf '\n'; cat "\$err" 2>/dev/null; } >>"\$CLI_RECORD.err"
+rm -f "\$out" "\$err"
 exit \$status
 EOF
   chmod +x "$scratch/$side.sh"
 }
-make_stand_in linux 0 "" "$linux_program"
-make_stand_in windows "${CLI_WINE_GRACE:-5}" \
+make_stand_in linux 0 0 "" "$linux_program"
+make_stand_in windows "${CLI_WINE_GRACE:-5}" 1 \
   "case \${LC_ALL:-\${LC_CTYPE:-}} in *GBK | *gbk) ;; *) export LOCPATH=$scratch/locale LC_ALL=zh_CN.UTF-8 ;; esac" \
   bash "$here/wine-run.sh" "$windows_program"
 
@@ -151,6 +172,40 @@ flush()
 PY
 }
 
+# differing_calls CASE: for each call whose text differs (the first five),
+# its number, its arguments and what the Windows program wrote on standard
+# error, where the reason of a missing line usually is.
+differing_calls() {
+  python3 - "$scratch/$1.linux.plain" "$scratch/$1.windows.plain" "$scratch/$1.windows.record.err" <<'PY'
+import sys
+def calls(path, errors="strict"):
+    blocks = []
+    for line in open(path, "rb").read().decode("utf-8", errors).split("\n"):
+        if line.startswith("### call:") or not blocks:
+            blocks.append([])
+        blocks[-1].append(line)
+    return blocks
+linux, windows = calls(sys.argv[1]), calls(sys.argv[2])
+errors = calls(sys.argv[3], "backslashreplace")
+shown = 0
+for number in range(max(len(linux), len(windows))):
+    if number < len(linux) and number < len(windows) and linux[number] == windows[number]:
+        continue
+    if shown == 5:
+        print("    (more calls differ)")
+        break
+    shown += 1
+    head = (windows[number] if number < len(windows) else linux[number])[0]
+    args = head[len("### call:"):].strip()
+    print("    call %d: %s" % (number + 1, args or "(no arguments)"))
+    err = errors[number][1:] if number < len(errors) else []
+    err = [l for l in err if l.strip()]
+    print("      Windows standard error:" + ("" if err else " (none)"))
+    for l in err[:8]:
+        print("        " + l)
+PY
+}
+
 cases=${CLI_CASES:-$(cd "$source_dir/tests/cli" && ls *.sh | sed 's/\.sh$//')}
 failed=0
 for name in $cases; do
@@ -159,6 +214,8 @@ for name in $cases; do
   for side in linux windows; do
     record=$scratch/$name.$side.record
     : >"$record"
+    : >"$record.err"
+    rm -f "$record.retried"
     # The case's own checks are written for the recording double; only the
     # two programs' records are compared here, so their verdicts are dropped.
     CLI_RECORD=$record timeout 600 bash "$script" "$scratch/$side.sh" >/dev/null 2>&1 || true
@@ -177,6 +234,8 @@ for name in $cases; do
     echo "DIFFER  $name ($calls calls)${notes:+; normalised: $notes}"
     diff -u --label "linux/$name" --label "windows/$name" "$scratch/$name.linux.plain" \
       "$scratch/$name.windows.plain" | sed 's/^/    /' | head -${CLI_DIFF_LINES:-60} || true
+    differing_calls "$name"
   fi
+  [ ! -f "$scratch/$name.windows.record.retried" ] || sed 's/^/    /' "$scratch/$name.windows.record.retried"
 done
 exit $failed
