@@ -2,12 +2,14 @@
 // piece and its caption's style file; and the time conversions it relies on.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <limits>
 
 #include "export/captions.h"
+#include "platform/platform.h"
 #include "tests/support/caption_test_support.h"
 #include "tests/support/joined_path.h"
 
@@ -299,9 +301,9 @@ TEST_F(ExportCaptionItem, AbsoluteFontPathIsWrittenAsItStands) {
 
 TEST_F(ExportCaptionItem, NoFontAndNoProgramFontNamesTheHeiTiFamilyAt2112) {
   const std::string programFont =
-      std::filesystem::path(std::filesystem::read_symlink("/proc/self/exe")).parent_path().string() +
-      "/resource/font/PingFang-SC-Regular.otf";
-  ASSERT_FALSE(std::filesystem::exists(programFont));
+      Joined(std::filesystem::path(platform::ProgramPath()).parent_path().string(), "resource", "font",
+             "PingFang-SC-Regular.otf");
+  ASSERT_FALSE(platform::Exists(programFont.c_str()));
   Document document(DraftPath());
   CaptionRecord* c = Caption(document);
   EXPECT_EQ(Fill(document, c), 1);
@@ -311,16 +313,30 @@ TEST_F(ExportCaptionItem, NoFontAndNoProgramFontNamesTheHeiTiFamilyAt2112) {
   EXPECT_EQ(TextAt(bytes, 3136, 1024), "");
 }
 
-/// Runs a linked copy of this program as the font probe; returns its line.
-std::string RunFontProbe(const captiontest::TempDir& dir, bool withProgramFont) {
-  std::filesystem::create_directories(dir / "bin");
-  const std::string copy = dir / "bin/program_tests";
+/// Links (or copies) a file into a folder under the same name.
+void PlaceInto(const std::filesystem::path& file, const std::filesystem::path& folder) {
   std::error_code linkError;
-  std::filesystem::create_hard_link("/proc/self/exe", copy, linkError);
-  if (linkError) std::filesystem::copy_file(std::filesystem::read_symlink("/proc/self/exe"), copy);
+  std::filesystem::create_hard_link(file, folder / file.filename(), linkError);
+  if (linkError) std::filesystem::copy_file(file, folder / file.filename());
+}
+
+/// Runs a linked copy of this program as the font probe; returns its line.
+/// The probe's draft goes through the environment, which the copy inherits.
+/// On Windows the DLLs beside the program go beside the copy too, where the
+/// loader looks for them.
+std::string RunFontProbe(const captiontest::TempDir& dir, bool withProgramFont) {
+  const std::filesystem::path bin = std::filesystem::path(dir.path()) / "bin";
+  std::filesystem::create_directories(bin);
+  const std::filesystem::path self = platform::ProgramPath();
+  PlaceInto(self, bin);
+  for (const auto& entry : std::filesystem::directory_iterator(self.parent_path()))
+    if (entry.path().extension() == ".dll") PlaceInto(entry.path(), bin);
+  const std::string copy = (bin / self.filename()).string();
   if (withProgramFont) dir.Write("bin/resource/font/PingFang-SC-Regular.otf", "OTTO");
   dir.Write("draft/style/config.json", kFixedStyle);
-  const std::string command = "ORMA_CAPTION_FONT_PROBE='" + (dir / "draft/d_1.json") + "' '" + copy + "'";
+  setenv("ORMA_CAPTION_FONT_PROBE", (dir / "draft/d_1.json").c_str(), 1);
+  // The command processor of each system; both take a double-quoted path.
+  const std::string command = "\"" + copy + "\"";
   std::string out;
   if (FILE* pipe = popen(command.c_str(), "r")) {
     char buffer[4096];
@@ -328,6 +344,9 @@ std::string RunFontProbe(const captiontest::TempDir& dir, bool withProgramFont) 
       out.append(buffer, n);
     pclose(pipe);
   }
+  unsetenv("ORMA_CAPTION_FONT_PROBE");
+  // The probe's standard output is in text mode on Windows.
+  out.erase(std::remove(out.begin(), out.end(), '\r'), out.end());
   return out;
 }
 

@@ -275,12 +275,18 @@ TEST_F(ThemeMediaTest, ARelativeThemeLibraryGivesAbsoluteResourcePathsMadeOnce) 
   const std::string request = WriteRequest("Sample", {"a.mp4", "b.mp4", "c.mp4"});
   const fs::path before = fs::current_path();
   fs::current_path(folder_.Join(""));
+  // The folder as the system names it once it is the current one (Wine
+  // names /tmp/... Z:\tmp\...).
+  const std::string current = fs::current_path().string();
   setenv("ORMADRAFT_THEMES", "lib", 1);
   record_ = Load(request);
   fs::current_path(before);
   ASSERT_NE(record_, nullptr) << printed_;
   drafttest::Json draft = Written(record_.get());
-  const std::string folder = folder_.Join("lib") + "//Sample/";
+  // The library's folder ends in a separator, and the theme's name is
+  // joined to it with one more.
+  const char sep = platform::kSeparator;
+  const std::string folder = current + sep + "lib" + sep + sep + "Sample" + sep;
   const cJSON* scenes = Get(draft.get(), "scenes");
   ASSERT_EQ(Size(scenes), 3);
   for (int s : {0, 2}) { // the first scene and its copy
