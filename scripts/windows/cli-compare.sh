@@ -65,9 +65,10 @@ export ORMADRAFT_DRAFTS=$scratch/drafts
 # GRACE seconds later and its status recorded all the same.
 # A start that failed with nothing at all on standard output is tried again
 # RETRIES times: the program prints a line first in every run, so such a
-# start never reached it (Wine's own start failing, once in hundreds of
-# starts on a loaded machine). Each retry is listed with its first lines of
-# standard error, so that a program that fails at start-up still shows.
+# start never reached it, as when Wine's own start fails (its fatal start
+# errors end with status 1; one CI run met such a start, in some 700).
+# Each retry is listed with its first lines of standard error, so that a
+# program that fails at start-up still shows.
 make_stand_in() { # side, grace seconds, retries, shell lines run first, command...
   local side=$1 grace=$2 retries=$3 prelude=$4
   shift 4
