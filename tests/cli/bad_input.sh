@@ -4,7 +4,10 @@ source "$(dirname "$0")/lib.bash" "$1"
 
 mkdir -p "$WORK/bad"
 : >"$WORK/bad/empty.json"
-head -c 4096 /dev/urandom >"$WORK/bad/binary.json"
+# A picture saved under a draft's name: a PNG signature, then 4088 bytes
+# that are the same on every run, so that two runs print the same lines.
+python3 -c 'import random, sys
+sys.stdout.buffer.write(b"\x89PNG\r\n\x1a\n" + random.Random(4096).randbytes(4088))' >"$WORK/bad/binary.json"
 printf '{"scenes": [ {"media": [' >"$WORK/bad/malformed.json"
 echo '{"ver": 5, "mediaInfo": [{"path": "a.png"}]}' >"$WORK/bad/noscenes.json"
 echo '{"ver": 5, "scenes": [{"identifier": "s"}]}' >"$WORK/bad/nomedia.json"
@@ -20,4 +23,6 @@ for draft in "$WORK/bad/missing.json" "$WORK/bad/empty.json" "$WORK/bad/binary.j
   check "$name: no export" $(logged 'OrmaVirtualVideoCreate'; [ $? -ne 0 ]; echo $?)
   check "$name: nothing written or deleted" $([ "$before" = "$(listing "$WORK/bad")" ]; echo $?)
 done
+run "$WORK/bad/binary.json"
+check "binary: names the first byte that is not JSON" $(has_line "${PREFIX}draft .*binary\.json: not JSON \(at byte 0\)$"; echo $?)
 finish
